@@ -1,0 +1,471 @@
+// The MPQ engine boundary on StormLib. This is the only file that includes
+// StormLib.h.
+//
+// Names. The archive is opened without StormLib's own list loading, and the
+// names of a listing come from the list text alone: each candidate name is
+// hashed here with the MPQ name hashes and matched against the two name hashes
+// of each hash slot. So nothing that StormLib names by itself (internal files
+// it opened, pseudo-names) reaches the list. A slot that no candidate names is
+// listed as "~unknowns\unknownNNNNNNNN", NNNNNNNN being the slot number; that
+// name, with or without an extension behind it, opens the slot's file again.
+#include "listing/mpq_library.h"
+
+#include "listing/mpq_hash.h"
+
+#include <StormLib.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace mpq {
+
+struct Handle {
+    enum class Kind { Archive, Update, File };
+    Kind kind = Kind::Archive;
+    HANDLE storm = nullptr;
+    Handle *archive = nullptr;  // a file's archive
+};
+
+namespace {
+
+// Candidate names by their pair of name hashes; the first spelling wins.
+using NameTable = std::unordered_map<std::uint64_t, std::string>;
+
+template <typename Fn>
+void ForEachLine(const char *data, std::size_t size, Fn &&fn)
+{
+    std::size_t start = 0;
+    for (std::size_t i = 0; i <= size; ++i) {
+        if (i == size || data[i] == '\r' || data[i] == '\n') {
+            if (i > start) fn(data + start, i - start);
+            start = i + 1;
+        }
+    }
+}
+
+bool IsRegularFile(const std::string &path)
+{
+    struct stat st {};
+    return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+bool ReadWholeFile(const std::string &path, std::string &out)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return false;
+    out.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return true;
+}
+
+void AddName(NameTable &names, const char *name, std::size_t length)
+{
+    names.try_emplace(NameKey(name, length), name, length);
+}
+
+NameTable BuildNameTable(const std::string &listText)
+{
+    NameTable names;
+    names.reserve(listText.size() / 24 + 16);
+    std::unordered_set<std::string> listFilesRead;
+    ForEachLine(listText.data(), listText.size(), [&](const char *line, std::size_t length) {
+        AddName(names, line, length);
+        if (line[0] != '/') return;  // external list files are named by absolute paths
+        std::string path(line, length);
+        if (!IsRegularFile(path) || !listFilesRead.insert(path).second) return;
+        std::string content;
+        if (!ReadWholeFile(path, content)) return;
+        ForEachLine(content.data(), content.size(),
+                    [&](const char *name, std::size_t n) { AddName(names, name, n); });
+    });
+    return names;
+}
+
+// ---------------------------------------------------------------------------
+// Names of the nameless
+
+constexpr const char *kUnknownStem = "~unknowns\\unknown";
+
+std::string UnknownName(std::uint32_t number)
+{
+    char buffer[48];
+    std::snprintf(buffer, sizeof buffer, "%s%08u", kUnknownStem, number);
+    return buffer;
+}
+
+// The number of a "~unknowns" name, also with an extension behind it.
+bool ParseUnknownName(const std::string &name, std::uint32_t &number)
+{
+    const std::size_t stemLength = std::strlen(kUnknownStem);
+    if (name.size() < stemLength + 8 || name.compare(0, stemLength, kUnknownStem) != 0)
+        return false;
+    std::uint32_t value = 0;
+    for (std::size_t i = stemLength; i < stemLength + 8; ++i) {
+        const char c = name[i];
+        if (c < '0' || c > '9') return false;
+        value = value * 10 + static_cast<std::uint32_t>(c - '0');
+    }
+    if (name.size() > stemLength + 8 && name[stemLength + 8] != '.') return false;
+    number = value;
+    return true;
+}
+
+// A hash slot that points at a file that exists, as StormLib's own walk takes it.
+bool IsUsedSlot(TMPQArchive *ha, TMPQHash *hash)
+{
+    const DWORD blockIndex = MPQ_BLOCK_INDEX(hash);
+    return blockIndex < ha->dwFileTableSize && (ha->pFileTable[blockIndex].dwFlags & MPQ_FILE_EXISTS) != 0;
+}
+
+TMPQArchive *Archive(MpqHandle handle)
+{
+    if (handle == nullptr || handle->kind == Handle::Kind::File || handle->storm == nullptr)
+        return nullptr;
+    return static_cast<TMPQArchive *>(handle->storm);
+}
+
+// The file-table index a "~unknowns" number stands for, if that slot holds a file.
+bool UnknownBlockIndex(TMPQArchive *ha, std::uint32_t number, std::uint32_t &blockIndex)
+{
+    if (ha->pHashTable != nullptr) {
+        if (number >= ha->pHeader->dwHashTableSize) return false;
+        TMPQHash *hash = ha->pHashTable + number;
+        if (!IsUsedSlot(ha, hash)) return false;
+        blockIndex = MPQ_BLOCK_INDEX(hash);
+        return true;
+    }
+    if (number >= ha->dwFileTableSize) return false;
+    if ((ha->pFileTable[number].dwFlags & MPQ_FILE_EXISTS) == 0) return false;
+    blockIndex = number;
+    return true;
+}
+
+// The name under which StormLib finds what our name means: the name itself for
+// a stored name, StormLib's pseudo-name of the file-table entry for an unknown.
+std::string EngineName(MpqHandle archive, const std::string &name)
+{
+    TMPQArchive *ha = Archive(archive);
+    if (ha == nullptr) return name;
+    if (SFileHasFile(archive->storm, name.c_str())) return name;
+    std::uint32_t number = 0, blockIndex = 0;
+    if (!ParseUnknownName(name, number) || !UnknownBlockIndex(ha, number, blockIndex))
+        return name;
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "File%08u.xxx", blockIndex);
+    return buffer;
+}
+
+bool EmbeddedZero(const std::string &text) { return text.find('\0') != std::string::npos; }
+
+std::uint32_t WaveQuality(std::uint32_t quality)
+{
+    switch (quality) {
+    case MAWA_QUALITY_LOW: return MPQ_WAVE_QUALITY_LOW;    // smallest
+    case MAWA_QUALITY_HIGH: return MPQ_WAVE_QUALITY_HIGH;  // best sound
+    default: return MPQ_WAVE_QUALITY_MEDIUM;
+    }
+}
+
+DWORD EngineFileFlags(std::uint32_t flags)
+{
+    DWORD result = 0;
+    if (flags & MAFA_REPLACE_EXISTING) result |= MPQ_FILE_REPLACEEXISTING;
+    if (flags & MAFA_ENCRYPT) result |= MPQ_FILE_ENCRYPTED;
+    return result;
+}
+
+// A full hash table grows instead of refusing the file.
+template <typename AddFn>
+bool AddGrowing(MpqHandle update, AddFn &&add)
+{
+    if (add()) return true;
+    if (GetLastError() != ERROR_DISK_FULL) return false;
+    const DWORD current = SFileGetMaxFileCount(update->storm);
+    const DWORD grown = std::max<DWORD>(current * 2, 16);
+    if (grown <= current || !SFileSetMaxFileCount(update->storm, grown)) return false;
+    return add();
+}
+
+bool FileSize(const std::string &path, long long &size)
+{
+    struct stat st {};
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) return false;
+    size = static_cast<long long>(st.st_size);
+    return true;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// Reading
+
+bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::uint32_t /*flags*/,
+                      MpqHandle *archive)
+{
+    if (archive == nullptr) return false;
+    *archive = nullptr;
+    if (path.empty() || EmbeddedZero(path) || !IsRegularFile(path)) return false;
+    HANDLE storm = nullptr;
+    const DWORD openFlags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
+    if (!::SFileOpenArchive(path.c_str(), 0, openFlags, &storm)) return false;
+    *archive = new Handle{Handle::Kind::Archive, storm, nullptr};
+    return true;
+}
+
+std::int64_t SFileGetFileInfo(MpqHandle handle, int kind)
+{
+    if (handle == nullptr || handle->storm == nullptr) return -1;
+    if (handle->kind != Handle::Kind::File) {
+        TMPQArchive *ha = Archive(handle);
+        switch (kind) {
+        case SFILE_INFO_BLOCK_SIZE: return ha->dwFileTableSize;
+        case SFILE_INFO_HASH_TABLE_SIZE:
+            return ha->pHashTable != nullptr ? std::int64_t{ha->pHeader->dwHashTableSize}
+                                             : std::int64_t{ha->dwFileTableSize};
+        case SFILE_INFO_NUM_FILES: {
+            DWORD count = 0;
+            if (!::SFileGetFileInfo(handle->storm, SFileMpqNumberOfFiles, &count, sizeof count, nullptr))
+                return -1;
+            return count;
+        }
+        default: return -1;
+        }
+    }
+    SFileInfoClass infoClass;
+    switch (kind) {
+    case SFILE_INFO_SIZE: infoClass = SFileInfoFileSize; break;
+    case SFILE_INFO_COMPRESSED_SIZE: infoClass = SFileInfoCompressedSize; break;
+    case SFILE_INFO_FLAGS: infoClass = SFileInfoFlags; break;
+    case SFILE_INFO_LOCALEID: infoClass = SFileInfoLocale; break;
+    case SFILE_INFO_HASH_INDEX: infoClass = SFileInfoHashIndex; break;
+    case SFILE_INFO_POSITION: {
+        ULONGLONG position = 0;
+        if (!::SFileGetFileInfo(handle->storm, SFileInfoByteOffset, &position, sizeof position, nullptr))
+            return -1;
+        return static_cast<std::int64_t>(position);
+    }
+    default: return -1;
+    }
+    DWORD value = 0;
+    if (!::SFileGetFileInfo(handle->storm, infoClass, &value, sizeof value, nullptr)) return -1;
+    return value;
+}
+
+bool SFileOpenFileEx(MpqHandle archive, const std::string &storedName, std::uint32_t /*searchScope*/,
+                     MpqHandle *file)
+{
+    if (file == nullptr) return false;
+    *file = nullptr;
+    if (Archive(archive) == nullptr || storedName.empty() || EmbeddedZero(storedName)) return false;
+    const std::string engineName = EngineName(archive, storedName);
+    HANDLE storm = nullptr;
+    if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return false;
+    *file = new Handle{Handle::Kind::File, storm, archive};
+    return true;
+}
+
+bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint32_t *bytesRead,
+                   void * /*overlapped*/)
+{
+    if (bytesRead != nullptr) *bytesRead = 0;
+    if (file == nullptr || file->kind != Handle::Kind::File || buffer == nullptr) return false;
+    DWORD read = 0;
+    const bool ok = ::SFileReadFile(file->storm, buffer, count, &read, nullptr);
+    if (bytesRead != nullptr) *bytesRead = read;
+    return ok || (GetLastError() == ERROR_HANDLE_EOF && read > 0);
+}
+
+bool SFileListFiles(MpqHandle archive, const std::string &listText,
+                    std::vector<FileListEntry> &entries, std::uint32_t /*flags*/)
+{
+    TMPQArchive *ha = Archive(archive);
+    if (ha == nullptr) return false;
+    const NameTable names = BuildNameTable(listText);
+    auto nameOf = [&](std::uint64_t key, std::uint32_t number) {
+        auto found = names.find(key);
+        return found != names.end() ? found->second : UnknownName(number);
+    };
+
+    std::size_t next = 0;
+    auto fill = [&](const TFileEntry &file, std::uint32_t locale, std::string name) {
+        FileListEntry &entry = entries[next++];
+        entry.FileExists = 1;
+        entry.Locale = locale;
+        entry.CompressedSize = file.dwCmpSize;
+        entry.FullSize = file.dwFileSize;
+        entry.Flags = file.dwFlags;
+        entry.StoredName = std::move(name);
+    };
+
+    if (ha->pHashTable != nullptr) {
+        const DWORD slots = ha->pHeader->dwHashTableSize;
+        for (DWORD slot = 0; slot < slots && next < entries.size(); ++slot) {
+            TMPQHash *hash = ha->pHashTable + slot;
+            if (!IsUsedSlot(ha, hash)) continue;
+            const std::uint64_t key = (std::uint64_t{hash->dwName1} << 32) | hash->dwName2;
+            fill(ha->pFileTable[MPQ_BLOCK_INDEX(hash)], hash->lcLocale, nameOf(key, slot));
+        }
+        return true;
+    }
+
+    // An archive with only the newer hash tables: StormLib matches the names,
+    // and only names that the list text gives are taken.
+    std::unordered_set<std::string> given;
+    for (const auto &[key, name] : names) given.insert(name);
+    if (!names.empty()) {
+        char pattern[] = "/tmp/arcavera-names-XXXXXX";
+        const int fd = ::mkstemp(pattern);
+        if (fd >= 0) {
+            std::string joined;
+            for (const auto &name : given) joined.append(name).append("\n");
+            const bool written = ::write(fd, joined.data(), joined.size()) == static_cast<ssize_t>(joined.size());
+            ::close(fd);
+            if (written) ::SFileAddListFile(archive->storm, pattern);
+            ::unlink(pattern);
+        }
+    }
+    for (DWORD index = 0; index < ha->dwFileTableSize && next < entries.size(); ++index) {
+        const TFileEntry &file = ha->pFileTable[index];
+        if ((file.dwFlags & MPQ_FILE_EXISTS) == 0) continue;
+        std::string name;
+        if (file.szFileName != nullptr && given.count(file.szFileName) != 0)
+            name = file.szFileName;
+        else
+            name = UnknownName(index);
+        fill(file, 0, std::move(name));
+    }
+    return true;
+}
+
+bool SFileCloseFile(MpqHandle file)
+{
+    if (file == nullptr || file->kind != Handle::Kind::File) return false;
+    const bool ok = ::SFileCloseFile(file->storm);
+    delete file;
+    return ok;
+}
+
+bool SFileCloseArchive(MpqHandle archive)
+{
+    if (archive == nullptr || archive->kind != Handle::Kind::Archive) return false;
+    const bool ok = ::SFileCloseArchive(archive->storm);
+    delete archive;
+    return ok;
+}
+
+// ---------------------------------------------------------------------------
+// Updating
+
+MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
+                                  std::uint32_t maximumFiles)
+{
+    if (path.empty() || EmbeddedZero(path)) return nullptr;
+    long long size = -1;
+    const bool exists = FileSize(path, size);
+    struct stat st {};
+    if (!exists && ::stat(path.c_str(), &st) == 0) return nullptr;  // a folder or a device
+
+    const bool openExisting = (flags & MOAU_OPEN_EXISTING) != 0;
+    const bool openAlways = (flags & MOAU_OPEN_ALWAYS) != 0;
+    const bool createAlways = (flags & MOAU_CREATE_ALWAYS) != 0;
+    HANDLE storm = nullptr;
+
+    if ((openExisting || openAlways) && exists && size > 0) {
+        if (!::SFileOpenArchive(path.c_str(), 0, 0, &storm)) return nullptr;
+        TMPQArchive *ha = static_cast<TMPQArchive *>(storm);
+        if ((flags & MOAU_MAINTAIN_LISTFILE) && ha->dwFileFlags1 == 0) {
+            // The archive had no "(listfile)": have StormLib write one on close.
+            ha->dwFileFlags1 = MPQ_FILE_EXISTS;
+            ha->dwFlags |= MPQ_FLAG_LISTFILE_NEW;
+            ha->dwReservedFiles++;
+        }
+    } else {
+        if (openExisting) return nullptr;
+        // Never write over an archive or any other data unless told to.
+        if (exists && size > 0 && !createAlways) return nullptr;
+        if (exists && ::unlink(path.c_str()) != 0) return nullptr;
+        DWORD createFlags = MPQ_CREATE_ARCHIVE_V1;
+        if (flags & MOAU_MAINTAIN_LISTFILE) createFlags |= MPQ_CREATE_LISTFILE;
+        // StormLib counts the list's own entry on top of the maximum and rounds
+        // up to a power of two: ask for one less so that a maximum of 1024
+        // gives 1024 hash slots.
+        const std::uint32_t reserved = (flags & MOAU_MAINTAIN_LISTFILE) ? 1 : 0;
+        const DWORD engineMaximum = maximumFiles > reserved + 1 ? maximumFiles - reserved : 1;
+        if (!::SFileCreateArchive(path.c_str(), createFlags, engineMaximum, &storm)) return nullptr;
+    }
+    return new Handle{Handle::Kind::Update, storm, nullptr};
+}
+
+bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
+                           const std::string &storedName, std::uint32_t flags,
+                           std::uint32_t compressionType, std::int32_t /*level*/)
+{
+    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
+    if (storedName.empty() || EmbeddedZero(storedName) || !IsRegularFile(sourcePath)) return false;
+    DWORD fileFlags = EngineFileFlags(flags);
+    DWORD compression = 0;
+    if ((flags & MAFA_COMPRESS) && compressionType != MAFA_COMPRESS_NONE) {
+        fileFlags |= MPQ_FILE_COMPRESS;
+        compression = compressionType == MAFA_COMPRESS_DEFLATE ? MPQ_COMPRESSION_ZLIB
+                                                               : MPQ_COMPRESSION_PKWARE;
+    }
+    // StormLib compresses deflate at its own fixed level; the level stops here.
+    return AddGrowing(update, [&] {
+        return ::SFileAddFileEx(update->storm, sourcePath.c_str(), storedName.c_str(), fileFlags,
+                                compression, MPQ_COMPRESSION_NEXT_SAME);
+    });
+}
+
+bool MpqAddWaveToArchive(MpqHandle update, const std::string &sourcePath,
+                         const std::string &storedName, std::uint32_t flags,
+                         std::uint32_t quality)
+{
+    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
+    if (storedName.empty() || EmbeddedZero(storedName) || !IsRegularFile(sourcePath)) return false;
+    const DWORD fileFlags = EngineFileFlags(flags) | MPQ_FILE_COMPRESS;
+    return AddGrowing(update, [&] {
+        return ::SFileAddWave(update->storm, sourcePath.c_str(), storedName.c_str(), fileFlags,
+                              WaveQuality(quality));
+    });
+}
+
+bool MpqDeleteFile(MpqHandle update, const std::string &storedName)
+{
+    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
+    if (storedName.empty() || EmbeddedZero(storedName)) return false;
+    return ::SFileRemoveFile(update->storm, EngineName(update, storedName).c_str(), 0);
+}
+
+bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName)
+{
+    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
+    if (oldName.empty() || newName.empty() || EmbeddedZero(oldName) || EmbeddedZero(newName))
+        return false;
+    return ::SFileRenameFile(update->storm, EngineName(update, oldName).c_str(), newName.c_str());
+}
+
+bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t /*unused*/)
+{
+    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
+    const bool ok = ::SFileCloseArchive(update->storm);
+    delete update;
+    return ok;
+}
+
+bool SFMpqGetVersionString2(char *buffer, std::uint32_t length)
+{
+    if (buffer == nullptr || length == 0) return false;
+    std::snprintf(buffer, length, "StormLib %s", STORMLIB_VERSION_STRING);
+    return true;
+}
+
+}  // namespace mpq

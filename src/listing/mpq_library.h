@@ -1,0 +1,115 @@
+// The MPQ engine boundary: the only way into archives for the rest of Arcavera.
+//
+// The operations keep the shape of the classic MPQ library API that the
+// program was designed around (handles, info kinds, flags, "~unknowns" names,
+// the update calls), implemented here on StormLib. Stored names are byte
+// strings and reach the engine byte for byte; paths are native file-system
+// paths in the local 8-bit encoding.
+//
+// No handle outlives a command: each command opens, works and closes.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace mpq {
+
+struct Handle;                  // an open archive, update session or stored file
+using MpqHandle = Handle *;     // nullptr is "no handle"
+
+// What the listing asks SFileGetFileInfo for.
+enum InfoKind : int {
+    SFILE_INFO_BLOCK_SIZE = 1,      // archive: entries of the file table
+    SFILE_INFO_HASH_TABLE_SIZE = 2, // archive: number of hash slots
+    SFILE_INFO_NUM_FILES = 3,       // archive: number of stored files
+    SFILE_INFO_SIZE = 5,            // stored file: full size
+    SFILE_INFO_COMPRESSED_SIZE = 6, // stored file: size inside the archive
+    SFILE_INFO_FLAGS = 7,           // stored file: flags
+    SFILE_INFO_POSITION = 9,        // stored file: offset inside the archive
+    SFILE_INFO_LOCALEID = 10,       // stored file: locale
+    SFILE_INFO_HASH_INDEX = 12,     // stored file: its hash slot
+};
+
+// Flags of a stored file, as FileListEntry::Flags and SFILE_INFO_FLAGS give them.
+inline constexpr std::uint32_t MAFA_FLAG_IMPLODE = 0x100;
+inline constexpr std::uint32_t MAFA_FLAG_COMPRESS = 0x200;
+inline constexpr std::uint32_t MAFA_FLAG_ENCRYPT = 0x10000;
+inline constexpr std::uint32_t MAFA_FLAG_MODCRYPTKEY = 0x20000;
+
+// Flags of MpqAddFileToArchiveEx and MpqAddWaveToArchive.
+inline constexpr std::uint32_t MAFA_REPLACE_EXISTING = 0x1;
+inline constexpr std::uint32_t MAFA_COMPRESS = 0x200;
+inline constexpr std::uint32_t MAFA_ENCRYPT = 0x10000;
+
+// Compression types of MpqAddFileToArchiveEx.
+inline constexpr std::uint32_t MAFA_COMPRESS_NONE = 0;
+inline constexpr std::uint32_t MAFA_COMPRESS_DEFLATE = 2;
+inline constexpr std::uint32_t MAFA_COMPRESS_STANDARD = 8;
+
+// Qualities of MpqAddWaveToArchive.
+inline constexpr std::uint32_t MAWA_QUALITY_MEDIUM = 0;  // "Normale"
+inline constexpr std::uint32_t MAWA_QUALITY_LOW = 1;     // smallest result
+inline constexpr std::uint32_t MAWA_QUALITY_HIGH = 2;    // best quality
+
+// Flags of MpqOpenArchiveForUpdate.
+inline constexpr std::uint32_t MOAU_CREATE_NEW = 0x00;         // create; an existing empty file is taken over
+inline constexpr std::uint32_t MOAU_MAINTAIN_LISTFILE = 0x01;  // keep "(listfile)" current
+inline constexpr std::uint32_t MOAU_OPEN_EXISTING = 0x04;      // open; fail on anything but an archive
+inline constexpr std::uint32_t MOAU_CREATE_ALWAYS = 0x08;      // create, replacing whatever is there
+inline constexpr std::uint32_t MOAU_OPEN_ALWAYS = 0x20;        // open, or create when absent or empty
+
+// The marker at the start of the name of a stored file that no list names.
+inline constexpr const char *kUnknownPrefix = "~unknowns\\";
+
+// One record that SFileListFiles fills per used hash slot.
+struct FileListEntry {
+    std::uint32_t FileExists = 0;      // 0 = empty record
+    std::uint32_t Locale = 0;
+    std::uint32_t CompressedSize = 0;
+    std::uint32_t FullSize = 0;
+    std::uint32_t Flags = 0;
+    std::string StoredName;            // exact bytes of the name
+};
+
+// Reading.
+bool SFileOpenArchive(const std::string &path, std::uint32_t priority, std::uint32_t flags,
+                      MpqHandle *archive);
+// Kinds on an archive or a stored file; a negative value when there is no such thing.
+std::int64_t SFileGetFileInfo(MpqHandle handle, int kind);
+// `archive` may be a reading or an update handle. Takes every listed name,
+// also a "~unknowns" name with an extension added behind it.
+bool SFileOpenFileEx(MpqHandle archive, const std::string &storedName, std::uint32_t searchScope,
+                     MpqHandle *file);
+// Reads on from the current position (the start, after the open). Reaching
+// the end early is no failure: *bytesRead tells how much came.
+bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint32_t *bytesRead,
+                   void *overlapped);
+// Fills `entries` from index 0, at most one record per used hash slot and at
+// most entries.size() records. Names come from `listText` only: its lines are
+// stored names, and a line that is the absolute path of an existing file names
+// an external list file whose lines count as well. A stored file that no line
+// names gets a unique name beginning with "~unknowns\".
+bool SFileListFiles(MpqHandle archive, const std::string &listText,
+                    std::vector<FileListEntry> &entries, std::uint32_t flags);
+bool SFileCloseFile(MpqHandle file);
+bool SFileCloseArchive(MpqHandle archive);
+
+// Updating. A null handle is a failure.
+MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
+                                  std::uint32_t maximumFiles);
+// `level` is the deflate level (-1 the engine's default, 0 to 9).
+bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
+                           const std::string &storedName, std::uint32_t flags,
+                           std::uint32_t compressionType, std::int32_t level);
+bool MpqAddWaveToArchive(MpqHandle update, const std::string &sourcePath,
+                         const std::string &storedName, std::uint32_t flags,
+                         std::uint32_t quality);
+bool MpqDeleteFile(MpqHandle update, const std::string &storedName);
+bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName);
+bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t unused);
+
+// The engine's name and version, cut to fit `length` bytes with the closing zero.
+bool SFMpqGetVersionString2(char *buffer, std::uint32_t length);
+
+}  // namespace mpq

@@ -1,0 +1,210 @@
+#include "support/archive_factory.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QtEndian>
+
+#include <cmath>
+
+#include "listing/mpq_hash.h"
+
+namespace fixtures {
+
+QString WriteFile(const QString &path, const QByteArray &bytes)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly | QIODevice::Truncate)) file.write(bytes);
+    return path;
+}
+
+QByteArray ReadFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+std::string Bytes(const QString &path) { return QFile::encodeName(path).toStdString(); }
+
+QByteArray TextData(int size, char seed)
+{
+    QByteArray data;
+    data.reserve(size);
+    const QByteArray line = QByteArray("line of sample text ") + seed + "\r\n";
+    while (data.size() < size) data += line;
+    data.truncate(size);
+    return data;
+}
+
+QByteArray WaveData(int samples)
+{
+    QByteArray pcm;
+    pcm.reserve(samples * 2);
+    std::uint32_t noise = 12345;
+    for (int i = 0; i < samples; ++i) {
+        noise = noise * 1103515245 + 12345;
+        const double tone = 9000.0 * std::sin(i * 0.07) + 3000.0 * std::sin(i * 0.31);
+        const int jitter = static_cast<int>((noise >> 16) % 2001) - 1000;
+        const auto sample = static_cast<qint16>(tone + jitter);
+        char le[2];
+        qToLittleEndian(sample, le);
+        pcm.append(le, 2);
+    }
+    auto u32 = [](std::uint32_t v) { char b[4]; qToLittleEndian(v, b); return QByteArray(b, 4); };
+    auto u16 = [](std::uint16_t v) { char b[2]; qToLittleEndian(v, b); return QByteArray(b, 2); };
+    QByteArray wave = "RIFF" + u32(static_cast<std::uint32_t>(36 + pcm.size())) + "WAVEfmt " + u32(16);
+    wave += u16(1) + u16(1) + u32(22050) + u32(44100) + u16(2) + u16(16);
+    wave += "data" + u32(static_cast<std::uint32_t>(pcm.size())) + pcm;
+    return wave;
+}
+
+bool MakeArchive(const QString &path, const QList<StoredFile> &files, const QString &scratch,
+                 std::uint32_t maximumFiles)
+{
+    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(
+        Bytes(path), mpq::MOAU_CREATE_NEW | mpq::MOAU_MAINTAIN_LISTFILE, maximumFiles);
+    if (update == nullptr) return false;
+    bool ok = true;
+    int n = 0;
+    for (const StoredFile &file : files) {
+        const QString source = WriteFile(scratch + QStringLiteral("/src%1.bin").arg(n++), file.data);
+        ok = mpq::MpqAddFileToArchiveEx(update, Bytes(source), file.name.toStdString(), file.flags,
+                                        file.type, -1) && ok;
+    }
+    return mpq::MpqCloseUpdatedArchive(update, 0) && ok;
+}
+
+bool HaveSmpq() { return !QStandardPaths::findExecutable(QStringLiteral("smpq")).isEmpty(); }
+
+bool RunSmpq(const QStringList &arguments, const QString &workDir)
+{
+    QProcess smpq;
+    smpq.setWorkingDirectory(workDir);
+    smpq.start(QStringLiteral("smpq"), QStringList{QStringLiteral("-q")} + arguments);
+    if (!smpq.waitForFinished(60000)) return false;
+    return smpq.exitStatus() == QProcess::NormalExit && smpq.exitCode() == 0;
+}
+
+namespace {
+
+void Encrypt(std::vector<std::uint32_t> &data, std::uint32_t key)
+{
+    const auto &table = mpq::CryptTable();
+    std::uint32_t seed = 0xEEEEEEEE;
+    for (std::uint32_t &value : data) {
+        seed += table[0x400 + (key & 0xFF)];
+        const std::uint32_t plain = value;
+        value = plain ^ (key + seed);
+        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
+        seed = plain + seed + (seed << 5) + 3;
+    }
+}
+
+void AppendWords(QByteArray &out, const std::vector<std::uint32_t> &words)
+{
+    for (std::uint32_t w : words) {
+        char b[4];
+        qToLittleEndian(w, b);
+        out.append(b, 4);
+    }
+}
+
+}  // namespace
+
+QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files, QByteArray prefix)
+{
+    constexpr std::uint32_t kHeaderSize = 32;
+    QByteArray body;
+    std::vector<std::uint32_t> blocks;
+    for (const HandFile &file : files) {
+        const auto position = static_cast<std::uint32_t>(kHeaderSize + body.size());
+        body += file.data;
+        const auto size = static_cast<std::uint32_t>(file.data.size());
+        blocks.insert(blocks.end(), {position, size, size, 0x80000000u});
+    }
+    std::vector<std::uint32_t> hashes(slotCount * 4, 0xFFFFFFFF);
+    for (int i = 0; i < files.size(); ++i) {
+        const QByteArray &name = files[i].name;
+        const std::size_t n = static_cast<std::size_t>(name.size());
+        std::uint32_t slot = slotCount ? mpq::HashString(name.constData(), n, mpq::HashType::TableOffset) % slotCount : 0;
+        for (std::uint32_t tries = 0; tries < slotCount && hashes[slot * 4 + 3] != 0xFFFFFFFF; ++tries)
+            slot = (slot + 1) % slotCount;
+        if (slotCount == 0 || hashes[slot * 4 + 3] != 0xFFFFFFFF) continue;  // no room: the file is lost
+        hashes[slot * 4] = mpq::HashString(name.constData(), n, mpq::HashType::NameA);
+        hashes[slot * 4 + 1] = mpq::HashString(name.constData(), n, mpq::HashType::NameB);
+        hashes[slot * 4 + 2] = 0;
+        hashes[slot * 4 + 3] = files[i].blockIndexOverride != 0xFFFFFFFF
+                                   ? files[i].blockIndexOverride
+                                   : static_cast<std::uint32_t>(i);
+    }
+    Encrypt(hashes, 0xC3AF3770);
+    Encrypt(blocks, 0xEC83B3A3);
+    const auto hashPos = static_cast<std::uint32_t>(kHeaderSize + body.size());
+    const auto blockPos = hashPos + slotCount * 16;
+    const auto archiveSize = blockPos + static_cast<std::uint32_t>(files.size()) * 16;
+    QByteArray out = prefix;
+    out += QByteArray("MPQ\x1A", 4);
+    AppendWords(out, {kHeaderSize, archiveSize});
+    out += QByteArray("\x00\x00\x03\x00", 4);  // format 0, sectors of 4096 bytes
+    AppendWords(out, {hashPos, blockPos, slotCount, static_cast<std::uint32_t>(files.size())});
+    out += body;
+    AppendWords(out, hashes);
+    AppendWords(out, blocks);
+    return out;
+}
+
+std::vector<mpq::FileListEntry> List(const QString &archive, const std::string &listText)
+{
+    mpq::MpqHandle handle = nullptr;
+    mpq::SFileOpenArchive(Bytes(archive), 0, 0, &handle);
+    const std::int64_t slotCount = mpq::SFileGetFileInfo(handle, mpq::SFILE_INFO_HASH_TABLE_SIZE);
+    std::vector<mpq::FileListEntry> used;
+    if (slotCount > 0) {
+        std::vector<mpq::FileListEntry> entries(static_cast<std::size_t>(slotCount) + 1);
+        mpq::SFileListFiles(handle, listText, entries, 0);
+        for (auto &entry : entries)
+            if (entry.FileExists != 0) used.push_back(entry);
+    }
+    mpq::SFileCloseArchive(handle);
+    return used;
+}
+
+static QByteArray ReadAll(mpq::MpqHandle archive, const std::string &name, bool *ok)
+{
+    mpq::MpqHandle file = nullptr;
+    if (!mpq::SFileOpenFileEx(archive, name, 0, &file)) {
+        if (ok) *ok = false;
+        return {};
+    }
+    const std::int64_t size = mpq::SFileGetFileInfo(file, mpq::SFILE_INFO_SIZE);
+    QByteArray data(static_cast<qsizetype>(std::max<std::int64_t>(size, 0)), '\0');
+    std::uint32_t read = 0;
+    const bool readOk = size == 0 || mpq::SFileReadFile(file, data.data(), static_cast<std::uint32_t>(size), &read, nullptr);
+    data.truncate(read);
+    mpq::SFileCloseFile(file);
+    if (ok) *ok = readOk && read == static_cast<std::uint32_t>(size);
+    return data;
+}
+
+std::string InternalList(const QString &archive)
+{
+    mpq::MpqHandle handle = nullptr;
+    mpq::SFileOpenArchive(Bytes(archive), 0, 0, &handle);
+    const QByteArray list = ReadAll(handle, "(ListFile)", nullptr);
+    mpq::SFileCloseArchive(handle);
+    return list.toStdString();
+}
+
+QByteArray ReadStored(const QString &archive, const std::string &name, bool *ok)
+{
+    mpq::MpqHandle handle = nullptr;
+    mpq::SFileOpenArchive(Bytes(archive), 0, 0, &handle);
+    const QByteArray data = ReadAll(handle, name, ok);
+    mpq::SFileCloseArchive(handle);
+    return data;
+}
+
+}  // namespace fixtures

@@ -1,0 +1,62 @@
+// Archives and files that the tests make for themselves: through our own
+// engine layer, through Debian's smpq (an archive tool that is not ours), and
+// byte by byte for layouts no tool writes (one hash slot, broken tables).
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "listing/mpq_library.h"
+
+namespace fixtures {
+
+// Writes bytes to a file, making its folders; returns the path.
+QString WriteFile(const QString &path, const QByteArray &bytes);
+QByteArray ReadFile(const QString &path);
+std::string Bytes(const QString &path);  // a disk path as the engine takes it
+
+// Data that compresses well, of the given size.
+QByteArray TextData(int size, char seed = 'a');
+// A 16-bit PCM wave of the given length, mono.
+QByteArray WaveData(int samples);
+
+struct StoredFile {
+    QByteArray name;
+    QByteArray data;
+    std::uint32_t flags = mpq::MAFA_COMPRESS;
+    std::uint32_t type = mpq::MAFA_COMPRESS_STANDARD;
+};
+
+// A new archive made through our layer, with an internal list. Source files
+// are written to `scratch` first.
+bool MakeArchive(const QString &path, const QList<StoredFile> &files, const QString &scratch,
+                 std::uint32_t maximumFiles = 64);
+
+// Runs smpq with the arguments in `workDir`; true when it exits with 0.
+bool RunSmpq(const QStringList &arguments, const QString &workDir);
+bool HaveSmpq();
+
+// A version 1 archive written byte by byte: files stored plain, tables
+// encrypted as the format wants. `slotCount` must be a power of two, or is
+// written as given for broken layouts.
+struct HandFile {
+    QByteArray name;
+    QByteArray data;
+    std::uint32_t blockIndexOverride = 0xFFFFFFFF;  // a broken hash entry when set
+};
+QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files, QByteArray prefix = {});
+
+// What a listing sees: SFileListFiles over n + 1 records, used records only.
+std::vector<mpq::FileListEntry> List(const QString &archive, const std::string &listText);
+// The internal list of an archive, or an empty text.
+std::string InternalList(const QString &archive);
+// The bytes of a stored file; `ok` false when it cannot be opened or read.
+QByteArray ReadStored(const QString &archive, const std::string &name, bool *ok = nullptr);
+
+}  // namespace fixtures
