@@ -1,0 +1,54 @@
+#include "listing/name_sources.h"
+
+#include "config/app_config.h"
+#include "config/catalogue.h"
+#include "listing/text_encoding.h"
+#include "listing/type_detection.h"
+
+QByteArray FormListText(bool internalListFound, const QByteArray &internalList, qint16 useLists,
+                        const QString &listFiles)
+{
+    if (!internalListFound) return PathBytes(listFiles);
+    if (useLists == 1) return internalList;
+    return internalList + "\r\n" + PathBytes(listFiles);
+}
+
+void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
+                    std::vector<mpq::FileListEntry> &records, const AppConfig &config,
+                    StatusPanel &status)
+{
+    mpq::MpqHandle listFile = nullptr;
+    mpq::SFileOpenFileEx(archive, "(ListFile)", 0, &listFile);
+    const std::int64_t size = mpq::SFileGetFileInfo(listFile, mpq::SFILE_INFO_SIZE);
+    const bool found = size >= 0;
+    QByteArray internalList;
+    if (found) {
+        status.SetStatusText(ReplaceValue(Texts().StatusBarReadList, archivePath));
+        internalList.resize(static_cast<qsizetype>(size));
+        std::uint32_t read = 0;
+        if (size > 0)
+            mpq::SFileReadFile(listFile, internalList.data(), static_cast<std::uint32_t>(size), &read, nullptr);
+        internalList.truncate(read);
+    } else {
+        status.SetStatusText(Texts().StatusBarAdditionalList);
+    }
+    mpq::SFileCloseFile(listFile);
+    const QByteArray listText = FormListText(found, internalList, config.UseLists, config.ListFiles);
+    mpq::SFileListFiles(archive, listText.toStdString(), records, 0);
+}
+
+QByteArray ProbeUnknownEntry(mpq::MpqHandle archive, const QByteArray &storedName, bool autoDetect)
+{
+    if (!autoDetect || !storedName.contains("~unknowns")) return storedName;
+    mpq::MpqHandle file = nullptr;
+    if (!mpq::SFileOpenFileEx(archive, storedName.toStdString(), 0, &file)) return storedName;
+    if (mpq::SFileGetFileInfo(file, mpq::SFILE_INFO_SIZE) < 0) {
+        mpq::SFileCloseFile(file);
+        return storedName;
+    }
+    QByteArray head(3, '\0');
+    std::uint32_t read = 0;
+    mpq::SFileReadFile(file, head.data(), 3, &read, nullptr);
+    mpq::SFileCloseFile(file);
+    return storedName + DetectExtension(head).toLatin1();
+}

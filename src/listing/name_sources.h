@@ -1,0 +1,29 @@
+// Where stored files get their names: the archive's internal list and the
+// external list files of the settings; and the type guess for the nameless.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+#include <vector>
+
+#include "listing/mpq_library.h"
+#include "listing/reporting.h"
+
+struct AppConfig;
+
+// The list text that the engine resolves names from: the internal list and,
+// unless the settings skip them when an internal list exists, the paths of
+// the external list files.
+QByteArray FormListText(bool internalListFound, const QByteArray &internalList, qint16 useLists,
+                        const QString &listFiles);
+
+// Reads the internal list, forms the list text and lets the engine fill the
+// records. A failure leaves the records zero, which lists nothing.
+void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
+                    std::vector<mpq::FileListEntry> &records, const AppConfig &config,
+                    StatusPanel &status);
+
+// The name of a record as the list shows it: a nameless entry gets the
+// extension its first three bytes suggest, when auto-detection is on.
+QByteArray ProbeUnknownEntry(mpq::MpqHandle archive, const QByteArray &storedName, bool autoDetect);
