@@ -64,6 +64,7 @@ QByteArray WaveData(int samples)
 bool MakeArchive(const QString &path, const QList<StoredFile> &files, const QString &scratch,
                  std::uint32_t maximumFiles)
 {
+    QDir().mkpath(QFileInfo(path).absolutePath());
     mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(
         Bytes(path), mpq::MOAU_CREATE_NEW | mpq::MOAU_MAINTAIN_LISTFILE, maximumFiles);
     if (update == nullptr) return false;

@@ -1,0 +1,45 @@
+// The rows of the archive list as a table model, so that lists of a hundred
+// thousand rows fill and sort at once.
+#pragma once
+
+#include <QAbstractTableModel>
+
+#include <vector>
+
+#include "listing/list_row.h"
+#include "listing/reporting.h"
+
+class ArchiveListModel : public QAbstractTableModel, public RowSink {
+    Q_OBJECT
+public:
+    explicit ArchiveListModel(QObject *parent = nullptr);
+
+    int rowCount(const QModelIndex &parent = {}) const override;
+    int columnCount(const QModelIndex &parent = {}) const override;
+    QVariant data(const QModelIndex &index, int role) const override;
+    QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+    // RowSink: while Sorted is off, rows wait and show at the switch.
+    void SetSorted(bool sorted) override;
+    void AddRow(ListRow row) override;
+
+    void Clear();
+    void SetSortKey(int key);
+    void SetSortOrder(int order);
+    int SortKey() const { return sortKey_; }
+    int SortOrder() const { return sortOrder_; }
+    bool Sorted() const { return sorted_; }
+
+    const ListRow &Row(int index) const { return rows_[static_cast<std::size_t>(index)]; }
+    // Column headers come from the texts in force.
+    void RefreshHeaders();
+
+private:
+    void Resort();
+
+    std::vector<ListRow> rows_;
+    std::vector<ListRow> pending_;
+    bool sorted_ = true;
+    int sortKey_ = 0;
+    int sortOrder_ = 0;
+};

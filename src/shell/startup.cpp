@@ -1,0 +1,37 @@
+#include "shell/startup.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <unistd.h>
+
+QString FileNameFromCommandLine(const QString &commandLine)
+{
+    if (commandLine.startsWith(QLatin1Char('"'))) return commandLine.mid(1).chopped(commandLine.size() > 1 ? 1 : 0);
+    return commandLine;
+}
+
+QString CommandLineFromArguments(const QStringList &arguments) { return arguments.join(QLatin1Char(' ')); }
+
+QString ResolveFromLaunchFolder(const QString &fileName, const QString &launchFolder)
+{
+    if (fileName.isEmpty() || QDir::isAbsolutePath(fileName)) return fileName;
+    return QDir(launchFolder).absoluteFilePath(fileName);
+}
+
+QString ComputeTempPath()
+{
+    QString base = qEnvironmentVariable("TMPDIR");
+    if (base.isEmpty() || !QFileInfo(base).isDir()) base = QStringLiteral("/tmp");
+    if (base.endsWith(QLatin1Char('/')) && base.size() > 1) base.chop(1);
+    return base + QStringLiteral("/Arcavera-%1").arg(::getuid());
+}
+
+QString ProgramDataPath(const QString &programFolder, const QString &name)
+{
+    const QString beside = QDir(programFolder).filePath(name);
+    if (QFileInfo::exists(beside)) return beside;
+    const QString installed = QDir(QStringLiteral(ARCAVERA_INSTALLED_DATA_DIR)).filePath(name);
+    if (QFileInfo::exists(installed)) return installed;
+    return {};
+}

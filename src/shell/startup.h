@@ -1,0 +1,24 @@
+// The start of the program: where its files are, and what the command line names.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+// The archive named on the command line: a line that begins with a double
+// quote loses its first and its last character; otherwise the whole line is
+// the name. Blanks belong to the name.
+QString FileNameFromCommandLine(const QString &commandLine);
+
+// The command line of start-up: the program's arguments joined by one blank.
+QString CommandLineFromArguments(const QStringList &arguments);
+
+// A relative name is taken from the folder the program was started in.
+QString ResolveFromLaunchFolder(const QString &fileName, const QString &launchFolder);
+
+// The scratch folder: the user's temporary folder ($TMPDIR, else /tmp) and a
+// folder of this program that no other user shares.
+QString ComputeTempPath();
+
+// A file or folder the program ships (Languages, icons): beside the
+// executable, else in the installed data folder. Empty when neither has it.
+QString ProgramDataPath(const QString &programFolder, const QString &name);

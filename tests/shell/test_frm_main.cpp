@@ -1,0 +1,241 @@
+// The real main window, built offscreen: start-up, the listing in the list,
+// status and progress, and shutdown.
+#include <QDir>
+#include <QFile>
+#include <QHeaderView>
+#include <QLabel>
+#include <QProgressBar>
+#include <QStatusBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTreeView>
+
+#include "config/app_config.h"
+#include "config/ini_file.h"
+#include "shell/archive_list_model.h"
+#include "shell/frm_main.h"
+#include "shell/startup.h"
+#include "support/archive_factory.h"
+
+using namespace fixtures;
+
+class TestFrmMain : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+    QString archive;
+
+    StartupPaths Paths(const QString &tag) const
+    {
+        StartupPaths paths;
+        paths.programFolder = dir.filePath(tag + "/program");
+        paths.launchFolder = dir.filePath(tag + "/launch");
+        paths.iniPath = dir.filePath(tag + "/program/Arcavera.ini");
+        paths.tempPath = dir.filePath(tag + "/scratch");
+        QDir().mkpath(paths.programFolder);
+        QDir().mkpath(paths.launchFolder);
+        return paths;
+    }
+
+    static QStringList ColumnTexts(const frmMain &window, int column)
+    {
+        QStringList texts;
+        const auto *model = window.Model();
+        for (int row = 0; row < model->rowCount(); ++row)
+            texts.append(model->index(row, column).data().toString());
+        return texts;
+    }
+
+private slots:
+    void initTestCase();
+    void commandLineForms_data();
+    void commandLineForms();
+    void opensTheArchiveOfTheCommandLine();
+    void commandLineThatNamesNothingLeavesTheWindowClosed_data();
+    void commandLineThatNamesNothingLeavesTheWindowClosed();
+    void relativeNameIsTakenFromTheLaunchFolder();
+    void sortKeyOfTheSettingsOrdersTheList();
+    void firstRunSeedsTheRulesOnce();
+    void closingWritesSettingsAndRemovesScratchFolder();
+    void addRecentKeepsFourNewestFirst_data();
+    void addRecentKeepsFourNewestFirst();
+    void tempPathIsPrivate();
+};
+
+void TestFrmMain::initTestCase()
+{
+    archive = dir.filePath("maps/My Map.w3x");
+    QVERIFY(MakeArchive(archive, {{"war3map.j", TextData(12345)}, {"units\\footman.mdx", TextData(9, 'f')},
+                                  {"war3map.w3e", TextData(100000, 'e')}}, dir.filePath("src")));
+}
+
+void TestFrmMain::commandLineForms_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::addColumn<QString>("name");
+    QTest::newRow("quoted") << "\"/maps/My Map.w3x\"" << "/maps/My Map.w3x";
+    QTest::newRow("unquoted with blanks") << "/maps/My Map.w3x" << "/maps/My Map.w3x";
+    QTest::newRow("quoted and another argument") << "\"/a.mpq\" /b.mpq" << "/a.mpq\" /b.mp";
+    QTest::newRow("empty") << "" << "";
+    QTest::newRow("lone quote") << "\"" << "";
+}
+
+void TestFrmMain::commandLineForms()
+{
+    QFETCH(QString, line);
+    QFETCH(QString, name);
+    QCOMPARE(FileNameFromCommandLine(line), name);
+}
+
+void TestFrmMain::opensTheArchiveOfTheCommandLine()
+{
+    frmMain window(Paths("open"));
+    window.Form_Load("\"" + archive + "\"");
+    QCOMPARE(window.Session().FileName, archive);
+    QCOMPARE(window.windowTitle(), "Arcavera - " + archive);
+    auto *list = window.findChild<QTreeView *>("lwMPQ");
+    QVERIFY(list != nullptr);
+    QCOMPARE(list->model()->columnCount(), 6);
+    QStringList headers;
+    for (int c = 0; c < 6; ++c) headers.append(list->model()->headerData(c, Qt::Horizontal).toString());
+    QCOMPARE(headers, (QStringList{"Nome", "Est.", "Dimensione", "Dim. Compresse", "Percentuale", "Attributi"}));
+    // Three named files and the internal list, sorted by name.
+    QCOMPARE(list->model()->rowCount(), 4);
+    const QStringList names = ColumnTexts(window, 0);
+    QCOMPARE(names.mid(0, 3), (QStringList{"units\\footman.mdx", "war3map.j", "war3map.w3e"}));
+    QVERIFY(names[3].startsWith("~unknowns\\"));
+    QCOMPARE(ColumnTexts(window, 2)[1], QStringLiteral("12,345"));
+    QCOMPARE(window.findChild<QLabel *>("StatusBar1Panel1")->text(), QStringLiteral("Pronto"));
+    QVERIFY(window.findChild<QProgressBar *>("pbStatus")->isHidden());
+    QCOMPARE(window.findChild<QProgressBar *>("pbStatus")->maximum(), 64);
+    QVERIFY(window.Session().TotalSize >= 12345 + 9 + 100000);
+    QCOMPARE(window.Session().RecentFiles.first(), archive);
+    window.Form_Unload();
+}
+
+void TestFrmMain::commandLineThatNamesNothingLeavesTheWindowClosed_data()
+{
+    QTest::addColumn<QString>("line");
+    QTest::newRow("missing file") << dir.filePath("nowhere.mpq");
+    QTest::newRow("folder") << dir.filePath("maps");
+    QTest::newRow("quoted name and another argument") << "\"" + archive + "\" --extra";
+    QTest::newRow("empty") << "";
+}
+
+void TestFrmMain::commandLineThatNamesNothingLeavesTheWindowClosed()
+{
+    QFETCH(QString, line);
+    frmMain window(Paths("closed-" + QString(QTest::currentDataTag()).replace(' ', '-')));
+    window.Form_Load(line);
+    QCOMPARE(window.windowTitle(), QStringLiteral("Arcavera"));
+    QCOMPARE(window.Model()->rowCount(), 0);
+    QCOMPARE(window.Session().RecentFiles, QStringList(4));
+    window.Form_Unload();
+}
+
+void TestFrmMain::relativeNameIsTakenFromTheLaunchFolder()
+{
+    StartupPaths paths = Paths("relative");
+    QVERIFY(QFile::copy(archive, paths.launchFolder + "/local.mpq"));
+    frmMain window(paths);
+    window.Form_Load("local.mpq");
+    QCOMPARE(window.Session().FileName, paths.launchFolder + "/local.mpq");
+    QCOMPARE(window.Model()->rowCount(), 4);
+    window.Form_Unload();
+}
+
+void TestFrmMain::sortKeyOfTheSettingsOrdersTheList()
+{
+    StartupPaths paths = Paths("sorted");
+    WriteIni("Setting", "SortKey", "2", paths.iniPath);
+    WriteIni("Setting", "SortOrder", "1", paths.iniPath);
+    frmMain window(paths);
+    window.Form_Load(archive);
+    const QStringList sizes = ColumnTexts(window, 2);
+    QStringList expected = sizes;
+    std::sort(expected.begin(), expected.end(),
+              [](const QString &a, const QString &b) { return QString::compare(a, b, Qt::CaseInsensitive) > 0; });
+    QCOMPARE(sizes, expected);
+    QCOMPARE(sizes.first(), QStringLiteral("9"));  // text order: "9" after "12,345" and "100,000"
+    window.Form_Unload();
+    QCOMPARE(ReadIni("Setting", "SortKey", paths.iniPath, ""), QStringLiteral("2"));
+    QCOMPARE(ReadIni("Setting", "SortOrder", paths.iniPath, ""), QStringLiteral("1"));
+}
+
+void TestFrmMain::firstRunSeedsTheRulesOnce()
+{
+    StartupPaths paths = Paths("first");
+    {
+        frmMain window(paths);
+        window.Form_Load({});
+        QVERIFY(window.FirstRun());
+        QCOMPARE(window.Config().ExtensionRules.size(), 8);
+        QCOMPARE(window.Config().ExtensionRules[7].Extension, QStringLiteral(".wav"));
+        QCOMPARE(window.Config().ExtensionRules[7].CompressionType, qint16(3));
+        window.Form_Unload();
+    }
+    WriteIni("Config", "ExtCount", "1", paths.iniPath);
+    frmMain again(paths);
+    again.Form_Load({});
+    QVERIFY(!again.FirstRun());
+    QCOMPARE(again.Config().ExtensionRules.size(), 2);
+    again.Form_Unload();
+}
+
+void TestFrmMain::closingWritesSettingsAndRemovesScratchFolder()
+{
+    StartupPaths paths = Paths("close");
+    WriteFile(paths.tempPath + "/dragged/units/a.txt", "x");
+    WriteFile(paths.tempPath + "/.hidden", "y");
+    WriteIni("Recent", "2", "/old/one.mpq", paths.iniPath);
+    {
+        frmMain window(paths);
+        window.Form_Load(archive);
+        window.resize(700, 500);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        window.close();  // the window's own close runs the shutdown
+    }
+    QVERIFY(!QFileInfo::exists(paths.tempPath));
+    QCOMPARE(ReadIni("Recent", "1", paths.iniPath, "?"), archive);
+    QCOMPARE(ReadIni("Recent", "3", paths.iniPath, "?"), QStringLiteral("/old/one.mpq"));  // shifted down one
+    QCOMPARE(ReadIni("Recent", "4", paths.iniPath, "?"), QString());
+    QVERIFY(!ReadIni("Setting", "Width", paths.iniPath, "").isEmpty());
+    QCOMPARE(ReadIni("Setting", "StatusBar", paths.iniPath, ""), QStringLiteral("1"));
+    // The next start finds the same place and size.
+    frmMain again(paths);
+    again.Form_Load({});
+    QCOMPARE(again.size(), QSize(700, 500));
+    QCOMPARE(again.Session().RecentFiles.first(), archive);
+    again.Form_Unload();
+}
+
+void TestFrmMain::addRecentKeepsFourNewestFirst_data()
+{
+    QTest::addColumn<QStringList>("before");
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QStringList>("after");
+    QTest::newRow("fifth drops the oldest") << QStringList{"a", "b", "c", "d"} << "e" << QStringList{"e", "a", "b", "c"};
+    QTest::newRow("third moves to the top") << QStringList{"a", "b", "c", "d"} << "c" << QStringList{"c", "a", "b", "d"};
+    QTest::newRow("capitals make a new entry") << QStringList{"a", "b", "", ""} << "A" << QStringList{"A", "a", "b", ""};
+    QTest::newRow("into an empty list") << QStringList{"", "", "", ""} << "x" << QStringList{"x", "", "", ""};
+}
+
+void TestFrmMain::addRecentKeepsFourNewestFirst()
+{
+    QFETCH(QStringList, before);
+    QFETCH(QString, path);
+    QFETCH(QStringList, after);
+    AddRecent(before, path);
+    QCOMPARE(before, after);
+}
+
+void TestFrmMain::tempPathIsPrivate()
+{
+    const QString temp = ComputeTempPath();
+    QVERIFY(temp.contains("Arcavera"));
+    QVERIFY(!temp.endsWith('/'));
+    QVERIFY(temp.startsWith(qEnvironmentVariable("TMPDIR", "/tmp").chopped(qEnvironmentVariable("TMPDIR", "/tmp").endsWith('/') ? 1 : 0)));
+}
+
+QTEST_MAIN(TestFrmMain)
+#include "test_frm_main.moc"
