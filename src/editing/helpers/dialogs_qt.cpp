@@ -1,0 +1,193 @@
+#include "editing/helpers/dialogs_qt.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QPushButton>
+#include <QWidget>
+
+namespace {
+
+QMessageBox::StandardButton StandardOf(MessageButton button)
+{
+    switch (button) {
+    case MessageButton::OK: return QMessageBox::Ok;
+    case MessageButton::Cancel: return QMessageBox::Cancel;
+    case MessageButton::Yes: return QMessageBox::Yes;
+    case MessageButton::No: return QMessageBox::No;
+    case MessageButton::None: break;
+    }
+    return QMessageBox::NoButton;
+}
+
+MessageButton ButtonOf(QMessageBox::StandardButton button)
+{
+    switch (button) {
+    case QMessageBox::Ok: return MessageButton::OK;
+    case QMessageBox::Cancel: return MessageButton::Cancel;
+    case QMessageBox::Yes: return MessageButton::Yes;
+    case QMessageBox::No: return MessageButton::No;
+    default: return MessageButton::None;
+    }
+}
+
+QMessageBox::Icon IconOf(MessageIcon icon)
+{
+    switch (icon) {
+    case MessageIcon::Question: return QMessageBox::Question;
+    case MessageIcon::Exclamation: return QMessageBox::Warning;
+    case MessageIcon::Information: return QMessageBox::Information;
+    case MessageIcon::Critical: return QMessageBox::Critical;
+    case MessageIcon::None: break;
+    }
+    return QMessageBox::NoIcon;
+}
+
+QString TitleOrProgramName(const QString &title)
+{
+    return title.isEmpty() ? kProgramName : title;
+}
+
+// Runs a file dialog; its chosen paths, or none after a cancel.
+QStringList RunFileDialog(QObject *owner, FileDialogKind kind, const QString &title,
+                          const QStringList &nameFilters, const QString &initialName)
+{
+    const auto dialog = MakeFileDialog(OwnerWindow(owner), kind, title, nameFilters, initialName);
+    if (dialog->exec() != QDialog::Accepted) return {};
+    return dialog->selectedFiles();
+}
+
+QString FirstOrEmpty(const QStringList &paths)
+{
+    return paths.isEmpty() ? QString() : paths.front();
+}
+
+}  // namespace
+
+QWidget *OwnerWindow(QObject *owner)
+{
+    for (QObject *o = owner; o; o = o->parent())
+        if (auto *widget = qobject_cast<QWidget *>(o)) return widget->window();
+    return QApplication::activeWindow();
+}
+
+std::unique_ptr<QFileDialog> MakeFileDialog(QWidget *parent, FileDialogKind kind,
+                                            const QString &title,
+                                            const QStringList &nameFilters,
+                                            const QString &initialName)
+{
+    auto dialog = std::make_unique<QFileDialog>(parent, title, QDir::currentPath());
+    dialog->setOption(QFileDialog::DontUseNativeDialog);
+    switch (kind) {
+    case FileDialogKind::OpenOne:
+        dialog->setAcceptMode(QFileDialog::AcceptOpen);
+        dialog->setFileMode(QFileDialog::ExistingFile);
+        break;
+    case FileDialogKind::OpenMany:
+        dialog->setAcceptMode(QFileDialog::AcceptOpen);
+        dialog->setFileMode(QFileDialog::ExistingFiles);
+        break;
+    case FileDialogKind::Save:
+        dialog->setAcceptMode(QFileDialog::AcceptSave);
+        dialog->setFileMode(QFileDialog::AnyFile);
+        break;
+    case FileDialogKind::Folder:
+        dialog->setAcceptMode(QFileDialog::AcceptOpen);
+        dialog->setFileMode(QFileDialog::Directory);
+        dialog->setOption(QFileDialog::ShowDirsOnly);
+        break;
+    }
+    if (kind != FileDialogKind::Folder && !nameFilters.isEmpty()) {
+        // The descriptions are shown as written; the patterns behind them
+        // do the filtering.
+        dialog->setOption(QFileDialog::HideNameFilterDetails);
+        dialog->setNameFilters(nameFilters);
+        dialog->selectNameFilter(nameFilters.front());
+    }
+    if (!initialName.isEmpty()) dialog->selectFile(initialName);
+    return dialog;
+}
+
+std::unique_ptr<QMessageBox> MakeMessageBox(QWidget *parent, const QString &text,
+                                            const QString &title, MessageButtons buttons,
+                                            MessageIcon icon, MessageButton defaultButton)
+{
+    if (buttons == MessageButtons()) buttons = MessageButton::OK;
+    QMessageBox::StandardButtons standard;
+    for (MessageButton b : {MessageButton::Yes, MessageButton::No, MessageButton::OK,
+                            MessageButton::Cancel})
+        if (buttons.testFlag(b)) standard |= StandardOf(b);
+    auto box = std::make_unique<QMessageBox>(IconOf(icon), TitleOrProgramName(title), text,
+                                             standard, parent);
+    if (buttons.testFlag(defaultButton)) box->setDefaultButton(StandardOf(defaultButton));
+    return box;
+}
+
+MessageButton PressedButton(const QMessageBox &box)
+{
+    const MessageButton pressed = ButtonOf(box.standardButton(box.clickedButton()));
+    if (pressed != MessageButton::None) return pressed;
+    MessageButtons offered;
+    for (QAbstractButton *button : box.buttons())
+        offered |= ButtonOf(box.standardButton(button));
+    return EscapeAnswer(offered);
+}
+
+std::unique_ptr<QInputDialog> MakeInputDialog(QWidget *parent, const QString &prompt,
+                                              const QString &title, const QString &defaultText)
+{
+    auto dialog = std::make_unique<QInputDialog>(parent);
+    dialog->setInputMode(QInputDialog::TextInput);
+    dialog->setWindowTitle(TitleOrProgramName(title));
+    dialog->setLabelText(prompt);
+    dialog->setTextValue(defaultText);
+    return dialog;
+}
+
+QString QtDialogProvider::ChooseOpenFile(QObject *owner, const QString &title,
+                                         const QStringList &nameFilters,
+                                         const QString &initialName)
+{
+    return FirstOrEmpty(
+        RunFileDialog(owner, FileDialogKind::OpenOne, title, nameFilters, initialName));
+}
+
+QStringList QtDialogProvider::ChooseOpenFiles(QObject *owner, const QString &title,
+                                              const QStringList &nameFilters,
+                                              const QString &initialName)
+{
+    return RunFileDialog(owner, FileDialogKind::OpenMany, title, nameFilters, initialName);
+}
+
+QString QtDialogProvider::ChooseSaveFile(QObject *owner, const QString &title,
+                                         const QStringList &nameFilters)
+{
+    return FirstOrEmpty(RunFileDialog(owner, FileDialogKind::Save, title, nameFilters, {}));
+}
+
+QString QtDialogProvider::ChooseFolder(QObject *owner, const QString &title)
+{
+    return FirstOrEmpty(RunFileDialog(owner, FileDialogKind::Folder, title, {}, {}));
+}
+
+MessageButton QtDialogProvider::Message(QObject *owner, const QString &text,
+                                        const QString &title, MessageButtons buttons,
+                                        MessageIcon icon, MessageButton defaultButton)
+{
+    const auto box = MakeMessageBox(OwnerWindow(owner), text, title, buttons, icon, defaultButton);
+    box->exec();
+    return PressedButton(*box);
+}
+
+InputAnswer QtDialogProvider::Input(QObject *owner, const QString &prompt, const QString &title,
+                                    const QString &defaultText)
+{
+    const auto dialog = MakeInputDialog(OwnerWindow(owner), prompt, title, defaultText);
+    if (dialog->exec() != QDialog::Accepted) return InputAnswer{};
+    return InputAnswer{true, dialog->textValue()};
+}
+
+void InstallQtDialogs()
+{
+    static QtDialogProvider provider;
+    SetDialogProvider(&provider);
+}

@@ -1,0 +1,60 @@
+// The dialogs of the window: QFileDialog, QMessageBox and QInputDialog
+// behind the DialogProvider of dialogs.h.
+//
+// File dialogs are Qt's own (not the desktop's native ones), so that every
+// desktop shows the filter descriptions exactly as written. They open in the
+// current folder of the process. Message and input boxes without a title of
+// their own carry the program's name.
+//
+// The Make... functions build a dialog ready to run, without running it.
+#pragma once
+
+#include <QFileDialog>
+#include <QInputDialog>
+#include <QMessageBox>
+
+#include <memory>
+
+#include "editing/helpers/dialogs.h"
+
+class QWidget;
+
+inline const QString kProgramName = QStringLiteral("Arcavera");
+
+enum class FileDialogKind { OpenOne, OpenMany, Save, Folder };
+
+// The window an owner stands for: the owner or its nearest widget parent,
+// else the active window; nullptr when there is none.
+QWidget *OwnerWindow(QObject *owner);
+
+std::unique_ptr<QFileDialog> MakeFileDialog(QWidget *parent, FileDialogKind kind,
+                                            const QString &title,
+                                            const QStringList &nameFilters,
+                                            const QString &initialName);
+std::unique_ptr<QMessageBox> MakeMessageBox(QWidget *parent, const QString &text,
+                                            const QString &title, MessageButtons buttons,
+                                            MessageIcon icon, MessageButton defaultButton);
+// The button that closed the box; EscapeAnswer of its buttons if none did.
+MessageButton PressedButton(const QMessageBox &box);
+std::unique_ptr<QInputDialog> MakeInputDialog(QWidget *parent, const QString &prompt,
+                                              const QString &title, const QString &defaultText);
+
+class QtDialogProvider final : public DialogProvider {
+public:
+    QString ChooseOpenFile(QObject *owner, const QString &title, const QStringList &nameFilters,
+                           const QString &initialName) override;
+    QStringList ChooseOpenFiles(QObject *owner, const QString &title,
+                                const QStringList &nameFilters,
+                                const QString &initialName) override;
+    QString ChooseSaveFile(QObject *owner, const QString &title,
+                           const QStringList &nameFilters) override;
+    QString ChooseFolder(QObject *owner, const QString &title) override;
+    MessageButton Message(QObject *owner, const QString &text, const QString &title,
+                          MessageButtons buttons, MessageIcon icon,
+                          MessageButton defaultButton) override;
+    InputAnswer Input(QObject *owner, const QString &prompt, const QString &title,
+                      const QString &defaultText) override;
+};
+
+// Installs one QtDialogProvider for the life of the process.
+void InstallQtDialogs();
