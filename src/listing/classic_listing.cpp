@@ -2,6 +2,9 @@
 
 #include <QLocale>
 
+#include <array>
+#include <cmath>
+
 #include "config/app_config.h"
 #include "config/catalogue.h"
 #include "editing/helpers/paths.h"
@@ -20,29 +23,139 @@ const QLocale &UserLocale()
     return locale;
 }
 
+// Numbers in the user's locale, quickly: a list of a hundred thousand rows
+// formats three numbers a row. Digits are grouped by three with the locale's
+// symbols; a locale that writes numbers otherwise (other digits, other
+// groupings) is left to QLocale, which the first use checks against.
+class NumberFormat {
+public:
+    NumberFormat()
+    {
+        const QLocale &l = UserLocale();
+        group_ = l.groupSeparator();
+        decimal_ = l.decimalPoint();
+        minus_ = l.negativeSign();
+        percent_ = l.percent();
+        fast_ = l.zeroDigit() == QLatin1String("0") &&
+                Whole(1234567890u) == l.toString(qulonglong{1234567890u}) && Whole(12u) == l.toString(12) &&
+                Fixed2(-1234.5678) == l.toString(-1234.5678, 'f', 2) && Fixed2(0.5) == l.toString(0.5, 'f', 2);
+    }
+
+    QString Size(std::uint32_t value) const
+    {
+        return fast_ ? Whole(value) : UserLocale().toString(qulonglong{value});
+    }
+
+    // The saving of a stored file, in percent with two decimals.
+    QString Saving(std::uint32_t fullSize, std::uint32_t compressedSize) const
+    {
+        if (fullSize == 0) return fast_ ? Hundredths(0, percent_) : UserLocale().toString(0.0, 'f', 2) + percent_;
+        if (!fast_) {
+            const double saving = 1.0 - static_cast<double>(compressedSize) / static_cast<double>(fullSize);
+            return UserLocale().toString(saving * 100.0, 'f', 2) + percent_;
+        }
+        // Exact: (full - compressed) / full in hundredths of a percent, rounded half away from zero.
+        const std::int64_t numerator = (std::int64_t{fullSize} - std::int64_t{compressedSize}) * 10000;
+        const std::int64_t full = fullSize;
+        const std::int64_t rounded = numerator >= 0 ? (numerator + full / 2) / full : -((-numerator + full / 2) / full);
+        return Hundredths(rounded, percent_, numerator < 0);
+    }
+
+    const QString &PercentSign() const { return percent_; }
+
+private:
+    // Digits grouped by three, from `digits`, after `prefix`; one allocation.
+    QString Grouped(const QString &prefix, const char *digits, int length, const char *tail = "") const
+    {
+        char16_t buffer[96];
+        int n = 0;
+        for (QChar c : prefix) buffer[n++] = c.unicode();
+        const bool oneCharGroup = group_.size() == 1;
+        for (int i = 0; i < length; ++i) {
+            if (i > 0 && (length - i) % 3 == 0) {
+                if (oneCharGroup) buffer[n++] = group_[0].unicode();
+                else for (QChar c : group_) buffer[n++] = c.unicode();
+            }
+            buffer[n++] = static_cast<char16_t>(digits[i]);
+        }
+        for (const char *t = tail; *t; ++t) buffer[n++] = static_cast<char16_t>(*t);
+        return QString(reinterpret_cast<const QChar *>(buffer), n);
+    }
+
+    static int Digits(std::uint64_t value, char *buffer)  // buffer of 20; returns the count
+    {
+        char reversed[20];
+        int n = 0;
+        do {
+            reversed[n++] = static_cast<char>('0' + value % 10);
+            value /= 10;
+        } while (value != 0);
+        for (int i = 0; i < n; ++i) buffer[i] = reversed[n - 1 - i];
+        return n;
+    }
+
+    QString Whole(std::uint64_t value) const
+    {
+        char digits[20];
+        return Grouped(QString(), digits, Digits(value, digits));
+    }
+
+    // Hundredths as "-1,234.56", then `suffix`.
+    QString Hundredths(std::int64_t hundredths, const QString &suffix = QString(), bool negative = false) const
+    {
+        negative = negative || hundredths < 0;  // a negative value that rounds to zero keeps its sign
+        const std::uint64_t magnitude = hundredths < 0 ? std::uint64_t(-hundredths) : std::uint64_t(hundredths);
+        char digits[20];
+        const int n = Digits(magnitude / 100, digits);
+        const char tail[3] = {static_cast<char>('0' + magnitude / 10 % 10), static_cast<char>('0' + magnitude % 10), 0};
+        QString text = Grouped(negative ? minus_ : QString(), digits, n);
+        text.reserve(text.size() + 3 + suffix.size());
+        text += decimal_;
+        text += QLatin1String(tail);
+        text += suffix;
+        return text;
+    }
+
+    QString Fixed2(double value) const { return Hundredths(std::llround(value * 100.0), QString(), value < 0); }
+
+    QString group_, decimal_, minus_, percent_;
+    bool fast_ = false;
+};
+
+const NumberFormat &Numbers()
+{
+    static const NumberFormat format;
+    return format;
+}
+
 }  // namespace
 
-QString FormatSize(std::uint32_t bytes) { return UserLocale().toString(qulonglong{bytes}); }
+QString FormatSize(std::uint32_t bytes) { return Numbers().Size(bytes); }
 
 QString FormatRatio(std::uint32_t fullSize, std::uint32_t compressedSize)
 {
-    double saving = 0.0;
-    if (fullSize > 0) saving = 1.0 - static_cast<double>(compressedSize) / static_cast<double>(fullSize);
-    return UserLocale().toString(saving * 100.0, 'f', 2) + UserLocale().percent();
+    return Numbers().Saving(fullSize, compressedSize);
 }
 
 QString FormatPercent(double fraction)
 {
-    return UserLocale().toString(fraction * 100.0, 'f', 0) + UserLocale().percent();
+    return UserLocale().toString(fraction * 100.0, 'f', 0) + Numbers().PercentSign();
 }
 
 QString AttributeLetters(std::uint32_t flags)
 {
-    QString letters = QStringLiteral("---");
-    if (flags & (mpq::MAFA_FLAG_IMPLODE | mpq::MAFA_FLAG_COMPRESS)) letters[0] = QLatin1Char('C');
-    if (flags & mpq::MAFA_FLAG_ENCRYPT) letters[1] = QLatin1Char('E');
-    if (flags & mpq::MAFA_FLAG_MODCRYPTKEY) letters[2] = QLatin1Char('X');
-    return letters;
+    // Eight possible texts, made once and shared by every row.
+    static const std::array<QString, 8> texts = [] {
+        std::array<QString, 8> t;
+        for (int i = 0; i < 8; ++i) {
+            t[static_cast<std::size_t>(i)] = QString::fromLatin1(i & 1 ? "C" : "-") +
+                                             QLatin1String(i & 2 ? "E" : "-") + QLatin1String(i & 4 ? "X" : "-");
+        }
+        return t;
+    }();
+    const int index = ((flags & (mpq::MAFA_FLAG_IMPLODE | mpq::MAFA_FLAG_COMPRESS)) ? 1 : 0) |
+                      ((flags & mpq::MAFA_FLAG_ENCRYPT) ? 2 : 0) | ((flags & mpq::MAFA_FLAG_MODCRYPTKEY) ? 4 : 0);
+    return texts[static_cast<std::size_t>(index)];
 }
 
 ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayName)
@@ -77,6 +190,8 @@ bool LoadArchiveClassic(const QString &path, const AppConfig &config, ListingPor
         ports.progress.SetProgressVisible(true);
         ports.rows.SetSorted(false);
         const QString openText = Texts().StatusBarOpen;
+        QString percentText;
+        qint64 shownPercent = -1;
         for (std::int64_t i = 0; i <= n; ++i) {
             const mpq::FileListEntry &record = records[static_cast<std::size_t>(i)];
             if (record.FileExists != 0) {
@@ -85,7 +200,14 @@ bool LoadArchiveClassic(const QString &path, const AppConfig &config, ListingPor
                 ports.rows.AddRow(MakeListRow(record, name));
                 totalSize += record.FullSize;
             }
-            ports.status.SetStatusText(ReplaceValue(openText, FormatPercent(double(i) / double(n))));
+            // The text changes a hundred times; it is made once for each.
+            const double fraction = double(i) / double(n);
+            const qint64 percent = qRound64(fraction * 100.0);
+            if (percent != shownPercent) {
+                shownPercent = percent;
+                percentText = ReplaceValue(openText, FormatPercent(fraction));
+            }
+            ports.status.SetStatusText(percentText);
             ports.progress.SetProgressValue(static_cast<int>(i));
         }
         ports.rows.SetSorted(true);

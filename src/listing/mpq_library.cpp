@@ -22,8 +22,10 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <deque>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -39,7 +41,12 @@ struct Handle {
 namespace {
 
 // Candidate names by their pair of name hashes; the first spelling wins.
-using NameTable = std::unordered_map<std::uint64_t, std::string>;
+// The names point into the list text and into `sources`, which hold the
+// external list files read for one listing.
+struct NameTable {
+    std::unordered_map<std::uint64_t, std::string_view> names;
+    std::deque<std::string> sources;  // never moves what it holds
+};
 
 template <typename Fn>
 void ForEachLine(const char *data, std::size_t size, Fn &&fn)
@@ -67,15 +74,15 @@ bool ReadWholeFile(const std::string &path, std::string &out)
     return true;
 }
 
-void AddName(NameTable &names, const char *name, std::size_t length)
+void AddName(NameTable &table, const char *name, std::size_t length)
 {
-    names.try_emplace(NameKey(name, length), name, length);
+    table.names.try_emplace(NameKey(name, length), name, length);
 }
 
 NameTable BuildNameTable(const std::string &listText)
 {
     NameTable names;
-    names.reserve(listText.size() / 24 + 16);
+    names.names.reserve(listText.size() / 24 + 16);
     std::unordered_set<std::string> listFilesRead;
     ForEachLine(listText.data(), listText.size(), [&](const char *line, std::size_t length) {
         AddName(names, line, length);
@@ -84,7 +91,9 @@ NameTable BuildNameTable(const std::string &listText)
         if (!IsRegularFile(path) || !listFilesRead.insert(path).second) return;
         std::string content;
         if (!ReadWholeFile(path, content)) return;
-        ForEachLine(content.data(), content.size(),
+        names.sources.push_back(std::move(content));
+        const std::string &kept = names.sources.back();
+        ForEachLine(kept.data(), kept.size(),
                     [&](const char *name, std::size_t n) { AddName(names, name, n); });
     });
     return names;
@@ -289,10 +298,10 @@ bool SFileListFiles(MpqHandle archive, const std::string &listText,
 {
     TMPQArchive *ha = Archive(archive);
     if (ha == nullptr) return false;
-    const NameTable names = BuildNameTable(listText);
+    const NameTable table = BuildNameTable(listText);
     auto nameOf = [&](std::uint64_t key, std::uint32_t number) {
-        auto found = names.find(key);
-        return found != names.end() ? found->second : UnknownName(number);
+        auto found = table.names.find(key);
+        return found != table.names.end() ? std::string(found->second) : UnknownName(number);
     };
 
     std::size_t next = 0;
@@ -320,8 +329,8 @@ bool SFileListFiles(MpqHandle archive, const std::string &listText,
     // An archive with only the newer hash tables: StormLib matches the names,
     // and only names that the list text gives are taken.
     std::unordered_set<std::string> given;
-    for (const auto &[key, name] : names) given.insert(name);
-    if (!names.empty()) {
+    for (const auto &[key, name] : table.names) given.emplace(name);
+    if (!given.empty()) {
         char pattern[] = "/tmp/arcavera-names-XXXXXX";
         const int fd = ::mkstemp(pattern);
         if (fd >= 0) {

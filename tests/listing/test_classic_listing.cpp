@@ -33,6 +33,7 @@ private slots:
     void attributeLetters();
     void ratioTexts_data();
     void ratioTexts();
+    void numbersAgreeWithTheLocale();
     void extensionColumn_data();
     void extensionColumn();
     void listTextByTable_data();
@@ -95,6 +96,29 @@ void TestClassicListing::ratioTexts()
     QCOMPARE(FormatRatio(full, compressed), text);
     QCOMPARE(FormatSize(1234567), QStringLiteral("1,234,567"));
     QCOMPARE(FormatSize(0), QStringLiteral("0"));
+}
+
+void TestClassicListing::numbersAgreeWithTheLocale()
+{
+    // The quick formatting gives what the user's locale gives, for sizes and
+    // savings of every magnitude and sign (exact ties in the third decimal
+    // aside, which the quick path rounds away from zero).
+    QLocale locale = QLocale::system();
+    locale.setNumberOptions(locale.numberOptions() & ~QLocale::OmitGroupSeparator);
+    std::uint32_t x = 2463534242u;
+    auto next = [&x] { x ^= x << 13; x ^= x >> 17; x ^= x << 5; return x; };
+    const std::uint32_t edges[] = {0u, 1u, 9u, 999u, 1000u, 999999u, 1000000u, 4294967295u};
+    for (std::uint32_t value : edges) QCOMPARE(FormatSize(value), locale.toString(qulonglong{value}));
+    for (int i = 0; i < 20000; ++i) {
+        const std::uint32_t full = next() >> (next() % 32);
+        const std::uint32_t compressed = i % 3 == 0 ? full + next() % 5000 : (full ? next() % (full + 1) : 0);
+        QCOMPARE(FormatSize(full), locale.toString(qulonglong{full}));
+        if (full == 0) continue;
+        const std::int64_t numerator = (std::int64_t{full} - std::int64_t{compressed}) * 10000;
+        if (std::abs(numerator % std::int64_t{full}) * 2 == std::int64_t{full}) continue;
+        const double saving = 1.0 - double(compressed) / double(full);
+        QCOMPARE(FormatRatio(full, compressed), locale.toString(saving * 100.0, 'f', 2) + locale.percent());
+    }
 }
 
 void TestClassicListing::extensionColumn_data()
