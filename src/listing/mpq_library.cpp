@@ -14,6 +14,7 @@
 
 #include <StormLib.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -36,6 +37,13 @@ struct Handle {
     Kind kind = Kind::Archive;
     HANDLE storm = nullptr;
     Handle *archive = nullptr;  // a file's archive
+    std::string path;           // an archive's path on disk
+    int fd = -1;                // an archive's own descriptor, for the checks before a read
+
+    ~Handle()
+    {
+        if (fd >= 0) ::close(fd);
+    }
 };
 
 namespace {
@@ -173,6 +181,39 @@ std::string EngineName(MpqHandle archive, const std::string &name)
     return buffer;
 }
 
+// StormLib 9.22 reads a sector offset table whose first entry says it is
+// longer than expected into a buffer cut to whole entries: a length that is
+// no multiple of four writes past the buffer. Damaged or protected archives
+// hold such tables, so a file whose table says so is not read at all.
+bool SectorTableIsSafe(Handle *archive, HANDLE file)
+{
+    const auto *hf = static_cast<const TMPQFile *>(file);
+    const TFileEntry *entry = hf->pFileEntry;
+    const TMPQArchive *ha = hf->ha;
+    if (entry == nullptr || ha == nullptr) return true;
+    if ((entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 || (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) ||
+        (entry->dwFlags & MPQ_FILE_PATCH_FILE) || entry->dwFileSize == 0 || ha->dwSectorSize == 0)
+        return true;
+    // An encrypted file whose key StormLib does not know yet gets its key from
+    // a table of the expected length, which never asks for the longer read.
+    if ((entry->dwFlags & MPQ_FILE_ENCRYPTED) && hf->dwFileKey == 0) return true;
+    const std::uint64_t sectors = (std::uint64_t{entry->dwFileSize} - 1) / ha->dwSectorSize + 1;
+    std::uint64_t expected = (sectors + 1) * 4;
+    if (entry->dwFlags & MPQ_FILE_SECTOR_CRC) expected += 4;
+    if (archive->fd < 0) archive->fd = ::open(archive->path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (archive->fd < 0) return false;
+    unsigned char raw[4];
+    if (::pread(archive->fd, raw, 4, static_cast<off_t>(hf->RawFilePos)) != 4) return true;  // StormLib fails the read itself
+    std::uint32_t first = std::uint32_t{raw[0]} | std::uint32_t{raw[1]} << 8 | std::uint32_t{raw[2]} << 16 |
+                          std::uint32_t{raw[3]} << 24;
+    if (entry->dwFlags & MPQ_FILE_ENCRYPTED) {
+        const std::uint32_t key = hf->dwFileKey - 1;
+        const std::uint32_t seed = 0xEEEEEEEE + CryptTable()[0x400 + (key & 0xFF)];
+        first ^= key + seed;
+    }
+    return first <= expected || first % 4 == 0;
+}
+
 bool EmbeddedZero(const std::string &text) { return text.find('\0') != std::string::npos; }
 
 std::uint32_t WaveQuality(std::uint32_t quality)
@@ -226,7 +267,7 @@ bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::
     HANDLE storm = nullptr;
     const DWORD openFlags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
     if (!::SFileOpenArchive(path.c_str(), 0, openFlags, &storm)) return false;
-    *archive = new Handle{Handle::Kind::Archive, storm, nullptr};
+    *archive = new Handle{Handle::Kind::Archive, storm, nullptr, path, -1};
     return true;
 }
 
@@ -278,7 +319,11 @@ bool SFileOpenFileEx(MpqHandle archive, const std::string &storedName, std::uint
     const std::string engineName = EngineName(archive, storedName);
     HANDLE storm = nullptr;
     if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return false;
-    *file = new Handle{Handle::Kind::File, storm, archive};
+    if (!SectorTableIsSafe(archive, storm)) {
+        ::SFileCloseFile(storm);
+        return false;
+    }
+    *file = new Handle{Handle::Kind::File, storm, archive, {}, -1};
     return true;
 }
 
@@ -411,7 +456,7 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
         const DWORD engineMaximum = maximumFiles > reserved + 1 ? maximumFiles - reserved : 1;
         if (!::SFileCreateArchive(path.c_str(), createFlags, engineMaximum, &storm)) return nullptr;
     }
-    return new Handle{Handle::Kind::Update, storm, nullptr};
+    return new Handle{Handle::Kind::Update, storm, nullptr, path, -1};
 }
 
 bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
