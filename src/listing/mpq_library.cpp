@@ -214,6 +214,14 @@ bool SectorTableIsSafe(Handle *archive, HANDLE file)
     return first <= expected || first % 4 == 0;
 }
 
+// StormLib 9.22 takes the sector size from the header unchecked; a size
+// shifted out to zero divides by zero at the first read.
+bool IsUsableArchive(HANDLE storm)
+{
+    const auto *ha = static_cast<const TMPQArchive *>(storm);
+    return ha != nullptr && ha->dwSectorSize != 0;
+}
+
 bool EmbeddedZero(const std::string &text) { return text.find('\0') != std::string::npos; }
 
 std::uint32_t WaveQuality(std::uint32_t quality)
@@ -267,6 +275,10 @@ bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::
     HANDLE storm = nullptr;
     const DWORD openFlags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
     if (!::SFileOpenArchive(path.c_str(), 0, openFlags, &storm)) return false;
+    if (!IsUsableArchive(storm)) {
+        ::SFileCloseArchive(storm);
+        return false;
+    }
     *archive = new Handle{Handle::Kind::Archive, storm, nullptr, path, -1};
     return true;
 }
@@ -435,6 +447,10 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
 
     if ((openExisting || openAlways) && exists && size > 0) {
         if (!::SFileOpenArchive(path.c_str(), 0, 0, &storm)) return nullptr;
+        if (!IsUsableArchive(storm)) {
+            ::SFileCloseArchive(storm);
+            return nullptr;
+        }
         TMPQArchive *ha = static_cast<TMPQArchive *>(storm);
         if ((flags & MOAU_MAINTAIN_LISTFILE) && ha->dwFileFlags1 == 0) {
             // The archive had no "(listfile)": have StormLib write one on close.
