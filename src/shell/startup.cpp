@@ -31,6 +31,10 @@ QString ProgramDataPath(const QString &programFolder, const QString &name)
 {
     const QString beside = QDir(programFolder).filePath(name);
     if (QFileInfo::exists(beside)) return beside;
+    // Installed: <prefix>/bin beside <prefix>/share/arcavera, wherever the
+    // prefix was moved to; else the prefix the build was configured with.
+    const QString relative = QDir(programFolder).filePath(QStringLiteral("../share/arcavera/") + name);
+    if (QFileInfo::exists(relative)) return QDir::cleanPath(relative);
     const QString installed = QDir(QStringLiteral(ARCAVERA_INSTALLED_DATA_DIR)).filePath(name);
     if (QFileInfo::exists(installed)) return installed;
     return {};

@@ -20,5 +20,6 @@ QString ResolveFromLaunchFolder(const QString &fileName, const QString &launchFo
 QString ComputeTempPath();
 
 // A file or folder the program ships (Languages, icons): beside the
-// executable, else in the installed data folder. Empty when neither has it.
+// executable, else in the installed data folder (share/arcavera beside the
+// bin folder, or the configured prefix's). Empty when none has it.
 QString ProgramDataPath(const QString &programFolder, const QString &name);

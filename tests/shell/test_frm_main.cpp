@@ -59,6 +59,7 @@ private slots:
     void addRecentKeepsFourNewestFirst_data();
     void addRecentKeepsFourNewestFirst();
     void tempPathIsPrivate();
+    void programDataIsFoundBesideThenInstalled();
 };
 
 void TestFrmMain::initTestCase()
@@ -235,6 +236,17 @@ void TestFrmMain::tempPathIsPrivate()
     QVERIFY(temp.contains("Arcavera"));
     QVERIFY(!temp.endsWith('/'));
     QVERIFY(temp.startsWith(qEnvironmentVariable("TMPDIR", "/tmp").chopped(qEnvironmentVariable("TMPDIR", "/tmp").endsWith('/') ? 1 : 0)));
+}
+
+void TestFrmMain::programDataIsFoundBesideThenInstalled()
+{
+    const QString prefix = dir.filePath("prefix");
+    QDir().mkpath(prefix + "/bin");
+    QCOMPARE(ProgramDataPath(prefix + "/bin", "Languages"), QString());
+    QDir().mkpath(prefix + "/share/arcavera/Languages");
+    QCOMPARE(ProgramDataPath(prefix + "/bin", "Languages"), prefix + "/share/arcavera/Languages");
+    QDir().mkpath(prefix + "/bin/Languages");
+    QCOMPARE(ProgramDataPath(prefix + "/bin", "Languages"), prefix + "/bin/Languages");
 }
 
 QTEST_MAIN(TestFrmMain)
