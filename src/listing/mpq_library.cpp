@@ -222,6 +222,35 @@ bool IsUsableArchive(HANDLE storm)
     return ha != nullptr && ha->dwSectorSize != 0;
 }
 
+// StormLib 9.22 as Debian builds it asserts, and so aborts, on an MPK header
+// (an archive kind of another game) whose size field is off. StormLib takes
+// the first header it meets at a multiple of 512 bytes; when that is an MPK
+// header, the file is not handed to StormLib at all.
+bool FirstHeaderIsMpk(const std::string &path)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return false;
+    std::vector<unsigned char> chunk(1 << 20);
+    bool mpk = false;
+    for (off_t base = 0;;) {
+        const ssize_t got = ::pread(fd, chunk.data(), chunk.size(), base);
+        if (got < 4) break;
+        bool decided = false;
+        for (ssize_t at = 0; at + 4 <= got; at += 512) {
+            const unsigned char *p = chunk.data() + at;
+            if (p[0] == 'M' && p[1] == 'P' && (p[2] == 'Q' || p[2] == 'K') && (p[3] == 0x1A || p[3] == 0x1B)) {
+                mpk = p[2] == 'K' && p[3] == 0x1A;
+                decided = true;
+                break;
+            }
+        }
+        if (decided || got < static_cast<ssize_t>(chunk.size())) break;
+        base += got;
+    }
+    ::close(fd);
+    return mpk;
+}
+
 bool EmbeddedZero(const std::string &text) { return text.find('\0') != std::string::npos; }
 
 std::uint32_t WaveQuality(std::uint32_t quality)
@@ -271,7 +300,7 @@ bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::
 {
     if (archive == nullptr) return false;
     *archive = nullptr;
-    if (path.empty() || EmbeddedZero(path) || !IsRegularFile(path)) return false;
+    if (path.empty() || EmbeddedZero(path) || !IsRegularFile(path) || FirstHeaderIsMpk(path)) return false;
     HANDLE storm = nullptr;
     const DWORD openFlags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
     if (!::SFileOpenArchive(path.c_str(), 0, openFlags, &storm)) return false;
@@ -446,7 +475,7 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
     HANDLE storm = nullptr;
 
     if ((openExisting || openAlways) && exists && size > 0) {
-        if (!::SFileOpenArchive(path.c_str(), 0, 0, &storm)) return nullptr;
+        if (FirstHeaderIsMpk(path) || !::SFileOpenArchive(path.c_str(), 0, 0, &storm)) return nullptr;
         if (!IsUsableArchive(storm)) {
             ::SFileCloseArchive(storm);
             return nullptr;

@@ -127,6 +127,7 @@ private slots:
         QTest::newRow("block table before the header") << 5 << 0xFFFFFF00u;
         QTest::newRow("archive size lies") << 2 << 16u;
         QTest::newRow("header size lies") << 1 << 0xFFFFu;
+        QTest::newRow("header of another game's kind") << 0 << 0x1A4B504Du;  // "MPK\x1a", size field off
         QTest::newRow("sector size shifted to nothing") << 3 << 0x00200000u;  // format 0, shift 32
         QTest::newRow("sector size shifted far") << 3 << 0x00170000u;
     }
