@@ -64,22 +64,27 @@ public:
     const QString &PercentSign() const { return percent_; }
 
 private:
-    // Digits grouped by three, from `digits`, after `prefix`; one allocation.
-    QString Grouped(const QString &prefix, const char *digits, int length, const char *tail = "") const
+    // prefix, the digits grouped by three, then the tails: one allocation.
+    QString Grouped(QStringView prefix, const char *digits, int length, QStringView tail1 = {},
+                    QStringView tail2 = {}, QStringView tail3 = {}) const
     {
-        char16_t buffer[96];
-        int n = 0;
-        for (QChar c : prefix) buffer[n++] = c.unicode();
-        const bool oneCharGroup = group_.size() == 1;
+        const qsizetype needed = prefix.size() + length + (length / 3) * group_.size() + tail1.size() +
+                                 tail2.size() + tail3.size();
+        QString text(needed, Qt::Uninitialized);
+        QChar *out = text.data();
+        auto put = [&out](QStringView part) {
+            for (QChar c : part) *out++ = c;
+        };
+        put(prefix);
         for (int i = 0; i < length; ++i) {
-            if (i > 0 && (length - i) % 3 == 0) {
-                if (oneCharGroup) buffer[n++] = group_[0].unicode();
-                else for (QChar c : group_) buffer[n++] = c.unicode();
-            }
-            buffer[n++] = static_cast<char16_t>(digits[i]);
+            if (i > 0 && (length - i) % 3 == 0) put(group_);
+            *out++ = QLatin1Char(digits[i]);
         }
-        for (const char *t = tail; *t; ++t) buffer[n++] = static_cast<char16_t>(*t);
-        return QString(reinterpret_cast<const QChar *>(buffer), n);
+        put(tail1);
+        put(tail2);
+        put(tail3);
+        text.truncate(out - text.constData());
+        return text;
     }
 
     static int Digits(std::uint64_t value, char *buffer)  // buffer of 20; returns the count
@@ -97,7 +102,7 @@ private:
     QString Whole(std::uint64_t value) const
     {
         char digits[20];
-        return Grouped(QString(), digits, Digits(value, digits));
+        return Grouped(QStringView(), digits, Digits(value, digits));
     }
 
     // Hundredths as "-1,234.56", then `suffix`.
@@ -107,13 +112,10 @@ private:
         const std::uint64_t magnitude = hundredths < 0 ? std::uint64_t(-hundredths) : std::uint64_t(hundredths);
         char digits[20];
         const int n = Digits(magnitude / 100, digits);
-        const char tail[3] = {static_cast<char>('0' + magnitude / 10 % 10), static_cast<char>('0' + magnitude % 10), 0};
-        QString text = Grouped(negative ? minus_ : QString(), digits, n);
-        text.reserve(text.size() + 3 + suffix.size());
-        text += decimal_;
-        text += QLatin1String(tail);
-        text += suffix;
-        return text;
+        const char16_t fraction[2] = {static_cast<char16_t>('0' + magnitude / 10 % 10),
+                                      static_cast<char16_t>('0' + magnitude % 10)};
+        return Grouped(negative ? QStringView(minus_) : QStringView(), digits, n, decimal_,
+                       QStringView(fraction, 2), suffix);
     }
 
     QString Fixed2(double value) const { return Hundredths(std::llround(value * 100.0), QString(), value < 0); }
