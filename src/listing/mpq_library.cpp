@@ -185,12 +185,18 @@ std::string EngineName(MpqHandle archive, const std::string &name)
 // longer than expected into a buffer cut to whole entries: a length that is
 // no multiple of four writes past the buffer. Damaged or protected archives
 // hold such tables, so a file whose table says so is not read at all.
-bool SectorTableIsSafe(Handle *archive, HANDLE file)
+//
+// Likewise it reads a file stored whole and uncompressed into a buffer of
+// the file's size, however many stored bytes the block table claims.
+bool ReadIsSafe(Handle *archive, HANDLE file)
 {
     const auto *hf = static_cast<const TMPQFile *>(file);
     const TFileEntry *entry = hf->pFileEntry;
     const TMPQArchive *ha = hf->ha;
     if (entry == nullptr || ha == nullptr) return true;
+    if ((entry->dwFlags & MPQ_FILE_SINGLE_UNIT) && (entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 &&
+        entry->dwCmpSize > entry->dwFileSize)
+        return false;
     if ((entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 || (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) ||
         (entry->dwFlags & MPQ_FILE_PATCH_FILE) || entry->dwFileSize == 0 || ha->dwSectorSize == 0)
         return true;
@@ -360,7 +366,7 @@ bool SFileOpenFileEx(MpqHandle archive, const std::string &storedName, std::uint
     const std::string engineName = EngineName(archive, storedName);
     HANDLE storm = nullptr;
     if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return false;
-    if (!SectorTableIsSafe(archive, storm)) {
+    if (!ReadIsSafe(archive, storm)) {
         ::SFileCloseFile(storm);
         return false;
     }

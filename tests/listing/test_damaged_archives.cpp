@@ -114,6 +114,22 @@ private slots:
         }
     }
 
+    void storedSizeLargerThanTheFile()
+    {
+        // A file stored whole claims more stored bytes than it has: refused,
+        // not read past its buffer; the file beside it still reads.
+        HandFile liar{"liar.txt", TextData(64)};
+        liar.flags = 0x80000000u | 0x01000000u;  // exists, stored whole
+        liar.storedSizeOverride = 4000;
+        const QString path = WriteFile(dir.filePath("liar.mpq"),
+                                       HandMadeArchive(8, {liar, {"honest.txt", TextData(3000, 'h')}}));
+        bool ok = true;
+        ReadStored(path, "liar.txt", &ok);
+        QVERIFY(!ok);
+        QCOMPARE(ReadStored(path, "honest.txt"), TextData(3000, 'h'));
+        QCOMPARE(ListAndReadAll(path), 2);
+    }
+
     void tablesThatLie_data()
     {
         QTest::addColumn<int>("field");  // header field index in 32-bit words

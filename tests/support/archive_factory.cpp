@@ -124,7 +124,8 @@ QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files
         const auto position = static_cast<std::uint32_t>(kHeaderSize + body.size());
         body += file.data;
         const auto size = static_cast<std::uint32_t>(file.data.size());
-        blocks.insert(blocks.end(), {position, size, size, 0x80000000u});
+        const std::uint32_t stored = file.storedSizeOverride ? file.storedSizeOverride : size;
+        blocks.insert(blocks.end(), {position, stored, size, file.flags});
     }
     std::vector<std::uint32_t> hashes(slotCount * 4, 0xFFFFFFFF);
     for (int i = 0; i < files.size(); ++i) {

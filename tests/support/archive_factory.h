@@ -49,6 +49,8 @@ struct HandFile {
     QByteArray name;
     QByteArray data;
     std::uint32_t blockIndexOverride = 0xFFFFFFFF;  // a broken hash entry when set
+    std::uint32_t flags = 0x80000000;               // as the block table says
+    std::uint32_t storedSizeOverride = 0;           // a lying stored size when set
 };
 QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files, QByteArray prefix = {});
 
