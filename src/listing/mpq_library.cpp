@@ -187,15 +187,20 @@ std::string EngineName(MpqHandle archive, const std::string &name)
 // hold such tables, so a file whose table says so is not read at all.
 //
 // Likewise it reads a file stored whole and uncompressed into a buffer of
-// the file's size, however many stored bytes the block table claims.
+// the file's size, however many stored bytes the block table claims, and
+// takes the size of a patch file from the file's own bytes.
 bool ReadIsSafe(Handle *archive, HANDLE file)
 {
     const auto *hf = static_cast<const TMPQFile *>(file);
     const TFileEntry *entry = hf->pFileEntry;
     const TMPQArchive *ha = hf->ha;
     if (entry == nullptr || ha == nullptr) return true;
+    // Patch files of incremental updates never occur in these games'
+    // archives; a damaged flag word that claims one sends StormLib to a
+    // size read from the data itself.
+    if (entry->dwFlags & MPQ_FILE_PATCH_FILE) return false;
     if ((entry->dwFlags & MPQ_FILE_SINGLE_UNIT) && (entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 &&
-        entry->dwCmpSize > entry->dwFileSize)
+        (entry->dwCmpSize > entry->dwFileSize || entry->dwCmpSize > hf->dwDataSize))
         return false;
     if ((entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 || (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) ||
         (entry->dwFlags & MPQ_FILE_PATCH_FILE) || entry->dwFileSize == 0 || ha->dwSectorSize == 0)

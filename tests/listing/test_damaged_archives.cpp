@@ -128,6 +128,16 @@ private slots:
         QVERIFY(!ok);
         QCOMPARE(ReadStored(path, "honest.txt"), TextData(3000, 'h'));
         QCOMPARE(ListAndReadAll(path), 2);
+        // A damaged flag word that makes a file a patch of an update.
+        // Its data begins as a patch header would: length 28, flags, a data size of 10.
+        QByteArray patchData("\x1c\x00\x00\x00\x00\x00\x00\x80\x0a\x00\x00\x00", 12);
+        patchData += QByteArray(16, '\0') + TextData(672);
+        HandFile patch{"patch.txt", patchData};
+        patch.flags = 0x95100000u;
+        const QString patched = WriteFile(dir.filePath("patch.mpq"), HandMadeArchive(8, {patch, {"b.txt", "b"}}));
+        ReadStored(patched, "patch.txt", &ok);
+        QVERIFY(!ok);
+        QCOMPARE(ReadStored(patched, "b.txt"), QByteArray("b"));
     }
 
     void tablesThatLie_data()
