@@ -4,21 +4,10 @@
 
 #include "config/app_config.h"
 #include "config/ini_file.h"
+#include "support/archive_factory.h"
 
 namespace {
 
-void WriteBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-QByteArray ReadBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 qint64 ConfigField(const AppConfig &c, const QString &field)
 {
@@ -80,14 +69,14 @@ private slots:
     {
         const QString path = Path("seed.ini");
         QVERIFY(SeedFirstRun(path));
-        QCOMPARE(ReadBytes(path), kSeeded);
+        QCOMPARE(fixtures::ReadFile(path), kSeeded);
         QVERIFY(!SeedFirstRun(path));
-        QCOMPARE(ReadBytes(path), kSeeded);
+        QCOMPARE(fixtures::ReadFile(path), kSeeded);
         const AppConfig c = Load(path);
         QCOMPARE(c.ExtensionRules.size(), 8);
         QCOMPARE(c.ExtensionRules[1], (ExtensionRule{".bik", 0, 0}));
         QCOMPARE(c.ExtensionRules[7], (ExtensionRule{".wav", 3, 1}));
-        WriteBytes(Path("other.ini"), "[Setting]\r\nWidth=1\r\n");
+        fixtures::WriteFile(Path("other.ini"), "[Setting]\r\nWidth=1\r\n");
         QVERIFY(!SeedFirstRun(Path("other.ini")));
     }
 
@@ -155,7 +144,7 @@ private slots:
         QFETCH(QByteArray, config);
         QFETCH(QString, field);
         QFETCH(qint64, expected);
-        WriteBytes(Path("edited.ini"), "[Config]\n" + config);
+        fixtures::WriteFile(Path("edited.ini"), "[Config]\n" + config);
         QCOMPARE(ConfigField(Load(Path("edited.ini")), field), expected);
     }
 
@@ -185,14 +174,14 @@ private slots:
         QFETCH(QByteArray, setting);
         QFETCH(QString, field);
         QFETCH(double, expected);
-        WriteBytes(Path("setting.ini"), "[Setting]\n" + setting);
+        fixtures::WriteFile(Path("setting.ini"), "[Setting]\n" + setting);
         QCOMPARE(WindowField(ReadWindowSettings(Path("setting.ini"), 19200, 14400), field), expected);
     }
 
     void windowAndRecentRoundTrip()
     {
         const QString path = Path("window.ini");
-        WriteBytes(path, "; mine\r\n[Config]\r\nExtCount=0\r\n");
+        fixtures::WriteFile(path, "; mine\r\n[Config]\r\nExtCount=0\r\n");
         WindowSettings w;
         w.Width = 9000.5f;
         w.Left = -15;
@@ -203,7 +192,7 @@ private slots:
         w.ExplorerStyle = true;
         WriteWindowSettings(w, path);
         WriteRecentFiles({"/a/one.mpq", QStringLiteral("/b/\u00e9 two.w3x ")}, path);
-        QCOMPARE(ReadBytes(path),
+        QCOMPARE(fixtures::ReadFile(path),
                  QByteArray("; mine\r\n[Config]\r\nExtCount=0\r\n[Setting]\r\nWidth=9000.5\r\nHeight=5000\r\n"
                             "Left=-15\r\nTop=0.1\r\nSplitter=3000\r\nToolBar=1\r\nStatusBar=0\r\nSortKey=3\r\n"
                             "SortOrder=1\r\nExplorerStyle=1\r\n[Recent]\r\n1=/a/one.mpq\r\n"
@@ -215,12 +204,12 @@ private slots:
 
     void listFilesThatVanishDropOut()
     {
-        WriteBytes(Path("a.txt"), "x");
-        WriteBytes(Path("b.txt"), "x");
+        fixtures::WriteFile(Path("a.txt"), "x");
+        fixtures::WriteFile(Path("b.txt"), "x");
         const QByteArray lists = "[Lists]\nCount=4\nFile1=" + Path("a.txt").toUtf8() + "\nFile2=" +
                                  Path("gone.txt").toUtf8() + "\nFile3=" + dir_.path().toUtf8() +
                                  "\nFile4=" + Path("b.txt").toUtf8() + "\nFile5=" + Path("a.txt").toUtf8() + "\n";
-        WriteBytes(Path("lists.ini"), lists);
+        fixtures::WriteFile(Path("lists.ini"), lists);
         QStringList paths;
         const AppConfig c = Load(Path("lists.ini"), &paths);
         QCOMPARE(paths, QStringList({Path("a.txt"), Path("b.txt")}));
@@ -229,8 +218,8 @@ private slots:
 
     void saveWritesInDialogOrder()
     {
-        WriteBytes(Path("l1.txt"), "x");
-        WriteBytes(Path("l2.txt"), "x");
+        fixtures::WriteFile(Path("l1.txt"), "x");
+        fixtures::WriteFile(Path("l2.txt"), "x");
         AppConfig c;
         c.IniPath = Path("saved.ini");
         c.ExtensionRules = {{}, {".wav", 3, 2}, {".txt", 2, 0}};
@@ -241,7 +230,7 @@ private slots:
         c.AutoDetectFile = 0;
         c.Encrypt = true;
         SaveAppConfig(c, {Path("l1.txt"), Path("gone.txt"), Path("l2.txt")}, true, "English.lng");
-        QCOMPARE(ReadBytes(c.IniPath),
+        QCOMPARE(fixtures::ReadFile(c.IniPath),
                  "[Config]\r\nDefaultCompression=1\r\nDefaultDeflateLevel=10\r\nDefaultMaxFiles=2048\r\n"
                  "Associate=1\r\nEncrypt=1\r\nExtCount=2\r\nExt1=.wav,3,2\r\nExt2=.txt,2,0\r\n"
                  "Language=English.lng\r\nUseLists=0\r\nAutoDetectFile=0\r\n[Lists]\r\nFile1=" +
@@ -256,7 +245,7 @@ private slots:
     void shrinkingLeavesHigherKeys()
     {
         const QString path = Path("shrink.ini");
-        WriteBytes(path, kSeeded + "[Lists]\r\nCount=2\r\nFile1=/x\r\nFile2=/y\r\n");
+        fixtures::WriteFile(path, kSeeded + "[Lists]\r\nCount=2\r\nFile1=/x\r\nFile2=/y\r\n");
         AppConfig c = Load(path);
         c.ExtensionRules.resize(3);
         SaveAppConfig(c, {}, false, {});

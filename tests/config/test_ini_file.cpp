@@ -4,21 +4,10 @@
 #include <QTest>
 
 #include "config/ini_file.h"
+#include "support/archive_factory.h"
 
 namespace {
 
-void WriteBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-QByteArray ReadBytes(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 }  // namespace
 
@@ -63,7 +52,7 @@ private slots:
         QFETCH(QString, section);
         QFETCH(QString, key);
         QFETCH(QString, expected);
-        WriteBytes(Path("read.ini"), content);
+        fixtures::WriteFile(Path("read.ini"), content);
         QCOMPARE(ReadIni(section, key, Path("read.ini"), "<default>"), expected);
     }
 
@@ -123,9 +112,9 @@ private slots:
         QFETCH(QString, value);
         QFETCH(QByteArray, after);
         QFETCH(QString, readBack);
-        WriteBytes(Path("write.ini"), before);
+        fixtures::WriteFile(Path("write.ini"), before);
         WriteIni(section, key, value, Path("write.ini"));
-        QCOMPARE(ReadBytes(Path("write.ini")), after);
+        QCOMPARE(fixtures::ReadFile(Path("write.ini")), after);
         QCOMPARE(ReadIni(section, key, Path("write.ini"), "<default>"), readBack);
     }
 
@@ -135,7 +124,7 @@ private slots:
         WriteIni("Config", "A", "1", path);
         WriteIni("Config", "B", "2", path);
         WriteIni("Lists", "Count", "0", path);
-        QCOMPARE(ReadBytes(path), QByteArray("[Config]\r\nA=1\r\nB=2\r\n[Lists]\r\nCount=0\r\n"));
+        QCOMPARE(fixtures::ReadFile(path), QByteArray("[Config]\r\nA=1\r\nB=2\r\n[Lists]\r\nCount=0\r\n"));
     }
 
     void longValueRoundTrip()
@@ -150,17 +139,17 @@ private slots:
     {
         const QString path = Path("live.ini");
         WriteIni("A", "K", "1", path);
-        WriteBytes(path, "[A]\r\nK=2\r\n; edited\r\n");
+        fixtures::WriteFile(path, "[A]\r\nK=2\r\n; edited\r\n");
         QCOMPARE(ReadIni("A", "K", path, {}), QString("2"));
         WriteIni("A", "J", "3", path);
-        QCOMPARE(ReadBytes(path), QByteArray("[A]\r\nK=2\r\n; edited\r\nJ=3\r\n"));
+        QCOMPARE(fixtures::ReadFile(path), QByteArray("[A]\r\nK=2\r\n; edited\r\nJ=3\r\n"));
     }
 
     void unwritableLosesWriteSilently()
     {
-        WriteBytes(Path("plain"), "x");
+        fixtures::WriteFile(Path("plain"), "x");
         WriteIni("A", "K", "1", Path("plain/inside.ini"));  // a file where a folder should be
-        QCOMPARE(ReadBytes(Path("plain")), QByteArray("x"));
+        QCOMPARE(fixtures::ReadFile(Path("plain")), QByteArray("x"));
         QDir(dir_.path()).mkdir("folder.ini");
         WriteIni("A", "K", "1", Path("folder.ini"));
         QVERIFY(QFileInfo(Path("folder.ini")).isDir());
