@@ -75,6 +75,7 @@ struct CollectingPorts : StatusPanel, ProgressBar, RowSink {
     void SetProgressVisible(bool) override {}
     void SetSorted(bool) override {}
     void AddRow(ListRow row) override { rows.push_back(std::move(row)); }
+    void ClearRows() override { rows.clear(); }
 };
 
 // Exit status 2 or 3 with a message when `path` is no archive, else 0.

@@ -27,6 +27,7 @@ public:
     virtual ~RowSink() = default;
     virtual void SetSorted(bool sorted) = 0;
     virtual void AddRow(ListRow row) = 0;
+    virtual void ClearRows() = 0;
 };
 
 // Everything a listing reports to.
@@ -34,4 +35,31 @@ struct ListingPorts {
     StatusPanel &status;
     ProgressBar &progress;
     RowSink &rows;
+};
+
+// The folder tree of the Explorer style. Keys are upper-cased: the root's is
+// the archive's path, a folder's its path inside the archive with the
+// closing "\".
+class FolderTree {
+public:
+    virtual ~FolderTree() = default;
+    // The one root node, shown expanded.
+    virtual void AddRootNode(const QString &key, const QString &text) = 0;
+    // A folder node below `parentKey`; an empty parent key is the root.
+    virtual void AddFolderNode(const QString &parentKey, const QString &key, const QString &text) = 0;
+    virtual bool NodeExists(const QString &key) const = 0;
+};
+
+// A turn of the event queue, between the files of a batch, so the window
+// stays alive while files move in or out.
+class EventQueue {
+public:
+    virtual ~EventQueue() = default;
+    virtual void Yield() = 0;
+};
+
+// An event queue that has nothing to do: for faces without a window.
+class NoEvents : public EventQueue {
+public:
+    void Yield() override {}
 };

@@ -22,6 +22,7 @@ public:
     // RowSink: while Sorted is off, rows wait and show at the switch.
     void SetSorted(bool sorted) override;
     void AddRow(ListRow row) override;
+    void ClearRows() override { Clear(); }
 
     void Clear();
     void SetSortKey(int key);

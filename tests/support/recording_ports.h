@@ -27,6 +27,13 @@ struct RecordingPorts : StatusPanel, ProgressBar, RowSink {
         rowAddedWhileSorted.push_back(sorted);
         rows.push_back(std::move(row));
     }
+    int clears = 0;
+    void ClearRows() override
+    {
+        ++clears;
+        rows.clear();
+        rowAddedWhileSorted.clear();
+    }
     ListingPorts ports() { return ListingPorts{*this, *this, *this}; }
     const ListRow *row(const QString &name) const
     {

@@ -1,0 +1,55 @@
+// The one road by which files enter an archive.
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <cstdint>
+
+#include "listing/reporting.h"
+
+struct AppConfig;
+
+// How one file goes into the archive, chosen from its extension.
+struct AddMethod {
+    enum Kind { Skip, File, Wave };
+    Kind kind = Skip;                 // Skip: a rule of an unknown type leaves the file out
+    std::uint32_t flags = 0;          // MAFA_* flags for the engine
+    std::uint32_t compressionType = 0;  // MAFA_COMPRESS_*, for File
+    std::int32_t level = 0;           // deflate level for File, wave quality for Wave
+
+    friend bool operator==(const AddMethod &, const AddMethod &) = default;
+};
+
+// The rule that decides a name's compression: the first rule whose
+// extension, without its leading point, equals the name's extension, both
+// lower-cased. Without a rule the default compression applies: standard, or
+// deflate at the configured level minus one. "Encrypt" adds encryption.
+AddMethod ChooseAddMethod(const QString &name, const AppConfig &config);
+
+// What an add did, for faces that report it. The window looks at none of it:
+// the new listing is its report.
+struct AddReport {
+    bool opened = false;       // false: the archive could be neither opened nor created
+    int added = 0;             // files the engine took
+    QStringList failed;        // batch entries the engine refused (missing, unreadable, ...)
+    QStringList skipped;       // batch entries left out by a rule of an unknown type
+};
+
+// Adds a batch to the archive at `archivePath`, opening it for update (or
+// creating it when it is an empty file or absent) with room for
+// config.DefaultMaxFiles files, and closing it at the end.
+//
+// `names` are paths relative to `sourceFolder`, with "/" between levels, as
+// the file system gives them. Each file is read from `sourceFolder` + "/" +
+// name and stored as `prefix` followed by the name with "/" turned into "\".
+// `prefix` is a stored-name prefix: empty or ending in "\".
+//
+// Per file: the status text "Aggiunta file %v" (the texts in force) with the
+// name, the compression of ChooseAddMethod, then a turn of `events`. A name
+// already stored is replaced. A file the engine refuses does not stop the
+// batch.
+AddReport AddFiles(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
+                   const QByteArray &prefix, const AppConfig &config, StatusPanel &status,
+                   EventQueue &events);
