@@ -24,8 +24,10 @@ struct AddMethod {
 
 // The rule that decides a name's compression: the first rule whose
 // extension, without its leading point, equals the name's extension, both
-// lower-cased. Without a rule the default compression applies: standard, or
-// deflate at the configured level minus one. "Encrypt" adds encryption.
+// lower-cased; entry 0, the spare, is never looked at. Without a rule the
+// default compression applies: standard, or deflate at the configured level
+// minus one, held to -1..9 (a deflate rule takes that same level). "Encrypt"
+// adds encryption.
 AddMethod ChooseAddMethod(const QString &name, const AppConfig &config);
 
 // What an add did, for faces that report it. The window looks at none of it:
@@ -39,7 +41,10 @@ struct AddReport {
 
 // Adds a batch to the archive at `archivePath`, opening it for update (or
 // creating it when it is an empty file or absent) with room for
-// config.DefaultMaxFiles files, and closing it at the end.
+// config.DefaultMaxFiles files (held to 1..999999, what the settings dialog
+// takes: larger tables break the engine), and closing it at the end. A file
+// that holds anything but an archive is left alone: `opened` is false and
+// nothing else happens.
 //
 // `names` are paths relative to `sourceFolder`, with "/" between levels, as
 // the file system gives them. Each file is read from `sourceFolder` + "/" +

@@ -1,6 +1,7 @@
 #include "support/archive_factory.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -207,6 +208,23 @@ QByteArray ReadStored(const QString &archive, const std::string &name, bool *ok)
     const QByteArray data = ReadAll(handle, name, ok);
     mpq::SFileCloseArchive(handle);
     return data;
+}
+
+QMap<QString, QByteArray> Tree(const QString &folder)
+{
+    QMap<QString, QByteArray> tree;
+    const QDir root(folder);
+    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        const QString relative = root.relativeFilePath(path);
+        if (it.fileInfo().isDir())
+            tree.insert(relative + QLatin1Char('/'), "<dir>");
+        else
+            tree.insert(relative, ReadFile(path));
+    }
+    return tree;
 }
 
 }  // namespace fixtures

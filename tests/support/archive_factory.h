@@ -5,6 +5,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QMap>
 #include <QString>
 #include <QStringList>
 
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "listing/mpq_library.h"
+#include "listing/reporting.h"
 
 namespace fixtures {
 
@@ -60,5 +62,16 @@ std::vector<mpq::FileListEntry> List(const QString &archive, const std::string &
 std::string InternalList(const QString &archive);
 // The bytes of a stored file; `ok` false when it cannot be opened or read.
 QByteArray ReadStored(const QString &archive, const std::string &name, bool *ok = nullptr);
+
+// What a batch reported, in order: each status text as it was set, and
+// "<yield>" for each turn of the event queue.
+struct BatchTrace : StatusPanel, EventQueue {
+    QStringList events;
+    void SetStatusText(const QString &text) override { events.append(text); }
+    void Yield() override { events.append(QStringLiteral("<yield>")); }
+};
+
+// Every file below `folder`, as "relative/path" -> bytes; folders as "relative/path/" -> "<dir>".
+QMap<QString, QByteArray> Tree(const QString &folder);
 
 }  // namespace fixtures

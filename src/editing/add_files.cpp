@@ -1,0 +1,99 @@
+#include "editing/add_files.h"
+
+#include <algorithm>
+#include <string>
+
+#include "config/app_config.h"
+#include "config/catalogue.h"
+#include "editing/helpers/paths.h"
+#include "listing/mpq_library.h"
+#include "listing/text_encoding.h"
+
+namespace {
+
+// The largest count the settings dialog lets the user type (six digits).
+constexpr qint32 kLargestMaxFiles = 999999;
+
+// The first rule for the extension, or none. Entry 0 of the rules is the
+// spare and never matches. A rule "." matches names without a point, whose
+// extension is empty; a rule with no text at all matches nothing.
+const ExtensionRule *RuleFor(const QString &extension, const QVector<ExtensionRule> &rules)
+{
+    const QString wanted = extension.toLower();
+    for (qsizetype n = 1; n < rules.size(); ++n) {
+        const QString &ruleExtension = rules[n].Extension;
+        if (!ruleExtension.isEmpty() && ruleExtension.mid(1).toLower() == wanted) return &rules[n];
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+AddMethod ChooseAddMethod(const QString &name, const AppConfig &config)
+{
+    const std::uint32_t base = mpq::MAFA_REPLACE_EXISTING | (config.Encrypt ? mpq::MAFA_ENCRYPT : 0);
+    const std::uint32_t compressed = base | mpq::MAFA_COMPRESS;
+    // The settings keep the list index of the level (0..10); the engine takes
+    // -1 (its default) to 9. A hand-edited index is held to that range.
+    const std::int32_t deflateLevel = std::clamp<std::int32_t>(config.DefaultDeflateLevel - 1, -1, 9);
+    const AddMethod standard{AddMethod::File, compressed, mpq::MAFA_COMPRESS_STANDARD, 0};
+    const AddMethod deflate{AddMethod::File, compressed, mpq::MAFA_COMPRESS_DEFLATE, deflateLevel};
+
+    const ExtensionRule *rule = RuleFor(GetExtension(name), config.ExtensionRules);
+    if (rule == nullptr) return config.DefaultCompression == 0 ? standard : deflate;
+    switch (rule->CompressionType) {
+    case 0: return AddMethod{AddMethod::File, base, mpq::MAFA_COMPRESS_NONE, 0};
+    case 1: return standard;
+    case 2: return deflate;  // a deflate rule has no level of its own
+    case 3: return AddMethod{AddMethod::Wave, compressed, 0, rule->CompressionLevel};
+    default: return AddMethod{};  // a type this program does not know leaves the file out
+    }
+}
+
+AddReport AddFiles(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
+                   const QByteArray &prefix, const AppConfig &config, StatusPanel &status,
+                   EventQueue &events)
+{
+    AddReport report;
+    const std::string archive = PathBytes(archivePath).toStdString();
+    // The count matters only when the archive is created. Counts the settings
+    // dialog accepts go as they are (0 means the smallest table either way);
+    // a hand-edited file may hold any 32-bit number, and StormLib fails to
+    // create, or crashes while closing, an archive of 2^27 slots and more.
+    const auto maximumFiles = static_cast<std::uint32_t>(std::clamp(config.DefaultMaxFiles, 1, kLargestMaxFiles));
+    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(
+        archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_OPEN_EXISTING, maximumFiles);
+    // An empty file (what New leaves) or no file at all becomes an archive
+    // here; a file of any other content is never written over.
+    if (update == nullptr)
+        update = mpq::MpqOpenArchiveForUpdate(archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW,
+                                              maximumFiles);
+    if (update == nullptr) return report;
+    report.opened = true;
+
+    for (const QString &name : names) {
+        status.SetStatusText(ReplaceValue(Texts().StatusBarAdd, name));
+        const AddMethod method = ChooseAddMethod(name, config);
+        if (method.kind == AddMethod::Skip) {
+            report.skipped.append(name);
+        } else {
+            // A folder ending in "/" gives "//", which the file system reads as one.
+            const std::string source = PathBytes(sourceFolder + QLatin1Char('/') + name).toStdString();
+            const std::string stored = (prefix + PathBytes(StoredNameFromRelativePath(name))).toStdString();
+            const bool added =
+                method.kind == AddMethod::Wave
+                    ? mpq::MpqAddWaveToArchive(update, source, stored, method.flags,
+                                               static_cast<std::uint32_t>(method.level))
+                    : mpq::MpqAddFileToArchiveEx(update, source, stored, method.flags,
+                                                 method.compressionType, method.level);
+            // A refused file (missing, unreadable, an empty entry) does not stop the batch.
+            if (added)
+                ++report.added;
+            else
+                report.failed.append(name);
+        }
+        events.Yield();
+    }
+    mpq::MpqCloseUpdatedArchive(update, 0);
+    return report;
+}
