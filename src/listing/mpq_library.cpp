@@ -471,6 +471,8 @@ bool SFileCloseArchive(MpqHandle archive)
 // ---------------------------------------------------------------------------
 // Updating
 
+constexpr std::uint32_t kLargestHashTable = 1u << 20;
+
 MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
                                   std::uint32_t maximumFiles)
 {
@@ -508,8 +510,11 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
         // StormLib counts the list's own entry on top of the maximum and rounds
         // up to a power of two: ask for one less so that a maximum of 1024
         // gives 1024 hash slots.
+        // StormLib 9.22 fails to create, or crashes while closing, archives of
+        // 2^27 slots and more: a table of a million slots is the most it gets.
         const std::uint32_t reserved = (flags & MOAU_MAINTAIN_LISTFILE) ? 1 : 0;
-        const DWORD engineMaximum = maximumFiles > reserved + 1 ? maximumFiles - reserved : 1;
+        const std::uint32_t wanted = std::min<std::uint32_t>(maximumFiles, kLargestHashTable);
+        const DWORD engineMaximum = wanted > reserved + 1 ? wanted - reserved : 1;
         if (!::SFileCreateArchive(path.c_str(), createFlags, engineMaximum, &storm)) return nullptr;
     }
     return new Handle{Handle::Kind::Update, storm, nullptr, path, -1};

@@ -66,6 +66,7 @@ private slots:
     void openForUpdateRefusals();
     void createTakesOverEmptyFileWithMaximumSlots();
     void createNeverOverwritesAnArchive();
+    void absurdMaximumStillMakesAUsableArchive();
     void addingToArchiveWithoutListKeepsNames();
     void fullHashTableGrows();
     void replaceFlagDecidesOverAnExistingName();
@@ -399,6 +400,22 @@ void TestMpqLibrary::createNeverOverwritesAnArchive()
     const QByteArray before = ReadFile(path);
     QCOMPARE(mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_MAINTAIN_LISTFILE, 16), nullptr);
     QCOMPARE(ReadFile(path), before);
+}
+
+// StormLib itself fails or crashes on tables of 2^27 slots and more.
+void TestMpqLibrary::absurdMaximumStillMakesAUsableArchive()
+{
+    for (const std::uint32_t maximum : {0xFFFFFFFEu, 0x7FFFFFFFu, 1u << 27}) {
+        const QString path = Path(QStringLiteral("absurd-%1.mpq").arg(maximum));
+        mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_MAINTAIN_LISTFILE, maximum);
+        QVERIFY(update != nullptr);
+        const QString source = WriteFile(Path("absurd-src/a.txt"), TextData(100));
+        QVERIFY(mpq::MpqAddFileToArchiveEx(update, Bytes(source), "a.txt", mpq::MAFA_COMPRESS,
+                                           mpq::MAFA_COMPRESS_STANDARD, -1));
+        QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+        QCOMPARE(HashSlots(path), qint64(1) << 20);
+        QCOMPARE(ReadStored(path, "a.txt"), TextData(100));
+    }
 }
 
 void TestMpqLibrary::addingToArchiveWithoutListKeepsNames()
