@@ -1,20 +1,38 @@
 #include "shell/frm_main.h"
 
+#include <QAction>
+#include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QDir>
-#include <QHeaderView>
+#include <QFile>
 #include <QHBoxLayout>
+#include <QHeaderView>
 #include <QLabel>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMimeData>
+#include <QMouseEvent>
 #include <QProgressBar>
 #include <QScreen>
 #include <QStatusBar>
+#include <QToolBar>
+#include <QToolButton>
 #include <QTreeView>
+#include <QUrl>
 
+#include "config/catalogue.h"
+#include "editing/add_files.h"
+#include "editing/extract_files.h"
+#include "editing/helpers/dialogs.h"
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
+#include "editing/helpers/shell_open.h"
 #include "listing/classic_listing.h"
+#include "listing/explorer_listing.h"
 #include "shell/archive_list_model.h"
+#include "shell/folder_tree_widget.h"
+#include "shell/frm_main_icons.h"
 #include "shell/startup.h"
 
 namespace {
@@ -22,6 +40,42 @@ namespace {
 constexpr double kTwipsPerInch = 1440.0;
 constexpr int kColumnWidths[ListRow::ColumnCount] = {3000, 400, 1100, 1100, 800, 800};
 constexpr const char *kTitle = "Arcavera";
+constexpr float kToolBarHeight = 870;
+constexpr float kStatusBarHeight = 300;
+constexpr float kPanel1MinWidth = 5000;
+constexpr float kPanel2Width = 2500;
+constexpr float kSplitterBound = 2000;  // the tree and the list keep at least this much
+
+// The toolbar from left to right; an empty key is a separator.
+constexpr const char *kToolKeys[] = {"new",    "open",     "infompq", "",     "add", "extract", "delete",
+                                     "view",   "infofile", "",        "exe",  "",    "exit"};
+
+// The entries that only an open archive enables, and the buttons.
+constexpr const char *kOpenStateEntries[] = {"mnuClose",  "mnuSelectAll", "mnuDeselectAll", "mnuReverse",
+                                             "mnuFind",   "mnuAdd",       "mnuAddDir",      "mnuExtract",
+                                             "mnuDelete", "mnuRename",    "mnuRefresh",     "mnuMakeEXE"};
+constexpr const char *kOpenStateButtons[] = {"infompq", "add", "extract", "delete", "view", "infofile", "exe"};
+
+// Mouse buttons and modifier keys as numbers: left 1, right 2, middle 4;
+// shift 1, control 2, alt 4.
+int ButtonValue(Qt::MouseButtons buttons)
+{
+    return (buttons & Qt::LeftButton ? 1 : 0) | (buttons & Qt::RightButton ? 2 : 0) |
+           (buttons & Qt::MiddleButton ? 4 : 0);
+}
+
+int ShiftValue(Qt::KeyboardModifiers modifiers)
+{
+    return (modifiers & Qt::ShiftModifier ? 1 : 0) | (modifiers & Qt::ControlModifier ? 2 : 0) |
+           (modifiers & Qt::AltModifier ? 4 : 0);
+}
+
+// "&" shows as itself in a caption only when doubled.
+QString Literal(const QString &text)
+{
+    QString escaped = text;
+    return escaped.replace(QLatin1Char('&'), QLatin1String("&&"));
+}
 
 }  // namespace
 
@@ -31,16 +85,37 @@ frmMain::frmMain(StartupPaths paths, QWidget *parent) : QMainWindow(parent), pat
     if (paths_.launchFolder.isEmpty()) paths_.launchFolder = QDir::currentPath();
     setObjectName(QStringLiteral("frmMain"));
     setWindowTitle(QString::fromLatin1(kTitle));
-    setAcceptDrops(false);
+    setAcceptDrops(true);
     BuildControls();
+    BuildMenus();
+    BuildToolBar();
+    ApplyTexts();
 }
 
 frmMain::~frmMain() = default;
 
+// ---------------------------------------------------------------------------
+// Composition
+
 void frmMain::BuildControls()
 {
+    client_ = new QWidget(this);
+    client_->setObjectName(QStringLiteral("clientArea"));
+    setCentralWidget(client_);
+
+    lblSplitter_ = new QLabel(client_);
+    lblSplitter_->setObjectName(QStringLiteral("lblSplitter"));
+    lblSplitter_->setCursor(Qt::SplitHCursor);
+    lblSplitter_->installEventFilter(this);
+
+    tvMPQ_ = new FolderTreeWidget(client_);
+    tvMPQ_->setObjectName(QStringLiteral("tvMPQ"));
+    tvMPQ_->setVisible(false);
+    connect(tvMPQ_, &FolderTreeWidget::NodeClick, this, &frmMain::tvMPQ_NodeClick);
+    connect(tvMPQ_, &FolderTreeWidget::MouseUp, this, &frmMain::tvMPQ_MouseUp);
+
     model_ = new ArchiveListModel(this);
-    lwMPQ_ = new QTreeView(this);
+    lwMPQ_ = new QTreeView(client_);
     lwMPQ_->setObjectName(QStringLiteral("lwMPQ"));
     lwMPQ_->setModel(model_);
     lwMPQ_->setRootIsDecorated(false);
@@ -54,36 +129,398 @@ void frmMain::BuildControls()
     lwMPQ_->header()->setSectionsMovable(false);
     for (int column = 0; column < ListRow::ColumnCount; ++column)
         lwMPQ_->setColumnWidth(column, TwipsToPixelsX(kColumnWidths[column]));
-    setCentralWidget(lwMPQ_);
+    lwMPQ_->viewport()->installEventFilter(this);
 
-    StatusBar1_ = new QStatusBar(this);
+    tbMenu_ = new QToolBar(client_);
+    tbMenu_->setObjectName(QStringLiteral("tbMenu"));
+    tbMenu_->setMovable(false);
+    tbMenu_->setFloatable(false);
+    tbMenu_->setIconSize(QSize(32, 32));
+    tbMenu_->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+
+    StatusBar1_ = new QStatusBar(client_);
     StatusBar1_->setObjectName(QStringLiteral("StatusBar1"));
-    StatusBar1_->setSizeGripEnabled(true);
+    StatusBar1_->setSizeGripEnabled(false);
     panel1_ = new QLabel(StatusBar1_);
     panel1_->setObjectName(QStringLiteral("StatusBar1Panel1"));
-    panel1_->setMinimumWidth(TwipsToPixelsX(5000));
+    panel1_->setMinimumWidth(TwipsToPixelsX(kPanel1MinWidth) - 8);
     panel1_->setTextFormat(Qt::PlainText);
     StatusBar1_->addWidget(panel1_, 1);
     panel2_ = new QWidget(StatusBar1_);
     panel2_->setObjectName(QStringLiteral("StatusBar1Panel2"));
-    panel2_->setFixedWidth(TwipsToPixelsX(2500));
-    auto *panel2Layout = new QHBoxLayout(panel2_);
-    panel2Layout->setContentsMargins(0, 0, 0, 0);
-    pbStatus_ = new QProgressBar(panel2_);
+    panel2_->setFixedWidth(TwipsToPixelsX(kPanel2Width));
+    StatusBar1_->addPermanentWidget(panel2_);
+
+    // The progress bar stands over panel 2, not inside it: the layout places it.
+    pbStatus_ = new QProgressBar(client_);
     pbStatus_->setObjectName(QStringLiteral("pbStatus"));
     pbStatus_->setRange(0, 100);
     pbStatus_->setTextVisible(false);
-    pbStatus_->setFixedHeight(TwipsToPixelsY(255));
     pbStatus_->setVisible(false);
-    panel2Layout->addWidget(pbStatus_);
-    StatusBar1_->addPermanentWidget(panel2_);
-    setStatusBar(StatusBar1_);
+    pbStatus_->raise();
+    // Every change of the client area's size runs the layout.
+    client_->installEventFilter(this);
 }
+
+void frmMain::BuildMenus()
+{
+    QMenuBar *bar = menuBar();
+    auto menu = [this](QWidget *parent, const char *name) {
+        auto *m = new QMenu(parent);
+        m->setObjectName(QLatin1String(name));
+        menus_.insert(QLatin1String(name), m);
+        return m;
+    };
+    auto entry = [this](QMenu *m, const char *name, const QKeySequence &shortcut = {}) {
+        QAction *action = m->addAction(QString());
+        action->setObjectName(QLatin1String(name));
+        action->setShortcut(shortcut);
+        menuEntries_.insert(QLatin1String(name), action);
+        return action;
+    };
+    auto separator = [](QMenu *m, const char *name) { m->addSeparator()->setObjectName(QLatin1String(name)); };
+    auto run = [this](QAction *action, void (frmMain::*handler)()) {
+        connect(action, &QAction::triggered, this, handler);
+    };
+
+    QMenu *file = menu(bar, "mnuFile");
+    bar->addMenu(file);
+    run(entry(file, "mnuNew", QKeySequence(Qt::CTRL | Qt::Key_N)), &frmMain::mnuNew_Click);
+    run(entry(file, "mnuOpen", QKeySequence(Qt::CTRL | Qt::Key_O)), &frmMain::mnuOpen_Click);
+    run(entry(file, "mnuClose", QKeySequence(Qt::CTRL | Qt::Key_L)), &frmMain::mnuClose_Click);
+    separator(file, "mnusep0");
+    QMenu *recent = menu(file, "mnuRecent");
+    file->addMenu(recent);
+    menuEntries_.insert(QStringLiteral("mnuRecent"), recent->menuAction());
+    for (int i = 1; i <= 4; ++i) {
+        QAction *action = recent->addAction(QString());
+        action->setObjectName(QStringLiteral("mnuRecents%1").arg(i));
+        action->setEnabled(false);
+        action->setVisible(i == 1);
+        menuEntries_.insert(action->objectName(), action);
+        connect(action, &QAction::triggered, this, [this, i] { mnuRecents_Click(i); });
+    }
+    separator(file, "mnusep1");
+    run(entry(file, "mnuExit"), &frmMain::mnuExit_Click);
+
+    QMenu *edit = menu(bar, "mnuEdit");
+    bar->addMenu(edit);
+    entry(edit, "mnuSelectAll", QKeySequence(Qt::CTRL | Qt::Key_A));
+    entry(edit, "mnuDeselectAll", QKeySequence(Qt::CTRL | Qt::Key_U));
+    entry(edit, "mnuReverse", QKeySequence(Qt::CTRL | Qt::Key_I));
+    separator(edit, "mnusep2");
+    entry(edit, "mnuFind", QKeySequence(Qt::CTRL | Qt::Key_F));
+    entry(edit, "mnuFindNext", QKeySequence(Qt::Key_F3));
+
+    QMenu *view = menu(bar, "mnuView");
+    bar->addMenu(view);
+    QAction *tools = entry(view, "mnuTools");
+    tools->setCheckable(true);
+    run(tools, &frmMain::mnuTools_Click);
+    QAction *status = entry(view, "mnuStatus");
+    status->setCheckable(true);
+    run(status, &frmMain::mnuStatus_Click);
+    separator(view, "mnusep3");
+    styleGroup_ = new QActionGroup(this);
+    styleGroup_->setExclusive(true);
+    QAction *classic = entry(view, "mnuClassicStyle");
+    QAction *explorer = entry(view, "mnuExplorerStyle");
+    for (QAction *action : {classic, explorer}) {
+        action->setCheckable(true);
+        styleGroup_->addAction(action);
+    }
+    run(classic, &frmMain::mnuClassicStyle_Click);
+    run(explorer, &frmMain::mnuExplorerStyle_Click);
+    separator(view, "mnusep8");
+    QMenu *arranges = menu(view, "mnuArranges");
+    view->addMenu(arranges);
+    menuEntries_.insert(QStringLiteral("mnuArranges"), arranges->menuAction());
+    arrangeGroup_ = new QActionGroup(this);
+    arrangeGroup_->setExclusive(true);
+    for (int i = 0; i < ListRow::ColumnCount; ++i) {
+        QAction *action = arranges->addAction(QString());
+        action->setObjectName(QStringLiteral("mnuArrange%1").arg(i));
+        action->setCheckable(true);
+        arrangeGroup_->addAction(action);
+        menuEntries_.insert(action->objectName(), action);
+        // The mark follows the list's sort column.
+        connect(action, &QAction::triggered, this, [this] {
+            if (QAction *current = MenuEntry(QStringLiteral("mnuArrange%1").arg(model_->SortKey())))
+                current->setChecked(true);
+        });
+    }
+    separator(view, "mnusep4");
+    run(entry(view, "mnuRefresh", QKeySequence(Qt::Key_F5)), &frmMain::mnuRefresh_Click);
+
+    QMenu *action = menu(bar, "mnuAction");
+    bar->addMenu(action);
+    run(entry(action, "mnuAdd", QKeySequence(Qt::CTRL | Qt::Key_D)), &frmMain::mnuAdd_Click);
+    run(entry(action, "mnuAddDir", QKeySequence(Qt::CTRL | Qt::Key_G)), &frmMain::mnuAddDir_Click);
+    run(entry(action, "mnuExtract", QKeySequence(Qt::CTRL | Qt::Key_E)), &frmMain::mnuExtract_Click);
+    entry(action, "mnuRename", QKeySequence(Qt::CTRL | Qt::Key_R));
+    entry(action, "mnuDelete", QKeySequence(Qt::Key_Delete));
+
+    QMenu *tool = menu(bar, "mnuTool");
+    bar->addMenu(tool);
+    entry(tool, "mnuMakeEXE");
+    separator(tool, "mnusep5");
+    entry(tool, "mnuMPQEm");
+
+    QMenu *option = menu(bar, "mnuOption");
+    bar->addMenu(option);
+    entry(option, "mnuConfig");
+
+    QMenu *info = menu(bar, "mnuInfo");
+    bar->addMenu(info);
+    run(entry(info, "mnuHomePage"), &frmMain::mnuHomePage_Click);
+    separator(info, "mnusep9");
+    entry(info, "mnuAbout");
+
+    // The two popups stand outside the menu bar.
+    mnuPopup_ = menu(this, "mnuPopup");
+    entry(mnuPopup_, "mnuPopupOpen");
+    separator(mnuPopup_, "mnusep6");
+    run(entry(mnuPopup_, "mnuPopupExtract"), &frmMain::mnuPopupExtract_Click);
+    entry(mnuPopup_, "mnuPopupRename");
+    entry(mnuPopup_, "mnuPopupDelete");
+    separator(mnuPopup_, "mnusep7");
+    entry(mnuPopup_, "mnuPopupInfoFile");
+    mnuPopup_->setDefaultAction(MenuEntry(QStringLiteral("mnuPopupOpen")));
+    mnuExplorerPopup_ = menu(this, "mnuExplorerPopup");
+    entry(mnuExplorerPopup_, "mnuPopupCreateDir");
+
+    // The commands of the window work wherever the focus is.
+    for (QAction *a : std::as_const(menuEntries_)) a->setShortcutContext(Qt::WindowShortcut);
+}
+
+void frmMain::BuildToolBar()
+{
+    for (const char *key : kToolKeys) {
+        if (*key == '\0') {
+            tbMenu_->addSeparator();
+            continue;
+        }
+        const QString name = QLatin1String(key);
+        QAction *action = tbMenu_->addAction(ToolIcon(name), QString());
+        action->setObjectName(QStringLiteral("tbMenu_") + name);
+        action->setData(name);
+        if (QWidget *button = tbMenu_->widgetForAction(action)) button->setObjectName(name);
+        toolButtons_.insert(name, action);
+        connect(action, &QAction::triggered, this, [this, name] { tbMenu_ButtonClick(name); });
+    }
+}
+
+QMenu *frmMain::Popup(const QString &name) const { return menus_.value(name); }
+
+// The captions of the menus, the buttons and the list's headers, from the
+// texts in force.
+void frmMain::ApplyTexts()
+{
+    const MessageStrings &t = Texts();
+    const std::pair<const char *, const QString *> menuTexts[] = {
+        {"mnuFile", &t.MenuFile},
+        {"mnuNew", &t.MenuNew},
+        {"mnuOpen", &t.MenuOpen},
+        {"mnuClose", &t.MenuClose},
+        {"mnuRecent", &t.MenuRecents},
+        {"mnuExit", &t.MenuExit},
+        {"mnuEdit", &t.MenuEdit},
+        {"mnuSelectAll", &t.MenuSelectAll},
+        {"mnuDeselectAll", &t.MenuSelectNone},
+        {"mnuReverse", &t.MenuInvert},
+        {"mnuFind", &t.MenuFind},
+        {"mnuFindNext", &t.MenuFindNext},
+        {"mnuView", &t.MenuView},
+        {"mnuTools", &t.MenuToolBar},
+        {"mnuStatus", &t.MenuStatusBar},
+        {"mnuClassicStyle", &t.MenuClassicStyle},
+        {"mnuExplorerStyle", &t.MenuExplorerStyle},
+        {"mnuArranges", &t.MenuSort},
+        {"mnuArrange0", &t.MenuName},
+        {"mnuArrange1", &t.MenuExt},
+        {"mnuArrange2", &t.MenuSize},
+        {"mnuArrange3", &t.MenuCompressed},
+        {"mnuArrange4", &t.MenuRatio},
+        {"mnuArrange5", &t.MenuAttribute},
+        {"mnuRefresh", &t.MenuRefresh},
+        {"mnuAction", &t.MenuAction},
+        {"mnuAdd", &t.MenuAddFiles},
+        {"mnuAddDir", &t.MenuAddDir},
+        {"mnuExtract", &t.MenuExtract},
+        {"mnuRename", &t.MenuRename},
+        {"mnuDelete", &t.MenuDelete},
+        {"mnuTool", &t.MenuTools},
+        {"mnuMakeEXE", &t.MenuMakeEXE},
+        {"mnuMPQEm", &t.MenuMPQEmbedder},
+        {"mnuOption", &t.MenuOptions},
+        {"mnuConfig", &t.MenuConfiguration},
+        {"mnuAbout", &t.MenuAbout},
+        {"mnuHomePage", &t.MenuHomePage},
+        {"mnuPopupOpen", &t.MenuPopupOpen},
+        {"mnuPopupExtract", &t.MenuPopupExtract},
+        {"mnuPopupRename", &t.MenuPopupRename},
+        {"mnuPopupDelete", &t.MenuPopupDelete},
+        {"mnuPopupInfoFile", &t.MenuPopupInfoFile},
+        {"mnuPopupCreateDir", &t.MenuPopupCreateDir},
+    };
+    for (const auto &[name, text] : menuTexts) {
+        const QString key = QLatin1String(name);
+        if (QAction *action = menuEntries_.value(key)) action->setText(*text);
+        else if (QMenu *m = menus_.value(key)) m->setTitle(*text);
+    }
+    menus_.value(QStringLiteral("mnuInfo"))->setTitle(QStringLiteral("&?"));
+    // A recent entry in use keeps its path.
+    QAction *first = MenuEntry(QStringLiteral("mnuRecents1"));
+    if (!first->isEnabled()) {
+        for (int i = 1; i <= 4; ++i) {
+            QAction *entry = MenuEntry(QStringLiteral("mnuRecents%1").arg(i));
+            if (!entry->isEnabled()) entry->setText(t.MenuNoRecents);
+        }
+    }
+
+    const std::tuple<const char *, const QString *, const QString *> buttonTexts[] = {
+        {"new", &t.ToolBarNew, &t.ToolBarNewToolTip},
+        {"open", &t.ToolBarOpen, &t.ToolBarOpenToolTip},
+        {"infompq", &t.ToolBarInfoMPQ, &t.ToolBarInfoMPQToolTip},
+        {"add", &t.ToolBarAdd, &t.ToolBarAddToolTip},
+        {"extract", &t.ToolBarExtract, &t.ToolBarExtractToolTip},
+        {"delete", &t.ToolBarDelete, &t.ToolBarDeleteToolTip},
+        {"view", &t.ToolBarView, &t.ToolBarViewToolTip},
+        {"infofile", &t.ToolBarInfoFile, &t.ToolBarInfoFileToolTip},
+        {"exe", &t.ToolBarMakeEXE, &t.ToolBarMakeEXEToolTip},
+        {"exit", &t.ToolBarExit, &t.ToolBarExitToolTip},
+    };
+    for (const auto &[key, caption, tip] : buttonTexts) {
+        QAction *button = ToolButton(QLatin1String(key));
+        button->setText(*caption);
+        button->setToolTip(*tip);
+    }
+    model_->RefreshHeaders();
+}
+
+// ---------------------------------------------------------------------------
+// Measures
 
 int frmMain::TwipsToPixelsX(double twips) const { return qRound(twips * logicalDpiX() / kTwipsPerInch); }
 int frmMain::TwipsToPixelsY(double twips) const { return qRound(twips * logicalDpiY() / kTwipsPerInch); }
 double frmMain::PixelsToTwipsX(int pixels) const { return pixels * kTwipsPerInch / logicalDpiX(); }
 double frmMain::PixelsToTwipsY(int pixels) const { return pixels * kTwipsPerInch / logicalDpiY(); }
+
+float frmMain::ScaleWidth() const { return static_cast<float>(PixelsToTwipsX(client_->width())); }
+float frmMain::ScaleHeight() const { return static_cast<float>(PixelsToTwipsY(client_->height())); }
+
+TwipsBox frmMain::Measure(const QWidget *control) const
+{
+    const QRect r = control->geometry();
+    return TwipsBox{static_cast<float>(PixelsToTwipsX(r.left())), static_cast<float>(PixelsToTwipsY(r.top())),
+                    static_cast<float>(PixelsToTwipsX(r.width())), static_cast<float>(PixelsToTwipsY(r.height()))};
+}
+
+void frmMain::Place(QWidget *control, const TwipsBox &box)
+{
+    control->setGeometry(TwipsToPixelsX(box.left), TwipsToPixelsY(box.top), TwipsToPixelsX(box.width),
+                         TwipsToPixelsY(box.height));
+}
+
+// The layout of every change of size, bar or style. A measure that comes
+// out negative (a tiny or minimised window) is skipped and its control
+// keeps its last value.
+void frmMain::Form_Resize()
+{
+    const float scaleWidth = ScaleWidth();
+    const float scaleHeight = ScaleHeight();
+
+    // The bars dock along the top and bottom edges.
+    const float toolBarHeight =
+        std::max(kToolBarHeight, static_cast<float>(PixelsToTwipsY(tbMenu_->sizeHint().height())));
+    const float statusBarHeight =
+        std::max(kStatusBarHeight, static_cast<float>(PixelsToTwipsY(StatusBar1_->sizeHint().height())));
+    Place(tbMenu_, {0, 0, scaleWidth, toolBarHeight});
+    if (scaleHeight - statusBarHeight >= 0) Place(StatusBar1_, {0, scaleHeight - statusBarHeight, scaleWidth, statusBarHeight});
+
+    const bool toolBarShown = !tbMenu_->isHidden();
+    const bool statusBarShown = !StatusBar1_->isHidden();
+    const TwipsBox toolBar = Measure(tbMenu_);
+    const TwipsBox statusBar = Measure(StatusBar1_);
+    lw_.top = toolBarShown ? toolBar.height + toolBar.top : 0;
+    const float listHeight =
+        scaleHeight - (toolBarShown ? toolBar.height : 0) - (statusBarShown ? statusBar.height : 0);
+    if (listHeight >= 0) lw_.height = listHeight;
+    tv_.top = lw_.top;
+    tv_.height = lw_.height;
+
+    if (statusBarShown) {
+        pb_.left = std::max(kPanel1MinWidth, scaleWidth - kPanel2Width);
+        if (scaleHeight - pb_.height - 20 >= 0) pb_.top = scaleHeight - pb_.height - 20;
+        pb_.width = kPanel2Width;
+        Place(pbStatus_, pb_);
+    }
+
+    if (session_.ExplorerStyle) {
+        lw_.left = tv_.width + splitter_.width;
+        if (scaleWidth - tv_.width - splitter_.width >= 0) lw_.width = scaleWidth - tv_.width - splitter_.width;
+        splitter_.left = tv_.width;
+        splitter_.height = tv_.height;
+    } else {
+        lw_.left = 0;
+        lw_.width = scaleWidth;
+    }
+    Place(lwMPQ_, lw_);
+    Place(tvMPQ_, tv_);
+    Place(lblSplitter_, splitter_);
+}
+
+// One step of a drag of the splitter: `x` is the pointer's distance from the
+// splitter's left edge. Only the left button alone drags, and a position
+// that would leave less than the bound to the tree or the list is dropped.
+void frmMain::lblSplitter_MouseMove(int button, int /*shift*/, float x, float /*y*/)
+{
+    if (button != 1) return;
+    const float newLeft = splitter_.left + x;
+    if (!(newLeft > kSplitterBound && newLeft < ScaleWidth() - kSplitterBound)) return;
+    splitter_.left = newLeft;
+    tv_.width = splitter_.left;
+    lw_.left = splitter_.width + splitter_.left;
+    const float listWidth = ScaleWidth() - lw_.left - 10;
+    if (listWidth >= 0) lw_.width = listWidth;
+    Place(lblSplitter_, splitter_);
+    Place(tvMPQ_, tv_);
+    Place(lwMPQ_, lw_);
+}
+
+void frmMain::mnuTools_Click()
+{
+    tbMenu_->setVisible(tbMenu_->isHidden());
+    MenuEntry(QStringLiteral("mnuTools"))->setChecked(!tbMenu_->isHidden());
+    Form_Resize();
+}
+
+void frmMain::mnuStatus_Click()
+{
+    StatusBar1_->setVisible(StatusBar1_->isHidden());
+    MenuEntry(QStringLiteral("mnuStatus"))->setChecked(!StatusBar1_->isHidden());
+    Form_Resize();
+}
+
+bool frmMain::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == client_ && event->type() == QEvent::Resize) {
+        Form_Resize();
+    } else if (watched == lblSplitter_ && event->type() == QEvent::MouseMove) {
+        const auto *mouse = static_cast<QMouseEvent *>(event);
+        lblSplitter_MouseMove(ButtonValue(mouse->buttons()), ShiftValue(mouse->modifiers()),
+                              static_cast<float>(PixelsToTwipsX(qRound(mouse->position().x()))),
+                              static_cast<float>(PixelsToTwipsY(qRound(mouse->position().y()))));
+        return true;
+    } else if (watched == lwMPQ_->viewport() && event->type() == QEvent::MouseButtonRelease) {
+        const auto *mouse = static_cast<QMouseEvent *>(event);
+        lwMPQ_MouseUp(ButtonValue(mouse->button()), ShiftValue(mouse->modifiers()), mouse->position().toPoint());
+    }
+    return QMainWindow::eventFilter(watched, event);
+}
+
+// ---------------------------------------------------------------------------
+// Start-up and shutdown
 
 void frmMain::Form_Load(const QString &commandLine)
 {
@@ -94,15 +531,19 @@ void frmMain::Form_Load(const QString &commandLine)
 
     ApplyWindowSettings();
     session_.RecentFiles = ReadRecentFiles(config_.IniPath);
+    ShowRecentEntries();
     firstRun_ = SeedFirstRun(config_.IniPath);
     LoadAppConfig(config_);
-    model_->RefreshHeaders();
+    ApplyTexts();
 
     mnuClose_Click();
     session_.FileName = ResolveFromLaunchFolder(FileNameFromCommandLine(commandLine), paths_.launchFolder);
     if (IsFile(session_.FileName) && LoadArchive(session_.FileName)) {
         AddRecent(session_.RecentFiles, session_.FileName);
+        ShowRecentEntries();
         ApplyOpenState();
+    } else {
+        session_.FileName.clear();  // the closed state names no archive
     }
 }
 
@@ -114,13 +555,26 @@ void frmMain::ApplyWindowSettings()
                                    PixelsToTwipsY(available.height()));
     resize(std::max(TwipsToPixelsX(settings_.Width), 200), std::max(TwipsToPixelsY(settings_.Height), 150));
     move(available.left() + TwipsToPixelsX(settings_.Left), available.top() + TwipsToPixelsY(settings_.Top));
+    // The client area takes its size now, so the layout below works on it.
+    if (layout()) layout()->activate();
+
+    splitter_.left = settings_.Splitter;
+    lblSplitter_MouseMove(1, 0, 0, 0);
+
+    MenuEntry(QStringLiteral("mnuTools"))->setChecked(settings_.ToolBar);
+    tbMenu_->setVisible(settings_.ToolBar);
+    MenuEntry(QStringLiteral("mnuStatus"))->setChecked(settings_.StatusBar);
     StatusBar1_->setVisible(settings_.StatusBar);
+
     model_->SetSortKey(settings_.SortKey);
     model_->SetSortOrder(settings_.SortOrder);
     lwMPQ_->header()->setSortIndicatorShown(true);
     lwMPQ_->header()->setSortIndicator(settings_.SortKey,
                                        settings_.SortOrder == 1 ? Qt::DescendingOrder : Qt::AscendingOrder);
-    session_.ExplorerStyle = settings_.ExplorerStyle;
+    MenuEntry(QStringLiteral("mnuArrange%1").arg(settings_.SortKey))->setChecked(true);
+
+    if (settings_.ExplorerStyle) mnuExplorerStyle_Click();
+    else mnuClassicStyle_Click();
 }
 
 WindowSettings frmMain::CurrentWindowSettings() const
@@ -133,7 +587,9 @@ WindowSettings frmMain::CurrentWindowSettings() const
     settings.Height = static_cast<float>(PixelsToTwipsY(geometry.height()));
     settings.Left = static_cast<float>(PixelsToTwipsX(geometry.left() - origin.x()));
     settings.Top = static_cast<float>(PixelsToTwipsY(geometry.top() - origin.y()));
-    settings.StatusBar = !StatusBar1_->isHidden();
+    settings.Splitter = splitter_.left;
+    settings.ToolBar = MenuEntry(QStringLiteral("mnuTools"))->isChecked();
+    settings.StatusBar = MenuEntry(QStringLiteral("mnuStatus"))->isChecked();
     settings.SortKey = static_cast<qint16>(model_->SortKey());
     settings.SortOrder = model_->SortOrder();
     settings.ExplorerStyle = session_.ExplorerStyle;
@@ -156,22 +612,299 @@ void frmMain::closeEvent(QCloseEvent *event)
     event->accept();
 }
 
+void frmMain::mnuExit_Click() { close(); }
+
+void frmMain::mnuHomePage_Click() { ShellOpen(QUrl(QString::fromLatin1(kHomePage))); }
+
+// ---------------------------------------------------------------------------
+// The archive session
+
+void frmMain::SetOpenCommandsEnabled(bool enabled)
+{
+    for (const char *name : kOpenStateEntries) MenuEntry(QLatin1String(name))->setEnabled(enabled);
+    for (const char *key : kOpenStateButtons) ToolButton(QLatin1String(key))->setEnabled(enabled);
+}
+
 void frmMain::mnuClose_Click()
 {
     session_.FileName.clear();
+    tvMPQ_->ClearNodes();
     model_->Clear();
     setWindowTitle(QString::fromLatin1(kTitle));
+    SetOpenCommandsEnabled(false);
+    MenuEntry(QStringLiteral("mnuFindNext"))->setEnabled(false);
 }
 
-void frmMain::ApplyOpenState() { setWindowTitle(QString::fromLatin1(kTitle) + QStringLiteral(" - ") + session_.FileName); }
+void frmMain::ApplyOpenState()
+{
+    SetOpenCommandsEnabled(true);
+    setWindowTitle(QString::fromLatin1(kTitle) + QStringLiteral(" - ") + session_.FileName);
+}
+
+// The recent entries in use: enabled, shown, numbered as their access key.
+void frmMain::ShowRecentEntries()
+{
+    for (int i = 1; i <= 4 && i <= session_.RecentFiles.size(); ++i) {
+        const QString &path = session_.RecentFiles[i - 1];
+        if (path.isEmpty()) continue;
+        QAction *entry = MenuEntry(QStringLiteral("mnuRecents%1").arg(i));
+        entry->setEnabled(true);
+        entry->setVisible(true);
+        entry->setText(QStringLiteral("&%1  %2").arg(i).arg(Literal(path)));
+    }
+}
 
 bool frmMain::LoadArchive(const QString &path)
 {
     ListingPorts ports{*this, *this, *model_};
+    if (session_.ExplorerStyle) return LoadArchiveExplorer(path, config_, ports, *tvMPQ_, session_.TotalSize);
     return LoadArchiveClassic(path, config_, ports, session_.TotalSize);
 }
 
-void frmMain::SetStatusText(const QString &text) { panel1_->setText(text); }
+void frmMain::mnuNew_Click()
+{
+    QString path = SaveFileDialog(this, kSaveFileTitle, Texts().FilterArchives);
+    if (path.isEmpty()) return;
+    if (GetExtension(path).toLower() != QLatin1String("mpq")) {
+        path += QStringLiteral(".mpq");
+        // The dialog asked about the name as typed, not about this one.
+        if (IsFile(path) &&
+            ShowMessageBox(this, QStringLiteral("Il file %1 esiste già.\nVuoi sostituirlo?").arg(path), QString(),
+                           MessageButton::Yes | MessageButton::No, MessageIcon::Exclamation,
+                           MessageButton::No) != MessageButton::Yes)
+            return;
+    }
+    if (IsFile(path)) QFile::remove(path);
+    QFile empty(path);
+    if (!empty.open(QIODevice::WriteOnly | QIODevice::NewOnly)) return;  // nowhere to make it: nothing changes
+    empty.close();
+
+    session_.FileName = path;
+    AddRecent(session_.RecentFiles, session_.FileName);
+    ShowRecentEntries();
+    ApplyOpenState();
+    model_->Clear();
+    tvMPQ_->ClearNodes();
+    session_.TotalSize = 0;
+    tvMPQ_->AddRootNode(UpperKey(session_.FileName), session_.FileName);
+    tvMPQ_->Node(UpperKey(session_.FileName))->setSelected(true);
+}
+
+void frmMain::mnuOpen_Click()
+{
+    mnuClose_Click();
+    session_.FileName = OpenFileDialog(this, kOpenFileTitle, Texts().FilterArchives, QString(), false);
+    if (LoadArchive(session_.FileName)) {
+        AddRecent(session_.RecentFiles, session_.FileName);
+        ShowRecentEntries();
+        ApplyOpenState();
+    } else {
+        session_.FileName.clear();
+    }
+}
+
+void frmMain::mnuRecents_Click(int index)
+{
+    if (index < 1 || index > session_.RecentFiles.size()) return;
+    const QString path = session_.RecentFiles[index - 1];
+    mnuClose_Click();
+    session_.FileName = path;
+    if (LoadArchive(session_.FileName)) {
+        AddRecent(session_.RecentFiles, session_.FileName);
+        ShowRecentEntries();
+        ApplyOpenState();
+    } else {
+        session_.FileName.clear();  // a path that is gone stays listed
+    }
+}
+
+void frmMain::mnuRefresh_Click()
+{
+    model_->Clear();
+    tvMPQ_->ClearNodes();
+    LoadArchive(session_.FileName);
+}
+
+Qt::DropAction frmMain::Form_OLEDragOver(const QMimeData *drag) const
+{
+    // Over an open archive the window takes no drop. The drop copies: a file
+    // manager that saw a move could remove the user's file.
+    return drag && drag->hasUrls() && session_.FileName.isEmpty() ? Qt::CopyAction : Qt::IgnoreAction;
+}
+
+void frmMain::Form_OLEDragDrop(const QMimeData *drag)
+{
+    mnuClose_Click();
+    if (!drag || drag->urls().isEmpty()) return;
+    const QString path = drag->urls().first().toLocalFile();
+    if (path.isEmpty() || IsDirectory(path)) return;
+    session_.FileName = path;
+    if (LoadArchive(session_.FileName)) {
+        AddRecent(session_.RecentFiles, session_.FileName);
+        ShowRecentEntries();
+        ApplyOpenState();
+    } else {
+        session_.FileName.clear();
+    }
+}
+
+void frmMain::dragEnterEvent(QDragEnterEvent *event)
+{
+    if (Form_OLEDragOver(event->mimeData()) == Qt::IgnoreAction) {
+        event->ignore();
+        return;
+    }
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+}
+
+void frmMain::dragMoveEvent(QDragMoveEvent *event)
+{
+    if (Form_OLEDragOver(event->mimeData()) == Qt::IgnoreAction) {
+        event->ignore();
+        return;
+    }
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+}
+
+void frmMain::dropEvent(QDropEvent *event)
+{
+    if (Form_OLEDragOver(event->mimeData()) == Qt::IgnoreAction) {
+        event->ignore();
+        return;
+    }
+    event->setDropAction(Qt::CopyAction);
+    event->accept();
+    Form_OLEDragDrop(event->mimeData());
+}
+
+// ---------------------------------------------------------------------------
+// The styles and the tree
+
+void frmMain::SetStyle(bool explorer)
+{
+    session_.ExplorerStyle = explorer;
+    tvMPQ_->setVisible(explorer);
+    MenuEntry(QStringLiteral("mnuClassicStyle"))->setChecked(!explorer);
+    MenuEntry(QStringLiteral("mnuExplorerStyle"))->setChecked(explorer);
+    // Out of reach behind the list in Classic style.
+    if (explorer) lblSplitter_->raise();
+    else lblSplitter_->lower();
+    Form_Resize();
+    mnuRefresh_Click();
+}
+
+void frmMain::mnuClassicStyle_Click() { SetStyle(false); }
+void frmMain::mnuExplorerStyle_Click() { SetStyle(true); }
+
+void frmMain::tvMPQ_NodeClick(QTreeWidgetItem *node)
+{
+    if (!node) return;
+    const QString key = FolderTreeWidget::Key(node);
+    const QString folder = key == UpperKey(session_.FileName) ? QString() : key;
+    ListingPorts ports{*this, *this, *model_};
+    FillFolderList(session_.FileName, folder, config_, ports);
+}
+
+void frmMain::tvMPQ_MouseUp(int button, int /*shift*/, QPoint position)
+{
+    if (button != 2) return;
+    if (!tvMPQ_->SelectedNode() || !tvMPQ_->itemAt(position)) return;
+    mnuExplorerPopup_->popup(tvMPQ_->viewport()->mapToGlobal(position));
+}
+
+void frmMain::lwMPQ_MouseUp(int button, int /*shift*/, QPoint position)
+{
+    if (button != 2) return;
+    if (!lwMPQ_->currentIndex().isValid() || !lwMPQ_->indexAt(position).isValid()) return;
+    mnuPopup_->popup(lwMPQ_->viewport()->mapToGlobal(position));
+}
+
+void frmMain::tbMenu_ButtonClick(const QString &key)
+{
+    if (key == QLatin1String("new")) mnuNew_Click();
+    else if (key == QLatin1String("open")) mnuOpen_Click();
+    else if (key == QLatin1String("add")) mnuAdd_Click();
+    else if (key == QLatin1String("extract")) mnuExtract_Click();
+    else if (key == QLatin1String("exit")) mnuExit_Click();
+}
+
+// ---------------------------------------------------------------------------
+// Files in and out
+
+// After an add every row is new: the list, or tree and list, are made again.
+void frmMain::ListAfterAdd()
+{
+    if (session_.ExplorerStyle) {
+        mnuRefresh_Click();
+        return;
+    }
+    model_->Clear();
+    ListingPorts ports{*this, *this, *model_};
+    LoadArchiveClassic(session_.FileName, config_, ports, session_.TotalSize);
+}
+
+void frmMain::mnuAdd_Click()
+{
+    const QString chosen = OpenFileDialog(this, kOpenFileTitle, kAllFilesFilter, QString(), true);
+    if (chosen.isEmpty()) return;
+    const QStringList parts = chosen.split(QChar(0));
+    QString folder;
+    QStringList names;
+    if (parts.size() == 1) {
+        const qsizetype slash = chosen.lastIndexOf(QLatin1Char('/'));
+        folder = chosen.left(slash + 1);
+        names.append(chosen.mid(slash + 1));
+    } else {
+        folder = parts.first();
+        names = parts.mid(1);
+    }
+    if (AddFiles(session_.FileName, names, folder, QByteArray(), config_, *this, *this).opened) ListAfterAdd();
+}
+
+void frmMain::mnuAddDir_Click()
+{
+    const QString folder = BrowseForFolder(this, QString(), true);
+    if (folder.isEmpty()) return;
+    QStringList paths = ScanFiles(folder, QStringLiteral("*"), kAttributeHidden | kAttributeSystem, true, QString(QChar(0)))
+                            .split(QChar(0));
+    paths.removeLast();  // the text ends in a separator
+    if (paths.isEmpty()) return;
+    const qsizetype cut = folder.endsWith(QLatin1Char('/')) ? folder.size() : folder.size() + 1;
+    QStringList names;
+    names.reserve(paths.size());
+    for (const QString &path : std::as_const(paths)) names.append(path.mid(cut));
+    if (AddFiles(session_.FileName, names, folder, QByteArray(), config_, *this, *this).opened) ListAfterAdd();
+}
+
+void frmMain::mnuExtract_Click()
+{
+    if (!lwMPQ_->currentIndex().isValid()) return;
+    const QString folder = BrowseForFolder(this, QString(), true);
+    if (folder.isEmpty()) return;
+    QModelIndexList selected = lwMPQ_->selectionModel()->selectedRows();
+    std::sort(selected.begin(), selected.end(),
+              [](const QModelIndex &a, const QModelIndex &b) { return a.row() < b.row(); });
+    QList<QByteArray> names;
+    names.reserve(selected.size());
+    for (const QModelIndex &index : std::as_const(selected)) names.append(model_->Row(index.row()).Tag);
+    ExtractFiles(session_.FileName, names, folder, *this, *this);
+}
+
+// ---------------------------------------------------------------------------
+// Reports
+
+void frmMain::SetStatusText(const QString &text)
+{
+    if (panel1_->text() == text) return;
+    panel1_->setText(text);
+    // The listings do not yield: the panel shows each new text at once.
+    if (panel1_->isVisible()) panel1_->repaint();
+}
+
 void frmMain::SetProgressMax(int max) { pbStatus_->setMaximum(std::max(max, 1)); }
 void frmMain::SetProgressValue(int value) { pbStatus_->setValue(value); }
 void frmMain::SetProgressVisible(bool visible) { pbStatus_->setVisible(visible); }
+
+void frmMain::Yield() { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }

@@ -1,18 +1,33 @@
-// The main window: the archive list, the status bar with its progress, and
-// the one ordered start-up and shutdown of the program.
+// The main window: the toolbar, the menus, the archive list with the folder
+// tree beside it, the status bar with its progress, and the one ordered
+// start-up and shutdown of the program.
+//
+// The window's measures are kept in twips, as the settings store them, and
+// laid out by hand: the bars dock along the top and bottom edges of the
+// client area, the list fills the rest, and in Explorer style the tree and a
+// thin splitter stand at its left.
 #pragma once
 
+#include <QHash>
 #include <QMainWindow>
+#include <QVector>
 
 #include "config/app_config.h"
 #include "listing/reporting.h"
 #include "shell/archive_session.h"
 
+class QAction;
+class QActionGroup;
 class QLabel;
+class QMenu;
+class QMimeData;
 class QProgressBar;
 class QStatusBar;
+class QToolBar;
 class QTreeView;
+class QTreeWidgetItem;
 class ArchiveListModel;
+class FolderTreeWidget;
 
 // Where the window finds its files. Empty fields take the program's own:
 // the executable's folder, the settings file found from there, the user's
@@ -24,7 +39,18 @@ struct StartupPaths {
     QString tempPath;
 };
 
-class frmMain : public QMainWindow, public StatusPanel, public ProgressBar {
+// A control's place in twips, within the client area.
+struct TwipsBox {
+    float left = 0;
+    float top = 0;
+    float width = 0;
+    float height = 0;
+};
+
+// The program's home page, opened by the Info menu.
+inline constexpr const char *kHomePage = "https://github.com/arcavera/arcavera";
+
+class frmMain : public QMainWindow, public StatusPanel, public ProgressBar, public EventQueue {
     Q_OBJECT
 public:
     explicit frmMain(StartupPaths paths = {}, QWidget *parent = nullptr);
@@ -36,31 +62,79 @@ public:
     // The shutdown sequence: window state to the settings, scratch folder gone.
     void Form_Unload();
 
-    // The closed state: no archive, empty list, title "Arcavera".
+    // Which archive is open.
     void mnuClose_Click();
-    // The open state for the archive in FileName.
     void ApplyOpenState();
-    // Lists `path` in the style in force; false when it names no file.
     bool LoadArchive(const QString &path);
+    void mnuNew_Click();
+    void mnuOpen_Click();
+    void mnuRecents_Click(int index);  // 1 to 4
+    void mnuRefresh_Click();
+    // A drag over the window: the drop action it would take.
+    Qt::DropAction Form_OLEDragOver(const QMimeData *drag) const;
+    void Form_OLEDragDrop(const QMimeData *drag);
 
-    // StatusPanel and ProgressBar, over panel 1 and pbStatus.
+    // Files in and out.
+    void mnuAdd_Click();
+    void mnuAddDir_Click();
+    void mnuExtract_Click();
+    void mnuPopupExtract_Click() { mnuExtract_Click(); }
+
+    // The view.
+    void Form_Resize();
+    void lblSplitter_MouseMove(int button, int shift, float x, float y);
+    void mnuTools_Click();
+    void mnuStatus_Click();
+    void mnuClassicStyle_Click();
+    void mnuExplorerStyle_Click();
+    void tbMenu_ButtonClick(const QString &key);
+    void tvMPQ_NodeClick(QTreeWidgetItem *node);
+    void tvMPQ_MouseUp(int button, int shift, QPoint position);
+    void lwMPQ_MouseUp(int button, int shift, QPoint position);
+    void mnuExit_Click();
+    void mnuHomePage_Click();
+
+    // StatusPanel and ProgressBar, over panel 1 and pbStatus; EventQueue over
+    // the application's queue (repaints and timers, no input).
     void SetStatusText(const QString &text) override;
     void SetProgressMax(int max) override;
     void SetProgressValue(int value) override;
     void SetProgressVisible(bool visible) override;
+    void Yield() override;
 
     ArchiveSession &Session() { return session_; }
-    const AppConfig &Config() const { return config_; }
+    AppConfig &Config() { return config_; }
     ArchiveListModel *Model() const { return model_; }
     bool FirstRun() const { return firstRun_; }
+    // A menu entry or toolbar action by its name ("mnuAdd", "mnuRecents2",
+    // "mnuArrange3") or a toolbar button by its key ("add").
+    QAction *MenuEntry(const QString &name) const { return menuEntries_.value(name); }
+    QAction *ToolButton(const QString &key) const { return toolButtons_.value(key); }
+    QMenu *Popup(const QString &name) const;
+    // Measures in twips of the client area and of a control.
+    float ScaleWidth() const;
+    float ScaleHeight() const;
+    TwipsBox Measure(const QWidget *control) const;
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void dragEnterEvent(QDragEnterEvent *event) override;
+    void dragMoveEvent(QDragMoveEvent *event) override;
+    void dropEvent(QDropEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void BuildControls();
+    void BuildMenus();
+    void BuildToolBar();
+    void ApplyTexts();
     void ApplyWindowSettings();
     WindowSettings CurrentWindowSettings() const;
+    void SetOpenCommandsEnabled(bool enabled);
+    void ShowRecentEntries();
+    void SetStyle(bool explorer);
+    void ListAfterAdd();
+    void Place(QWidget *control, const TwipsBox &box);
     int TwipsToPixelsX(double twips) const;
     int TwipsToPixelsY(double twips) const;
     double PixelsToTwipsX(int pixels) const;
@@ -73,10 +147,28 @@ private:
     bool firstRun_ = false;
     bool unloaded_ = false;
 
+    QWidget *client_ = nullptr;
+    QToolBar *tbMenu_ = nullptr;
     QTreeView *lwMPQ_ = nullptr;
     ArchiveListModel *model_ = nullptr;
+    FolderTreeWidget *tvMPQ_ = nullptr;
+    QLabel *lblSplitter_ = nullptr;
     QStatusBar *StatusBar1_ = nullptr;
     QLabel *panel1_ = nullptr;
     QWidget *panel2_ = nullptr;
     QProgressBar *pbStatus_ = nullptr;
+    QMenu *mnuPopup_ = nullptr;
+    QMenu *mnuExplorerPopup_ = nullptr;
+    QActionGroup *styleGroup_ = nullptr;
+    QActionGroup *arrangeGroup_ = nullptr;
+
+    QHash<QString, QAction *> menuEntries_;
+    QHash<QString, QAction *> toolButtons_;
+    QHash<QString, QMenu *> menus_;
+
+    // The measures the layout keeps, in twips.
+    TwipsBox lw_;
+    TwipsBox tv_{0, 0, 3135, 0};
+    TwipsBox splitter_{0, 960, 50, 0};
+    TwipsBox pb_{0, 0, 0, 255};
 };

@@ -1,9 +1,12 @@
 #include "editing/helpers/dialogs_qt.h"
 
 #include <QApplication>
+#include <QDesktopServices>
 #include <QDir>
 #include <QPushButton>
 #include <QWidget>
+
+#include "editing/helpers/shell_open.h"
 
 namespace {
 
@@ -190,4 +193,5 @@ void InstallQtDialogs()
 {
     static QtDialogProvider provider;
     SetDialogProvider(&provider);
+    SetShellOpener([](const QUrl &url) { QDesktopServices::openUrl(url); });
 }

@@ -56,5 +56,6 @@ public:
                       const QString &defaultText) override;
 };
 
-// Installs one QtDialogProvider for the life of the process.
+// Installs one QtDialogProvider for the life of the process, and the
+// desktop's opener of files and addresses.
 void InstallQtDialogs();

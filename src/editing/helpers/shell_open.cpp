@@ -1,0 +1,20 @@
+#include "editing/helpers/shell_open.h"
+
+#include <utility>
+
+namespace {
+
+ShellOpener &Installed()
+{
+    static ShellOpener opener;
+    return opener;
+}
+
+}  // namespace
+
+ShellOpener SetShellOpener(ShellOpener opener) { return std::exchange(Installed(), std::move(opener)); }
+
+void ShellOpen(const QUrl &url)
+{
+    if (Installed()) Installed()(url);
+}
