@@ -222,11 +222,23 @@ QString ListFilesText(const QStringList &paths)
     return text;
 }
 
+namespace {
+
+const char *const kFirstRules[] = {".bik,0,0", ".smk,0,0", ".mp3,0,0", ".mpq,0,0",
+                                   ".w3m,0,0", ".w3x,0,0", ".wav,3,1"};
+
+}  // namespace
+
+QVector<ExtensionRule> FirstRunRules()
+{
+    QVector<ExtensionRule> rules{ExtensionRule{}};
+    for (const char *rule : kFirstRules) rules.append(ParseRule(QString::fromLatin1(rule)));
+    return rules;
+}
+
 bool SeedFirstRun(const QString &iniPath)
 {
     if (IsFile(iniPath)) return false;
-    static const char *const kFirstRules[] = {".bik,0,0", ".smk,0,0", ".mp3,0,0", ".mpq,0,0",
-                                              ".w3m,0,0", ".w3x,0,0", ".wav,3,1"};
     IniDocument doc = IniDocument::Load(iniPath);
     doc.Set(kSectionConfig, QStringLiteral("ExtCount"), QString::number(std::size(kFirstRules)));
     qsizetype n = 0;

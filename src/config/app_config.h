@@ -86,6 +86,9 @@ QString ListFilesText(const QStringList &paths);
 // 7, then .bik .smk .mp3 .mpq .w3m .w3x stored uncompressed and .wav as audio
 // at level 1) and answers true.
 bool SeedFirstRun(const QString &iniPath);
+// The same rules in memory, entry 0 the spare, for a face that writes no
+// settings file.
+QVector<ExtensionRule> FirstRunRules();
 
 // Where Arcavera.ini lives: beside the program when that folder already holds
 // it or can be written, otherwise in the user's configuration folder
