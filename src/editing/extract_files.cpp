@@ -79,6 +79,8 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
     mpq::MpqHandle archive = nullptr;
     mpq::SFileOpenArchive(PathBytes(archivePath).toStdString(), 0, 0, &archive);
 
+    // Names of one folder follow each other: its levels are checked once.
+    QString madeFolder;
     for (const QByteArray &name : names) {
         const QString shown = DecodeBytes(name);
         status.SetStatusText(ReplaceValue(Texts().StatusBarExtract, shown));
@@ -100,7 +102,10 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
             report.missing.append(name);
         } else {
             QString failedPath = target;
-            if (!MakeFoldersBelow(base, target, failedPath) ||
+            const QString targetFolder = target.left(target.lastIndexOf(QLatin1Char('/')));
+            const bool foldersReady = targetFolder == madeFolder || MakeFoldersBelow(base, target, failedPath);
+            if (foldersReady) madeFolder = targetFolder;
+            if (!foldersReady ||
                 !WriteWholeFile(target, data.get(), static_cast<std::size_t>(size))) {
                 // The disk ends the batch. The status keeps this entry's text,
                 // so the user sees where it stopped.
