@@ -9,6 +9,7 @@
 #include "config/catalogue.h"
 #include "editing/helpers/paths.h"
 #include "listing/name_sources.h"
+#include "listing/slot_progress.h"
 #include "listing/text_encoding.h"
 
 namespace {
@@ -187,13 +188,9 @@ bool LoadArchiveClassic(const QString &path, const AppConfig &config, ListingPor
     if (n > 1) {
         std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
         BuildFileLists(archive, path, records, config, ports.status);
-        ports.status.SetStatusText(ReplaceValue(Texts().StatusBarOpen, QStringLiteral("0%")));
-        ports.progress.SetProgressMax(static_cast<int>(n));
-        ports.progress.SetProgressVisible(true);
+        SlotProgress progress(ports, n);
+        progress.Start();
         ports.rows.SetSorted(false);
-        const QString openText = Texts().StatusBarOpen;
-        QString percentText;
-        qint64 shownPercent = -1;
         for (std::int64_t i = 0; i <= n; ++i) {
             const mpq::FileListEntry &record = records[static_cast<std::size_t>(i)];
             if (record.FileExists != 0) {
@@ -202,19 +199,10 @@ bool LoadArchiveClassic(const QString &path, const AppConfig &config, ListingPor
                 ports.rows.AddRow(MakeListRow(record, name));
                 totalSize += record.FullSize;
             }
-            // The text changes a hundred times; it is made once for each.
-            const double fraction = double(i) / double(n);
-            const qint64 percent = qRound64(fraction * 100.0);
-            if (percent != shownPercent) {
-                shownPercent = percent;
-                percentText = ReplaceValue(openText, FormatPercent(fraction));
-            }
-            ports.status.SetStatusText(percentText);
-            ports.progress.SetProgressValue(static_cast<int>(i));
+            progress.Step(i);
         }
         ports.rows.SetSorted(true);
-        ports.status.SetStatusText(Texts().StatusBarReady);
-        ports.progress.SetProgressVisible(false);
+        progress.Finish();
     }
     mpq::SFileCloseArchive(archive);
     return true;

@@ -7,48 +7,10 @@
 #include "editing/helpers/paths.h"
 #include "listing/classic_listing.h"
 #include "listing/name_sources.h"
+#include "listing/slot_progress.h"
 #include "listing/text_encoding.h"
 
 namespace {
-
-// Status and progress for slot i of n: the text changes only when the
-// percentage does.
-class SlotProgress {
-public:
-    SlotProgress(ListingPorts &ports, std::int64_t n) : ports_(ports), n_(n), text_(Texts().StatusBarOpen) {}
-
-    void Start()
-    {
-        ports_.status.SetStatusText(ReplaceValue(text_, QStringLiteral("0%")));
-        ports_.progress.SetProgressMax(static_cast<int>(n_));
-        ports_.progress.SetProgressVisible(true);
-    }
-
-    void Step(std::int64_t i)
-    {
-        const double fraction = double(i) / double(n_);
-        const qint64 percent = qRound64(fraction * 100.0);
-        if (percent != shown_) {
-            shown_ = percent;
-            percentText_ = ReplaceValue(text_, FormatPercent(fraction));
-        }
-        ports_.status.SetStatusText(percentText_);
-        ports_.progress.SetProgressValue(static_cast<int>(i));
-    }
-
-    void Finish()
-    {
-        ports_.status.SetStatusText(Texts().StatusBarReady);
-        ports_.progress.SetProgressVisible(false);
-    }
-
-private:
-    ListingPorts &ports_;
-    std::int64_t n_;
-    QString text_;
-    QString percentText_;
-    qint64 shown_ = -1;
-};
 
 // The folder nodes of one stored name, left to right.
 void AddFolderNodes(const QString &name, FolderTree &tree)

@@ -748,15 +748,7 @@ void frmMain::Form_OLEDragDrop(const QMimeData *drag)
     }
 }
 
-void frmMain::dragEnterEvent(QDragEnterEvent *event)
-{
-    if (Form_OLEDragOver(event->mimeData()) == Qt::IgnoreAction) {
-        event->ignore();
-        return;
-    }
-    event->setDropAction(Qt::CopyAction);
-    event->accept();
-}
+void frmMain::dragEnterEvent(QDragEnterEvent *event) { dragMoveEvent(event); }
 
 void frmMain::dragMoveEvent(QDragMoveEvent *event)
 {

@@ -6,27 +6,13 @@
 
 #include "config/ini_file.h"
 #include "support/archive_factory.h"
+#include "support/cli_runner.h"
 
 using namespace fixtures;
 
 namespace {
 
-struct Run {
-    int status = -1;
-    QByteArray out, err;
-};
-
-Run Cli(const QStringList &arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(ARCAVERA_CLI_PATH), arguments);
-    Run run;
-    if (!process.waitForFinished(60000)) return run;
-    run.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -2;
-    run.out = process.readAllStandardOutput();
-    run.err = process.readAllStandardError();
-    return run;
-}
+using Run = CliRun;
 
 // Stored name -> attribute letters, from `list`.
 QMap<QString, QString> Attributes(const QString &ini, const QString &archive)
