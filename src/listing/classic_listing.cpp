@@ -4,10 +4,12 @@
 
 #include <array>
 #include <cmath>
+#include <utility>
 
 #include "config/app_config.h"
 #include "config/catalogue.h"
 #include "editing/helpers/paths.h"
+#include "listing/explorer_listing.h"
 #include "listing/name_sources.h"
 #include "listing/slot_progress.h"
 #include "listing/text_encoding.h"
@@ -161,10 +163,13 @@ QString AttributeLetters(std::uint32_t flags)
     return texts[static_cast<std::size_t>(index)];
 }
 
-ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayName)
+namespace {
+
+// The row of a record whose display name is known decoded already.
+ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayName, QString text)
 {
     ListRow row;
-    row.columns[ListRow::Name] = DecodeBytes(displayName);
+    row.columns[ListRow::Name] = std::move(text);
     row.Tag = displayName;
     row.columns[ListRow::Ext] = GetExtension(row.columns[ListRow::Name]);
     row.columns[ListRow::Size] = FormatSize(record.FullSize);
@@ -177,6 +182,59 @@ ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayN
     return row;
 }
 
+}  // namespace
+
+ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayName)
+{
+    return MakeListRow(record, displayName, DecodeBytes(displayName));
+}
+
+RecordFilter::RecordFilter(const QString &folder) : all_(false), folderKey_(UpperKey(folder)) {}
+
+bool RecordFilter::Passes(const QString &name) const
+{
+    if (all_) return true;
+    const qsizetype length = folderKey_.size();
+    if (name.size() < length) return false;
+    const QChar *text = name.constData();
+    const QChar *key = folderKey_.constData();
+    for (qsizetype i = 0; i < length; ++i)
+        if (text[i].toUpper() != key[i]) return false;
+    // A file of a subfolder has another "\" behind the folder.
+    return name.indexOf(QLatin1Char('\\'), length) < 0;
+}
+
+void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const AppConfig &config,
+                        ListingPorts &ports, const RecordFilter &filter, bool clearRows, qint64 *totalSize)
+{
+    const std::int64_t n = mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE);
+    if (n <= 1) return;
+    std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
+    BuildFileLists(archive, path, records, config, ports.status);
+    SlotProgress progress(ports, n);
+    progress.Start();
+    if (clearRows) ports.rows.ClearRows();
+    ports.rows.SetSorted(false);
+    const bool autoDetect = config.AutoDetectFile != 0;
+    for (std::int64_t i = 0; i <= n; ++i) {
+        const mpq::FileListEntry &record = records[static_cast<std::size_t>(i)];
+        if (record.FileExists != 0) {
+            const QByteArray stored = QByteArray::fromStdString(record.StoredName);
+            QString name = DecodeBytes(stored);
+            if (filter.Passes(name)) {
+                const QByteArray shown = ProbeUnknownEntry(archive, stored, autoDetect);
+                // The probe only ever appends an extension.
+                ports.rows.AddRow(shown.size() == stored.size() ? MakeListRow(record, shown, std::move(name))
+                                                                 : MakeListRow(record, shown));
+                if (totalSize != nullptr) *totalSize += record.FullSize;
+            }
+        }
+        progress.Step(i);
+    }
+    ports.rows.SetSorted(true);
+    progress.Finish();
+}
+
 bool LoadArchiveClassic(const QString &path, const AppConfig &config, ListingPorts &ports,
                         qint64 &totalSize)
 {
@@ -184,26 +242,7 @@ bool LoadArchiveClassic(const QString &path, const AppConfig &config, ListingPor
     totalSize = 0;
     mpq::MpqHandle archive = nullptr;
     mpq::SFileOpenArchive(PathBytes(path).toStdString(), 0, 0, &archive);
-    const std::int64_t n = mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE);
-    if (n > 1) {
-        std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
-        BuildFileLists(archive, path, records, config, ports.status);
-        SlotProgress progress(ports, n);
-        progress.Start();
-        ports.rows.SetSorted(false);
-        for (std::int64_t i = 0; i <= n; ++i) {
-            const mpq::FileListEntry &record = records[static_cast<std::size_t>(i)];
-            if (record.FileExists != 0) {
-                const QByteArray name = ProbeUnknownEntry(
-                    archive, QByteArray::fromStdString(record.StoredName), config.AutoDetectFile != 0);
-                ports.rows.AddRow(MakeListRow(record, name));
-                totalSize += record.FullSize;
-            }
-            progress.Step(i);
-        }
-        ports.rows.SetSorted(true);
-        progress.Finish();
-    }
+    ListArchiveRecords(archive, path, config, ports, RecordFilter(), false, &totalSize);
     mpq::SFileCloseArchive(archive);
     return true;
 }

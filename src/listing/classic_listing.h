@@ -21,6 +21,34 @@ QString FormatRatio(std::uint32_t fullSize, std::uint32_t compressedSize);  // t
 QString FormatPercent(double fraction);        // "0%" to "100%", no decimals
 QString AttributeLetters(std::uint32_t flags);  // "C", "E", "X" or "-" each
 
+// Which used records a listing shows: every one, or the files directly in
+// one folder of the Explorer style.
+class RecordFilter {
+public:
+    // Every record.
+    RecordFilter() = default;
+    // The names whose first characters, as many as `folder` has, equal it
+    // without regard to case, and that hold no "\" behind that length. The
+    // empty folder is the root: the names without any "\".
+    explicit RecordFilter(const QString &folder);
+
+    bool Passes(const QString &name) const;
+
+private:
+    bool all_ = true;
+    QString folderKey_;  // the folder, upper-cased character by character
+};
+
+// The row loop that both styles share, on an open archive: reads the names,
+// then walks hash slots 0 to n with status and progress for every slot, and
+// adds the row of each used record that `filter` passes, Sorted off while it
+// fills. Only a passing record is probed for its type. With `clearRows` the
+// list is emptied right before the fill; `totalSize`, when given, gets the
+// sizes of the listed records added. An archive of one hash slot or none
+// (also no archive) lists nothing and reports nothing.
+void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const AppConfig &config,
+                        ListingPorts &ports, const RecordFilter &filter, bool clearRows, qint64 *totalSize);
+
 // Lists the archive at `path` into `ports.rows`, with status and progress.
 // False only when the path is empty or names no file; an empty file, or one
 // that holds no archive, lists nothing and succeeds. `totalSize` becomes the

@@ -1,9 +1,8 @@
 #include "listing/explorer_listing.h"
 
+#include <string>
 #include <vector>
 
-#include "config/app_config.h"
-#include "config/catalogue.h"
 #include "editing/helpers/paths.h"
 #include "listing/classic_listing.h"
 #include "listing/name_sources.h"
@@ -12,16 +11,32 @@
 
 namespace {
 
-// The folder nodes of one stored name, left to right.
-void AddFolderNodes(const QString &name, FolderTree &tree)
+// One UTF-16 unit upper-cased; ASCII without the look-up in Unicode's tables.
+inline QChar UpperUnit(QChar c)
 {
+    const char16_t u = c.unicode();
+    if (u < 0x80) return QChar(u >= u'a' && u <= u'z' ? char16_t(u - (u'a' - u'A')) : u);
+    return c.toUpper();
+}
+
+// The folder nodes that one stored name makes, its backslashes taken left to
+// right. A folder's node is added only after those of its parents, so when
+// the name's deepest folder has its node, every folder of the name has one:
+// a name of a known folder costs one look-up. `key` is a buffer reused from
+// name to name.
+void AddFolderNodes(const QString &name, FolderTree &tree, QString &key)
+{
+    const qsizetype last = name.lastIndexOf(QLatin1Char('\\'));
+    key.resize(last + 1);
+    QChar *out = key.data();
+    for (qsizetype i = 0; i <= last; ++i) out[i] = UpperUnit(name[i]);
+    if (tree.NodeExists(key)) return;
     for (qsizetype p = name.indexOf(QLatin1Char('\\')); p >= 0; p = name.indexOf(QLatin1Char('\\'), p + 1)) {
-        const QString path = name.left(p + 1);
-        const QString key = UpperKey(path);
-        if (tree.NodeExists(key)) continue;
-        const QString bare = path.left(path.size() - 1);
+        const QString path = key.left(p + 1);
+        if (p < last && tree.NodeExists(path)) continue;
+        const QString bare = name.left(p);  // the folder's path without its closing "\"
         const QString parent = GetFolder(bare);
-        tree.AddFolderNode(parent.isEmpty() ? QString() : UpperKey(parent), key, GetFileName(bare));
+        tree.AddFolderNode(parent.isEmpty() ? QString() : key.left(parent.size()), path, GetFileName(bare));
     }
 }
 
@@ -30,7 +45,8 @@ void AddFolderNodes(const QString &name, FolderTree &tree)
 QString UpperKey(const QString &text)
 {
     QString upper(text.size(), Qt::Uninitialized);
-    for (qsizetype i = 0; i < text.size(); ++i) upper[i] = text[i].toUpper();
+    QChar *out = upper.data();
+    for (QChar c : text) *out++ = UpperUnit(c);
     return upper;
 }
 
@@ -49,16 +65,23 @@ bool LoadArchiveExplorer(const QString &path, const AppConfig &config, ListingPo
         BuildFileLists(archive, path, records, config, ports.status);
         SlotProgress progress(ports, n);
         progress.Start();
+        QString key;
         for (std::int64_t i = 0; i <= n; ++i) {
             const mpq::FileListEntry &record = records[static_cast<std::size_t>(i)];
             if (record.FileExists != 0) {
-                const QByteArray bytes = QByteArray::fromStdString(record.StoredName);
-                if (bytes.contains('\\')) AddFolderNodes(DecodeBytes(bytes), tree);
+                // "\" is one byte in UTF-8 and in Windows-1252 alike and no
+                // part of any other character: a name without that byte
+                // makes no folder and needs no decoding.
+                if (record.StoredName.find('\\') != std::string::npos)
+                    AddFolderNodes(DecodeBytes(QByteArray::fromRawData(record.StoredName.data(),
+                                                                     qsizetype(record.StoredName.size()))),
+                                   tree, key);
                 totalSize += record.FullSize;
             }
             progress.Step(i);
         }
         progress.Finish();
+        // A second, independent read handle lists the root.
         FillFolderList(path, QString(), config, ports);
     }
     mpq::SFileCloseArchive(archive);
@@ -70,35 +93,7 @@ bool FillFolderList(const QString &path, const QString &folder, const AppConfig 
     if (path.isEmpty() || !IsFile(path)) return false;
     mpq::MpqHandle archive = nullptr;
     mpq::SFileOpenArchive(PathBytes(path).toStdString(), 0, 0, &archive);
-    const std::int64_t n = mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE);
-    if (n > 1) {
-        std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
-        BuildFileLists(archive, path, records, config, ports.status);
-        SlotProgress progress(ports, n);
-        progress.Start();
-        ports.rows.ClearRows();
-        ports.rows.SetSorted(false);
-        const QString folderKey = UpperKey(folder);
-        const qsizetype length = folder.size();
-        for (std::int64_t i = 0; i <= n; ++i) {
-            const mpq::FileListEntry &record = records[static_cast<std::size_t>(i)];
-            if (record.FileExists != 0) {
-                const QByteArray bytes = QByteArray::fromStdString(record.StoredName);
-                const QString name = DecodeBytes(bytes);
-                // Files directly in the folder: those of its subfolders have
-                // another "\" behind the folder's length.
-                const bool inFolder = (length == 0 || UpperKey(name.left(length)) == folderKey) &&
-                                      name.indexOf(QLatin1Char('\\'), length) < 0;
-                if (inFolder) {
-                    const QByteArray shown = ProbeUnknownEntry(archive, bytes, config.AutoDetectFile != 0);
-                    ports.rows.AddRow(MakeListRow(record, shown));
-                }
-            }
-            progress.Step(i);
-        }
-        ports.rows.SetSorted(true);
-        progress.Finish();
-    }
+    ListArchiveRecords(archive, path, config, ports, RecordFilter(folder), true, nullptr);
     mpq::SFileCloseArchive(archive);
     return true;
 }

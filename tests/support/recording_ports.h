@@ -1,6 +1,8 @@
 // Ports that remember what a listing reported, for tests.
 #pragma once
 
+#include <QList>
+#include <QSet>
 #include <QStringList>
 
 #include <vector>
@@ -41,4 +43,28 @@ struct RecordingPorts : StatusPanel, ProgressBar, RowSink {
             if (r.text() == name) return &r;
         return nullptr;
     }
+};
+
+// A folder tree that remembers its nodes in the order they were added.
+struct RecordingTree : FolderTree {
+    struct Node {
+        QString parentKey;  // "<root>" for the root node, empty for a folder under the root
+        QString key;
+        QString text;
+        friend bool operator==(const Node &, const Node &) = default;
+    };
+    QList<Node> nodes;
+    QSet<QString> keys;
+
+    void AddRootNode(const QString &key, const QString &text) override
+    {
+        nodes.append({QStringLiteral("<root>"), key, text});
+        keys.insert(key);
+    }
+    void AddFolderNode(const QString &parentKey, const QString &key, const QString &text) override
+    {
+        nodes.append({parentKey, key, text});
+        keys.insert(key);
+    }
+    bool NodeExists(const QString &key) const override { return keys.contains(key); }
 };
