@@ -3,13 +3,16 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QHash>
 #include <QStringList>
 
+#include <algorithm>
 #include <cstdio>
 #include <vector>
 
 #include "cli/cli_output.h"
 #include "config/app_config.h"
+#include "config/catalogue.h"
 #include "editing/add_files.h"
 #include "editing/extract_files.h"
 #include "editing/helpers/file_walk.h"
@@ -31,15 +34,17 @@ constexpr const char *kUsage =
     "  add ARCHIVE PATH... [--prefix PREFIX] [--verbose]\n"
     "                  Add files and folders, compressed by the rules of the\n"
     "                  settings. A file is stored under its own name; a folder's\n"
-    "                  files under their paths relative to that folder. PREFIX\n"
-    "                  (folders separated by \\ or /) goes before every name. The\n"
-    "                  archive is made when it does not exist or is empty; a\n"
-    "                  stored file of the same name is replaced.\n"
+    "                  files (hidden ones too) under their paths relative to that\n"
+    "                  folder. PREFIX (folders separated by \\ or /) goes before\n"
+    "                  every name. The archive is made when it does not exist or\n"
+    "                  is empty; a stored file of the same name is replaced. A\n"
+    "                  PATH that does not exist is named and the others are\n"
+    "                  still added. The archive itself is never added.\n"
     "  extract ARCHIVE [NAME...] --to FOLDER [--verbose]\n"
     "                  Write the named stored files (all of them when no name is\n"
     "                  given) below FOLDER, which is made when missing. Names use\n"
-    "                  \\ between folders, as the list prints them. Nothing is\n"
-    "                  written outside FOLDER.\n"
+    "                  \\ between folders, as the list prints them, and are taken\n"
+    "                  as UTF-8. Nothing is written outside FOLDER.\n"
     "\n"
     "Options:\n"
     "  --ini FILE      Use FILE as settings instead of the user's Arcavera.ini\n"
@@ -49,19 +54,28 @@ constexpr const char *kUsage =
     "                  plain, .wav compressed as audio, the rest compressed.\n"
     "  -v, --verbose   Print a line per file added or extracted.\n"
     "  -h, --help      Show this help.\n"
+    "  --              Take every later argument as a path or name, even one\n"
+    "                  beginning with -.\n"
     "\n"
     "Attributes: C compressed, E encrypted, X key adjusted to the position.\n"
     "Files that no list names are shown as ~unknowns\\...; names are printed as\n"
     "UTF-8, with tabs and line breaks inside a name printed as '?'.\n"
     "\n"
-    "Exit status: 0 done, 1 bad usage, 2 a path that does not exist or is the\n"
-    "wrong kind (a folder given as archive), 3 the file holds no MPQ archive,\n"
-    "4 some files could not be added or extracted (each is named on standard\n"
-    "error; the others were done).\n";
+    "Exit status:\n"
+    "  0  done\n"
+    "  1  bad usage\n"
+    "  2  a path that does not exist, is the wrong kind (a folder given as\n"
+    "     archive, a file as the folder to extract to), or cannot be made or\n"
+    "     written\n"
+    "  3  the file holds no MPQ archive (it is left as it is)\n"
+    "  4  some files could not be added or extracted: each is named on\n"
+    "     standard error, the others were done (a disk failure during\n"
+    "     extraction ends it there)\n";
 
 struct Options {
     QString iniPath;
     QString prefix;
+    bool hasPrefix = false;
     QString folder;        // --to
     bool hasFolder = false;
     bool verbose = false;
@@ -73,33 +87,39 @@ struct Options {
 Options ParseOptions(const QStringList &argv)
 {
     Options options;
+    bool optionsEnded = false;  // after "--" every argument is a name or path
     for (qsizetype i = 1; i < argv.size(); ++i) {
         const QString &arg = argv[i];
-        if (arg == QLatin1String("-h") || arg == QLatin1String("--help")) {
+        if (optionsEnded || arg == QLatin1String("-") || !arg.startsWith(QLatin1Char('-'))) {
+            options.arguments.append(arg);
+        } else if (arg == QLatin1String("--")) {
+            optionsEnded = true;
+        } else if (arg == QLatin1String("-h") || arg == QLatin1String("--help")) {
             options.help = true;
-        } else if (arg == QLatin1String("--ini")) {
-            if (i + 1 >= argv.size()) {
-                options.error = QStringLiteral("--ini needs a file");
-                return options;
-            }
-            options.iniPath = QFileInfo(argv[++i]).absoluteFilePath();
-        } else if (arg.startsWith(QLatin1String("--ini="))) {
-            options.iniPath = QFileInfo(arg.mid(6)).absoluteFilePath();
         } else if (arg == QLatin1String("-v") || arg == QLatin1String("--verbose")) {
             options.verbose = true;
-        } else if (arg == QLatin1String("--prefix") || arg == QLatin1String("--to")) {
+        } else if (arg == QLatin1String("--ini") || arg == QLatin1String("--prefix") || arg == QLatin1String("--to")) {
             if (i + 1 >= argv.size()) {
-                options.error = arg + QStringLiteral(" needs a value");
+                options.error = arg + (arg == QLatin1String("--ini")  ? QStringLiteral(" needs a file")
+                                       : arg == QLatin1String("--to") ? QStringLiteral(" needs a folder")
+                                                                      : QStringLiteral(" needs a value"));
                 return options;
             }
-            if (arg == QLatin1String("--to")) {
-                options.folder = argv[++i];
+            const QString &value = argv[++i];
+            if (arg == QLatin1String("--ini")) {
+                options.iniPath = QFileInfo(value).absoluteFilePath();
+            } else if (arg == QLatin1String("--to")) {
+                options.folder = value;
                 options.hasFolder = true;
             } else {
-                options.prefix = argv[++i];
+                options.prefix = value;
+                options.hasPrefix = true;
             }
+        } else if (arg.startsWith(QLatin1String("--ini="))) {
+            options.iniPath = QFileInfo(arg.mid(6)).absoluteFilePath();
         } else {
-            options.arguments.append(arg);
+            options.error = QStringLiteral("unknown option %1 (put -- before names that begin with -)").arg(arg);
+            return options;
         }
     }
     return options;
@@ -160,12 +180,13 @@ int ListCommand(const QStringList &arguments, const QString &iniPath)
     return 0;
 }
 
-// The status texts of add and extract, a line each, when asked for.
+// The status text of each file added or extracted, a line each, when asked
+// for. The closing ready text names no file and is left out.
 struct VerbosePanel : StatusPanel {
     bool verbose = false;
     void SetStatusText(const QString &text) override
     {
-        if (!verbose) return;
+        if (!verbose || text == Texts().StatusBarReady) return;
         std::fputs(text.toUtf8().constData(), stdout);
         std::fputc('\n', stdout);
     }
@@ -181,57 +202,102 @@ AppConfig LoadRules(const QString &iniPath)
     return config;
 }
 
+// An absolute path with "." and ".." resolved, to compare paths by.
+QString CleanAbsolutePath(const QString &path)
+{
+    return QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+}
+
+// The files of one source folder: they go in with one pass over the archive.
+struct AddGroup {
+    QString folder;
+    QStringList names;  // relative to the folder, "/" between levels
+};
+
+// Why the archive could not be opened for update, as message and status.
+int ReportArchiveNotOpened(const QString &archive, bool hadContent)
+{
+    if (!hadContent) {
+        PrintError(QStringLiteral("%1: the archive cannot be made there").arg(archive));
+        return 2;
+    }
+    mpq::MpqHandle readable = nullptr;
+    if (mpq::SFileOpenArchive(PathBytes(archive).toStdString(), 0, 0, &readable)) {
+        mpq::SFileCloseArchive(readable);
+        PrintError(QStringLiteral("%1: the archive cannot be written").arg(archive));
+        return 2;
+    }
+    PrintError(QStringLiteral("%1: holds no MPQ archive; left as it is").arg(archive));
+    return 3;
+}
+
 int AddCommand(const QStringList &arguments, const Options &options, const QString &iniPath)
 {
     if (arguments.size() < 2) {
         PrintError(QStringLiteral("add takes an archive and at least one file or folder"));
         return 1;
     }
-    const QString archive = QFileInfo(arguments[0]).absoluteFilePath();
+    const QString archive = CleanAbsolutePath(arguments[0]);
     if (IsDirectory(archive)) {
         PrintError(QStringLiteral("%1: is a folder, not an archive").arg(archive));
         return 2;
     }
-    QByteArray prefix = PathBytes(StoredNameFromRelativePath(options.prefix));
-    if (!prefix.isEmpty() && !prefix.endsWith('\\')) prefix += '\\';
-    const AppConfig config = LoadRules(iniPath);
-    VerbosePanel panel;
-    panel.verbose = options.verbose;
-    NoEvents events;
+
+    // The batch, grouped by source folder in the order the paths came. A path
+    // that is missing is named and the others still go in.
     int status = 0;
+    std::vector<AddGroup> groups;
+    QHash<QString, std::size_t> groupIndex;
+    const auto namesOf = [&](const QString &folder) -> QStringList & {
+        const auto found = groupIndex.constFind(folder);
+        if (found != groupIndex.cend()) return groups[*found].names;
+        groupIndex.insert(folder, groups.size());
+        groups.push_back(AddGroup{folder, {}});
+        return groups.back().names;
+    };
     for (const QString &argument : arguments.mid(1)) {
-        const QString path = QFileInfo(argument).absoluteFilePath();
-        QString folder;
-        QStringList names;
+        const QString path = CleanAbsolutePath(argument);
         if (IsDirectory(path)) {
             // As the window adds a folder: every file below it, hidden ones
-            // included, named relative to it.
-            folder = path;
+            // included, named relative to it. The archive itself, when it
+            // lies below, stays out.
             const QString found =
-                ScanFiles(folder, QStringLiteral("*"), kAttributeHidden | kAttributeSystem, true, QString(QChar(0)));
-            const qsizetype cut = folder.endsWith(QLatin1Char('/')) ? folder.size() : folder.size() + 1;
-            for (const QString &file : found.split(QChar(0), Qt::SkipEmptyParts)) names.append(file.mid(cut));
-            if (names.isEmpty()) continue;
+                ScanFiles(path, QStringLiteral("*"), kAttributeHidden | kAttributeSystem, true, QString(QChar(0)));
+            const qsizetype cut = path.endsWith(QLatin1Char('/')) ? path.size() : path.size() + 1;
+            QStringList &names = namesOf(path);
+            for (const QString &file : found.split(QChar(0), Qt::SkipEmptyParts))
+                if (QDir::cleanPath(file) != archive) names.append(file.mid(cut));
+        } else if (path == archive) {
+            PrintError(QStringLiteral("%1: is the archive itself; left out").arg(argument));
+            status = std::max(status, 2);
         } else if (IsFile(path)) {
+            // As the window adds a chosen file: under its bare name.
             const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
-            folder = path.left(slash);
-            names.append(path.mid(slash + 1));
+            namesOf(slash == 0 ? QStringLiteral("/") : path.left(slash)).append(path.mid(slash + 1));
         } else {
             PrintError(QStringLiteral("%1: no such file or folder").arg(argument));
             status = std::max(status, 2);
-            continue;
         }
-        const AddReport report = AddFiles(archive, names, folder, prefix, config, panel, events);
-        if (!report.opened) {
-            PrintError(QStringLiteral("%1: holds no MPQ archive, or cannot be written").arg(archive));
-            return 3;
-        }
+    }
+
+    QByteArray prefix = PathBytes(StoredNameFromRelativePath(options.prefix));
+    if (!prefix.isEmpty() && !prefix.endsWith('\\')) prefix += '\\';
+    const AppConfig config = LoadRules(iniPath);
+    const bool hadContent = IsFile(archive) && QFileInfo(archive).size() > 0;
+    VerbosePanel panel;
+    panel.verbose = options.verbose;
+    NoEvents events;
+    for (const AddGroup &group : groups) {
+        if (group.names.isEmpty()) continue;  // an empty folder adds nothing
+        const AddReport report = AddFiles(archive, group.names, group.folder, prefix, config, panel, events);
+        if (!report.opened) return std::max(status, ReportArchiveNotOpened(archive, hadContent));
+        const QString folder = group.folder.endsWith(QLatin1Char('/')) ? group.folder : group.folder + QLatin1Char('/');
         for (const QString &name : report.failed) {
-            PrintError(QStringLiteral("%1: could not be added").arg(folder + QLatin1Char('/') + name));
+            PrintError(QStringLiteral("%1: could not be added").arg(folder + name));
             status = std::max(status, 4);
         }
         for (const QString &name : report.skipped) {
-            PrintError(QStringLiteral("%1: left out, its rule has an unknown compression type").arg(name));
+            PrintError(QStringLiteral("%1: left out, its rule has an unknown compression type").arg(folder + name));
             status = std::max(status, 4);
         }
     }
@@ -307,6 +373,14 @@ int main(int argc, char *argv[])
         options.iniPath.isEmpty() ? LocateIniPath(QCoreApplication::applicationDirPath()) : options.iniPath;
     const QString command = options.arguments.first();
     const QStringList rest = options.arguments.mid(1);
+    if (options.hasFolder && command != QLatin1String("extract")) {
+        PrintError(QStringLiteral("--to belongs to extract"));
+        return 1;
+    }
+    if (options.hasPrefix && command != QLatin1String("add")) {
+        PrintError(QStringLiteral("--prefix belongs to add"));
+        return 1;
+    }
     if (command == QLatin1String("list")) return ListCommand(rest, iniPath);
     if (command == QLatin1String("add")) return AddCommand(rest, options, iniPath);
     if (command == QLatin1String("extract")) return ExtractCommand(rest, options, iniPath);

@@ -112,7 +112,67 @@ private slots:
         QCOMPARE(run.status, 0);
         QCOMPARE(ReadFile(out + "/units/grunt è.mdx"), TextData(9000, 'g'));
         QCOMPARE(QDir(out).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden), QStringList{"units"});
-        QCOMPARE(run.out, QByteArray("Estrazione file units\\grunt è.mdx\nPronto\n"));
+        QCOMPARE(run.out, QByteArray("Estrazione file units\\grunt è.mdx\n"));
+    }
+
+    // --verbose: exactly one line per file, naming it; without it, silence.
+    void verbosePrintsALinePerFile_data()
+    {
+        QTest::addColumn<bool>("verbose");
+        QTest::newRow("verbose") << true;
+        QTest::newRow("quiet") << false;
+    }
+
+    void verbosePrintsALinePerFile()
+    {
+        QFETCH(bool, verbose);
+        const QString tag = QStringLiteral("verbose-") + QTest::currentDataTag();
+        const QString archive = dir.filePath(tag + "/a.mpq");
+        QDir().mkpath(dir.filePath(tag));
+        QStringList add{"--ini", ini, "add", archive, source + "/tree", source + "/solo.j"};
+        QStringList extract{"--ini", ini, "extract", archive, "--to", dir.filePath(tag + "/out")};
+        if (verbose) {
+            add << "-v";
+            extract << "--verbose";
+        }
+        const Run added = Cli(add);
+        QCOMPARE(added.status, 0);
+        const Run extracted = Cli(extract);
+        QCOMPARE(extracted.status, 0);
+        if (!verbose) {
+            QVERIFY(added.out.isEmpty() && extracted.out.isEmpty());
+            return;
+        }
+        QStringList addLines = QString::fromUtf8(added.out).split('\n');
+        QCOMPARE(addLines.takeLast(), QString());
+        addLines.sort();
+        QCOMPARE(addLines, (QStringList{"Aggiunta file .hidden", "Aggiunta file readme.txt", "Aggiunta file solo.j",
+                                        "Aggiunta file sounds/hit.wav", "Aggiunta file units/grunt è.mdx"}));
+        QStringList extractLines = QString::fromUtf8(extracted.out).split('\n');
+        QCOMPARE(extractLines.takeLast(), QString());
+        extractLines.sort();
+        // The internal list has no name of its own in the listing: it comes
+        // out as an unknown, as every listed row does.
+        QCOMPARE(extractLines.size(), 6);
+        QVERIFY(extractLines.takeLast().startsWith("Estrazione file ~unknowns\\"));
+        QCOMPARE(extractLines, (QStringList{"Estrazione file .hidden", "Estrazione file readme.txt",
+                                            "Estrazione file solo.j", "Estrazione file sounds\\hit.wav",
+                                            "Estrazione file units\\grunt è.mdx"}));
+    }
+
+    // A path that is missing is named, the others still go in; an archive
+    // lying inside the folder being added is not stored in itself.
+    void missingPathsAndTheArchiveItselfStayOut()
+    {
+        const QString folder = dir.filePath("self");
+        WriteFile(folder + "/one.txt", "1");
+        WriteFile(folder + "/two.txt", "22");
+        const QString archive = folder + "/self.mpq";
+        QCOMPARE(Cli({"--ini", ini, "add", archive, folder + "/one.txt"}).status, 0);
+        const Run run = Cli({"--ini", ini, "add", archive, folder + "/gone.txt", folder + "/."});
+        QCOMPARE(run.status, 2);
+        QVERIFY2(run.err.contains("gone.txt: no such file or folder"), run.err.constData());
+        QCOMPARE(Attributes(ini, archive).keys(), (QStringList{"one.txt", "two.txt"}));
     }
 
     void failuresExitWithTheirStatus_data()
@@ -134,6 +194,14 @@ private slots:
         QTest::newRow("extract of a climbing name") << QStringList{"extract", "@/good.mpq", "..\\up.txt", "--to",
                                                                    "@/o3"}
                                                     << 4 << "outside";
+        QTest::newRow("add to an archive in a missing folder")
+            << QStringList{"add", "@/no/such/folder/x.mpq", "@/source/solo.j"} << 2 << "cannot be made";
+        QTest::newRow("add with --to") << QStringList{"add", "@/x.mpq", "@/source/solo.j", "--to", "@"} << 1
+                                       << "--to belongs to extract";
+        QTest::newRow("unknown option") << QStringList{"extract", "@/good.mpq", "--too", "@/o5"} << 1
+                                        << "unknown option --too";
+        QTest::newRow("extract all with a climbing name") << QStringList{"extract", "@/good.mpq", "--to", "@/o4"}
+                                                          << 4 << "outside";
         QTest::newRow("extract onto a file") << QStringList{"extract", "@/good.mpq", "--to", "@/text.mpq"} << 2
                                              << "cannot be made a folder";
     }
