@@ -87,6 +87,10 @@ struct MessageStrings {
     QString StatusBarOpen = QStringLiteral("Apertura archivio MPQ - %v");
     QString StatusBarReadList = QStringLiteral("Estrazione lista da %v");
     QString StatusBarAdditionalList = QStringLiteral("Lettura lista esterna");
+    // Message
+    QString MessageDelete = QStringLiteral("Sei sicuro di volere eliminare i files?");
+    QString MessageRemoveFileList = QStringLiteral("Vuoi eliminare la lista?");
+    QString MessageCreateDir = QStringLiteral("Nuova cartella");
     // Filter: description NUL pattern NUL ..., no NUL after the last pattern.
     QString FilterMPQ;
     QString FilterEXE;

@@ -5,14 +5,12 @@
 
 #include "config/app_config.h"
 #include "config/catalogue.h"
+#include "editing/archive_update.h"
 #include "editing/helpers/paths.h"
 #include "listing/mpq_library.h"
 #include "listing/text_encoding.h"
 
 namespace {
-
-// The largest count the settings dialog lets the user type (six digits).
-constexpr qint32 kLargestMaxFiles = 999999;
 
 // The first rule for the extension, or none. Entry 0 of the rules is the
 // spare and never matches. A rule "." matches names without a point, whose
@@ -55,19 +53,7 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
                    EventQueue &events)
 {
     AddReport report;
-    const std::string archive = PathBytes(archivePath).toStdString();
-    // The count matters only when the archive is created. Counts the settings
-    // dialog accepts go as they are (0 means the smallest table either way);
-    // a hand-edited file may hold any 32-bit number, and StormLib fails to
-    // create, or crashes while closing, an archive of 2^27 slots and more.
-    const auto maximumFiles = static_cast<std::uint32_t>(std::clamp(config.DefaultMaxFiles, 1, kLargestMaxFiles));
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(
-        archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_OPEN_EXISTING, maximumFiles);
-    // An empty file (what New leaves) or no file at all becomes an archive
-    // here; a file of any other content is never written over.
-    if (update == nullptr)
-        update = mpq::MpqOpenArchiveForUpdate(archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW,
-                                              maximumFiles);
+    mpq::MpqHandle update = OpenArchiveForUpdate(archivePath, config.DefaultMaxFiles);
     if (update == nullptr) return report;
     report.opened = true;
 

@@ -1,0 +1,15 @@
+// Opening an archive for a change: the one way add, delete and rename reach
+// the engine's update calls.
+#pragma once
+
+#include <QString>
+
+#include "listing/mpq_library.h"
+
+// Opens the archive at `archivePath` for update, keeping its internal list
+// current: as an existing archive first, otherwise made new where the file
+// is empty or absent, with room for `defaultMaxFiles` files (held to
+// 1..999999, what the settings dialog takes: larger tables break the
+// engine). A file of any other content is never written over. Null when
+// both fail. The caller closes it with MpqCloseUpdatedArchive.
+mpq::MpqHandle OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles);
