@@ -29,7 +29,7 @@ int CompareFolded(const QString &a, const QString &b)
 
 }  // namespace
 
-void SortRows(std::vector<ListRow> &rows, int sortKey, int sortOrder)
+std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int sortOrder)
 {
     const std::size_t column = static_cast<std::size_t>(std::clamp(sortKey, 0, int(ListRow::ColumnCount) - 1));
     const bool descending = sortOrder == 1;
@@ -60,4 +60,5 @@ void SortRows(std::vector<ListRow> &rows, int sortKey, int sortOrder)
     sorted.reserve(rows.size());
     for (std::size_t index : order) sorted.push_back(std::move(rows[index]));
     rows = std::move(sorted);
+    return order;
 }

@@ -1,10 +1,12 @@
 // The order of the list: by the text of one column, either way.
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "listing/list_row.h"
 
 // Stable, by the column's text compared without regard to case; descending
-// when `sortOrder` is 1.
-void SortRows(std::vector<ListRow> &rows, int sortKey, int sortOrder);
+// when `sortOrder` is 1. Returns where each row came from: entry i is the
+// former place of the row that now stands at i.
+std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int sortOrder);

@@ -1,5 +1,7 @@
 #include "shell/archive_list_model.h"
 
+#include <algorithm>
+
 #include "config/catalogue.h"
 #include "listing/row_order.h"
 
@@ -49,6 +51,64 @@ QVariant ArchiveListModel::headerData(int section, Qt::Orientation orientation, 
     }
 }
 
+Qt::ItemFlags ArchiveListModel::flags(const QModelIndex &index) const
+{
+    Qt::ItemFlags flags = QAbstractTableModel::flags(index);
+    if (index.isValid()) flags |= Qt::ItemIsDragEnabled;
+    if (index.isValid() && index.column() == ListRow::Name) flags |= Qt::ItemIsEditable;
+    return flags;
+}
+
+bool ArchiveListModel::setData(const QModelIndex &index, const QVariant &value, int role)
+{
+    if (role != Qt::EditRole || !index.isValid() || index.row() >= rowCount()) return false;
+    emit LabelEdited(index.row(), value.toString());
+    return false;
+}
+
+void ArchiveListModel::RemoveRows(std::vector<int> rows)
+{
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    rows.erase(std::remove_if(rows.begin(), rows.end(), [this](int r) { return r < 0 || r >= rowCount(); }),
+               rows.end());
+    if (rows.empty()) return;
+    // Runs of neighbouring rows, from the bottom up, so that the places above
+    // stay valid. Many scattered runs are cheaper as one new fill.
+    std::vector<std::pair<int, int>> runs;  // first, last
+    for (int r : rows) {
+        if (!runs.empty() && runs.back().second + 1 == r) runs.back().second = r;
+        else runs.emplace_back(r, r);
+    }
+    constexpr std::size_t kMostRuns = 256;
+    if (runs.size() <= kMostRuns) {
+        for (auto run = runs.rbegin(); run != runs.rend(); ++run) {
+            beginRemoveRows({}, run->first, run->second);
+            rows_.erase(rows_.begin() + run->first, rows_.begin() + run->second + 1);
+            endRemoveRows();
+        }
+        return;
+    }
+    beginResetModel();
+    std::vector<char> gone(rows_.size(), 0);
+    for (int r : rows) gone[static_cast<std::size_t>(r)] = 1;
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < rows_.size(); ++i)
+        if (!gone[i]) rows_[kept++] = std::move(rows_[i]);
+    rows_.resize(kept);
+    endResetModel();
+}
+
+void ArchiveListModel::RenameRow(int row, const QString &text, const QByteArray &tag)
+{
+    if (row < 0 || row >= rowCount()) return;
+    ListRow &r = rows_[static_cast<std::size_t>(row)];
+    r.columns[ListRow::Name] = text;
+    r.Tag = tag;
+    const QModelIndex cell = index(row, ListRow::Name);
+    emit dataChanged(cell, cell);
+}
+
 void ArchiveListModel::SetSorted(bool sorted)
 {
     sorted_ = sorted;
@@ -79,12 +139,23 @@ void ArchiveListModel::Clear()
     endResetModel();
 }
 
+// The rows move, and the selection and the current row move with them.
 void ArchiveListModel::Resort()
 {
-    if (!sorted_) return;
-    beginResetModel();
-    SortRows(rows_, sortKey_, sortOrder_);
-    endResetModel();
+    if (!sorted_ || rows_.empty()) return;
+    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+    const std::vector<std::size_t> from = SortRows(rows_, sortKey_, sortOrder_);
+    std::vector<int> to(from.size());
+    for (std::size_t i = 0; i < from.size(); ++i) to[from[i]] = static_cast<int>(i);
+    const QModelIndexList before = persistentIndexList();
+    QModelIndexList after;
+    after.reserve(before.size());
+    for (const QModelIndex &index : before)
+        after.append(index.isValid() && index.row() < rowCount()
+                         ? this->index(to[static_cast<std::size_t>(index.row())], index.column())
+                         : QModelIndex());
+    changePersistentIndexList(before, after);
+    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
 }
 
 void ArchiveListModel::SetSortKey(int key)

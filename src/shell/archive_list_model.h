@@ -18,6 +18,10 @@ public:
     int columnCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+    // The name can be edited in place. An edit changes nothing by itself: it
+    // is announced by LabelEdited, and RenameRow carries it out.
+    Qt::ItemFlags flags(const QModelIndex &index) const override;
+    bool setData(const QModelIndex &index, const QVariant &value, int role) override;
 
     // RowSink: while Sorted is off, rows wait and show at the switch.
     void SetSorted(bool sorted) override;
@@ -32,8 +36,16 @@ public:
     bool Sorted() const { return sorted_; }
 
     const ListRow &Row(int index) const { return rows_[static_cast<std::size_t>(index)]; }
+    // Removes the rows at these places (any order); the others keep theirs.
+    void RemoveRows(std::vector<int> rows);
+    // The row's name and Tag become the new ones; the other columns stay.
+    void RenameRow(int row, const QString &text, const QByteArray &tag);
     // Column headers come from the texts in force.
     void RefreshHeaders();
+
+signals:
+    // The in-place edit of a row's name ended with `text`.
+    void LabelEdited(int row, const QString &text);
 
 private:
     void Resort();

@@ -23,14 +23,19 @@
 
 #include "config/catalogue.h"
 #include "editing/add_files.h"
+#include "editing/delete_rename.h"
+#include "editing/drag_drop.h"
 #include "editing/extract_files.h"
+#include "editing/find_pattern.h"
 #include "editing/helpers/dialogs.h"
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
 #include "editing/helpers/shell_open.h"
 #include "listing/classic_listing.h"
 #include "listing/explorer_listing.h"
+#include "listing/text_encoding.h"
 #include "shell/archive_list_model.h"
+#include "shell/archive_list_view.h"
 #include "shell/folder_tree_widget.h"
 #include "shell/frm_main_icons.h"
 #include "shell/startup.h"
@@ -115,7 +120,7 @@ void frmMain::BuildControls()
     connect(tvMPQ_, &FolderTreeWidget::MouseUp, this, &frmMain::tvMPQ_MouseUp);
 
     model_ = new ArchiveListModel(this);
-    lwMPQ_ = new QTreeView(client_);
+    lwMPQ_ = new ArchiveListView(client_);
     lwMPQ_->setObjectName(QStringLiteral("lwMPQ"));
     lwMPQ_->setModel(model_);
     lwMPQ_->setRootIsDecorated(false);
@@ -124,9 +129,27 @@ void frmMain::BuildControls()
     lwMPQ_->setAllColumnsShowFocus(true);
     lwMPQ_->setSelectionMode(QAbstractItemView::ExtendedSelection);
     lwMPQ_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    lwMPQ_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // The name is edited in place by the rename command, or by F2.
+    lwMPQ_->setEditTriggers(QAbstractItemView::EditKeyPressed);
     lwMPQ_->header()->setStretchLastSection(false);
     lwMPQ_->header()->setSectionsMovable(false);
+    lwMPQ_->header()->setSectionsClickable(true);
+    lwMPQ_->header()->setSortIndicatorShown(true);
+    connect(lwMPQ_->header(), &QHeaderView::sectionClicked, this,
+            [this](int section) { lwMPQ_ColumnClick(section + 1); });
+    // The edit is taken up once the editor has closed, so that the questions
+    // it asks do not come while the editor still has the focus.
+    connect(model_, &ArchiveListModel::LabelEdited, this,
+            [this](int row, const QString &text) {
+                if (row != CurrentRow()) return;
+                bool cancel = false;
+                lwMPQ_AfterLabelEdit(cancel, text);
+            },
+            Qt::QueuedConnection);
+    connect(lwMPQ_, &ArchiveListView::DblClick, this, &frmMain::lwMPQ_DblClick);
+    lwMPQ_->onDragOver = [this](const QMimeData *drag) { return lwMPQ_OLEDragOver(drag); };
+    lwMPQ_->onDragDrop = [this](const QMimeData *drag) { lwMPQ_OLEDragDrop(drag); };
+    lwMPQ_->onStartDrag = [this] { return lwMPQ_OLEStartDrag(); };
     for (int column = 0; column < ListRow::ColumnCount; ++column)
         lwMPQ_->setColumnWidth(column, TwipsToPixelsX(kColumnWidths[column]));
     lwMPQ_->viewport()->installEventFilter(this);
@@ -205,12 +228,12 @@ void frmMain::BuildMenus()
 
     QMenu *edit = menu(bar, "mnuEdit");
     bar->addMenu(edit);
-    entry(edit, "mnuSelectAll", QKeySequence(Qt::CTRL | Qt::Key_A));
-    entry(edit, "mnuDeselectAll", QKeySequence(Qt::CTRL | Qt::Key_U));
-    entry(edit, "mnuReverse", QKeySequence(Qt::CTRL | Qt::Key_I));
+    run(entry(edit, "mnuSelectAll", QKeySequence(Qt::CTRL | Qt::Key_A)), &frmMain::mnuSelectAll_Click);
+    run(entry(edit, "mnuDeselectAll", QKeySequence(Qt::CTRL | Qt::Key_U)), &frmMain::mnuDeselectAll_Click);
+    run(entry(edit, "mnuReverse", QKeySequence(Qt::CTRL | Qt::Key_I)), &frmMain::mnuReverse_Click);
     separator(edit, "mnusep2");
-    entry(edit, "mnuFind", QKeySequence(Qt::CTRL | Qt::Key_F));
-    entry(edit, "mnuFindNext", QKeySequence(Qt::Key_F3));
+    run(entry(edit, "mnuFind", QKeySequence(Qt::CTRL | Qt::Key_F)), &frmMain::mnuFind_Click);
+    run(entry(edit, "mnuFindNext", QKeySequence(Qt::Key_F3)), &frmMain::mnuFindNext_Click);
 
     QMenu *view = menu(bar, "mnuView");
     bar->addMenu(view);
@@ -243,11 +266,7 @@ void frmMain::BuildMenus()
         action->setCheckable(true);
         arrangeGroup_->addAction(action);
         menuEntries_.insert(action->objectName(), action);
-        // The mark follows the list's sort column.
-        connect(action, &QAction::triggered, this, [this] {
-            if (QAction *current = MenuEntry(QStringLiteral("mnuArrange%1").arg(model_->SortKey())))
-                current->setChecked(true);
-        });
+        connect(action, &QAction::triggered, this, [this, i] { mnuArrange_Click(i); });
     }
     separator(view, "mnusep4");
     run(entry(view, "mnuRefresh", QKeySequence(Qt::Key_F5)), &frmMain::mnuRefresh_Click);
@@ -257,8 +276,8 @@ void frmMain::BuildMenus()
     run(entry(action, "mnuAdd", QKeySequence(Qt::CTRL | Qt::Key_D)), &frmMain::mnuAdd_Click);
     run(entry(action, "mnuAddDir", QKeySequence(Qt::CTRL | Qt::Key_G)), &frmMain::mnuAddDir_Click);
     run(entry(action, "mnuExtract", QKeySequence(Qt::CTRL | Qt::Key_E)), &frmMain::mnuExtract_Click);
-    entry(action, "mnuRename", QKeySequence(Qt::CTRL | Qt::Key_R));
-    entry(action, "mnuDelete", QKeySequence(Qt::Key_Delete));
+    run(entry(action, "mnuRename", QKeySequence(Qt::CTRL | Qt::Key_R)), &frmMain::mnuRename_Click);
+    run(entry(action, "mnuDelete", QKeySequence(Qt::Key_Delete)), &frmMain::mnuDelete_Click);
 
     QMenu *tool = menu(bar, "mnuTool");
     bar->addMenu(tool);
@@ -278,16 +297,16 @@ void frmMain::BuildMenus()
 
     // The two popups stand outside the menu bar.
     mnuPopup_ = menu(this, "mnuPopup");
-    entry(mnuPopup_, "mnuPopupOpen");
+    run(entry(mnuPopup_, "mnuPopupOpen"), &frmMain::mnuPopupOpen_Click);
     separator(mnuPopup_, "mnusep6");
     run(entry(mnuPopup_, "mnuPopupExtract"), &frmMain::mnuPopupExtract_Click);
-    entry(mnuPopup_, "mnuPopupRename");
-    entry(mnuPopup_, "mnuPopupDelete");
+    run(entry(mnuPopup_, "mnuPopupRename"), &frmMain::mnuPopupRename_Click);
+    run(entry(mnuPopup_, "mnuPopupDelete"), &frmMain::mnuPopupDelete_Click);
     separator(mnuPopup_, "mnusep7");
     entry(mnuPopup_, "mnuPopupInfoFile");
     mnuPopup_->setDefaultAction(MenuEntry(QStringLiteral("mnuPopupOpen")));
     mnuExplorerPopup_ = menu(this, "mnuExplorerPopup");
-    entry(mnuExplorerPopup_, "mnuPopupCreateDir");
+    run(entry(mnuExplorerPopup_, "mnuPopupCreateDir"), &frmMain::mnuPopupCreateDir_Click);
 
     // The commands of the window work wherever the focus is.
     for (QAction *a : std::as_const(menuEntries_)) a->setShortcutContext(Qt::WindowShortcut);
@@ -568,10 +587,7 @@ void frmMain::ApplyWindowSettings()
 
     model_->SetSortKey(settings_.SortKey);
     model_->SetSortOrder(settings_.SortOrder);
-    lwMPQ_->header()->setSortIndicatorShown(true);
-    lwMPQ_->header()->setSortIndicator(settings_.SortKey,
-                                       settings_.SortOrder == 1 ? Qt::DescendingOrder : Qt::AscendingOrder);
-    MenuEntry(QStringLiteral("mnuArrange%1").arg(settings_.SortKey))->setChecked(true);
+    ShowSortOrder();
 
     if (settings_.ExplorerStyle) mnuExplorerStyle_Click();
     else mnuClassicStyle_Click();
@@ -819,6 +835,8 @@ void frmMain::tbMenu_ButtonClick(const QString &key)
     else if (key == QLatin1String("open")) mnuOpen_Click();
     else if (key == QLatin1String("add")) mnuAdd_Click();
     else if (key == QLatin1String("extract")) mnuExtract_Click();
+    else if (key == QLatin1String("delete")) mnuDelete_Click();
+    else if (key == QLatin1String("view")) lwMPQ_DblClick();
     else if (key == QLatin1String("exit")) mnuExit_Click();
 }
 
@@ -875,13 +893,211 @@ void frmMain::mnuExtract_Click()
     if (!lwMPQ_->currentIndex().isValid()) return;
     const QString folder = BrowseForFolder(this, QString(), true);
     if (folder.isEmpty()) return;
+    ExtractFiles(session_.FileName, SelectedTags(), folder, *this, *this);
+}
+
+// ---------------------------------------------------------------------------
+// Delete, rename, new folder
+
+int frmMain::CurrentRow() const
+{
+    const QModelIndex current = lwMPQ_->currentIndex();
+    return current.isValid() ? current.row() : -1;
+}
+
+QList<QByteArray> frmMain::SelectedTags() const
+{
     QModelIndexList selected = lwMPQ_->selectionModel()->selectedRows();
     std::sort(selected.begin(), selected.end(),
               [](const QModelIndex &a, const QModelIndex &b) { return a.row() < b.row(); });
-    QList<QByteArray> names;
-    names.reserve(selected.size());
-    for (const QModelIndex &index : std::as_const(selected)) names.append(model_->Row(index.row()).Tag);
-    ExtractFiles(session_.FileName, names, folder, *this, *this);
+    QList<QByteArray> tags;
+    tags.reserve(selected.size());
+    for (const QModelIndex &index : std::as_const(selected)) tags.append(model_->Row(index.row()).Tag);
+    return tags;
+}
+
+void frmMain::mnuDelete_Click()
+{
+    if (CurrentRow() < 0) return;
+    if (ShowMessageBox(this, Texts().MessageDelete, QString(), MessageButton::Yes | MessageButton::No,
+                       MessageIcon::Question, MessageButton::No) != MessageButton::Yes)
+        return;
+    std::vector<int> rows;
+    QList<QByteArray> tags;
+    for (const QModelIndex &index : lwMPQ_->selectionModel()->selectedRows()) rows.push_back(index.row());
+    std::sort(rows.begin(), rows.end());
+    tags.reserve(static_cast<qsizetype>(rows.size()));
+    for (int row : rows) tags.append(model_->Row(row).Tag);
+    // The rows go whatever the engine answered; the next listing shows the truth.
+    if (DeleteStoredFiles(session_.FileName, tags, config_.DefaultMaxFiles, *this).opened) model_->RemoveRows(rows);
+}
+
+void frmMain::mnuRename_Click()
+{
+    const QModelIndex current = lwMPQ_->currentIndex();
+    if (!current.isValid()) return;
+    const QModelIndex name = model_->index(current.row(), ListRow::Name);
+    lwMPQ_->scrollTo(name);
+    lwMPQ_->edit(name);
+}
+
+void frmMain::lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString)
+{
+    const int row = CurrentRow();
+    if (row < 0) {
+        cancel = true;
+        return;
+    }
+    const QString oldName = model_->Row(row).text();
+    const QString question = QStringLiteral("Vuoi rinominare il file \"%1\" in \"%2\"?").arg(oldName, newString);
+    if (ShowMessageBox(this, question, QString(), MessageButton::Yes | MessageButton::No, MessageIcon::Question,
+                       MessageButton::Yes) != MessageButton::Yes) {
+        cancel = true;
+        return;
+    }
+    const QByteArray newTag = EncodeText(newString);
+    switch (RenameStoredFile(session_.FileName, model_->Row(row).Tag, newTag, config_.DefaultMaxFiles)) {
+    case RenameResult::NotOpened:
+        cancel = true;
+        return;
+    case RenameResult::NameInUse:
+        ShowMessageBox(this, QStringLiteral("Impossibile rinominare il file! File gia esistente"), QString(),
+                       MessageButton::OK, MessageIcon::Exclamation, MessageButton::OK);
+        cancel = true;
+        return;
+    case RenameResult::Renamed:
+    case RenameResult::Refused:  // the row follows the user all the same; a refresh shows the truth
+        break;
+    }
+    model_->RenameRow(row, newString, newTag);
+}
+
+void frmMain::mnuPopupCreateDir_Click()
+{
+    const InputAnswer answer = ShowInputBox(this, Texts().MessageCreateDir, QString(), QString());
+    if (answer.text.isEmpty()) return;
+    QTreeWidgetItem *parent = tvMPQ_->SelectedNode();
+    if (parent == nullptr) return;
+    const QString parentKey = FolderTreeWidget::Key(parent);
+    const bool isRoot = parentKey == FolderTreeWidget::Key(tvMPQ_->topLevelItem(0));
+    const QString key = (isRoot ? QString() : parentKey) + UpperKey(answer.text) + QLatin1Char('\\');
+    if (tvMPQ_->NodeExists(key)) return;
+    tvMPQ_->AddFolderNode(isRoot ? QString() : parentKey, key, answer.text);
+}
+
+// ---------------------------------------------------------------------------
+// Selection, find, sort order
+
+void frmMain::SelectRowRange(int first, int last, QItemSelectionModel::SelectionFlags how)
+{
+    if (first > last) return;
+    const QItemSelection rows(model_->index(first, 0), model_->index(last, ListRow::ColumnCount - 1));
+    lwMPQ_->selectionModel()->select(rows, how | QItemSelectionModel::Rows);
+}
+
+void frmMain::mnuSelectAll_Click() { SelectRowRange(0, model_->rowCount() - 1, QItemSelectionModel::Select); }
+
+void frmMain::mnuDeselectAll_Click() { lwMPQ_->selectionModel()->clearSelection(); }
+
+void frmMain::mnuReverse_Click() { SelectRowRange(0, model_->rowCount() - 1, QItemSelectionModel::Toggle); }
+
+void frmMain::FindFrom(int start)
+{
+    mnuDeselectAll_Click();
+    const LikePattern pattern = FindPattern(session_.FindText);
+    if (!pattern.IsValid()) return;
+    for (int row = std::max(start, 0); row < model_->rowCount(); ++row) {
+        if (!StoredNameMatches(pattern, model_->Row(row).Tag)) continue;
+        const QModelIndex found = model_->index(row, ListRow::Name);
+        lwMPQ_->selectionModel()->setCurrentIndex(found, QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        lwMPQ_->scrollTo(found);
+        return;
+    }
+}
+
+void frmMain::mnuFind_Click()
+{
+    session_.FindText = ShowInputBox(this, QStringLiteral("Trova:"), QString(), session_.FindText).text;
+    if (!session_.FindText.isEmpty()) MenuEntry(QStringLiteral("mnuFindNext"))->setEnabled(true);
+    FindFrom(0);
+}
+
+void frmMain::mnuFindNext_Click()
+{
+    // Past the last row nothing is selected and the current row stays.
+    const int current = CurrentRow();
+    mnuDeselectAll_Click();
+    if (current < 0) return;
+    FindFrom(current + 1);
+}
+
+void frmMain::mnuArrange_Click(int index)
+{
+    if (index < 0 || index >= ListRow::ColumnCount) return;
+    if (model_->SortKey() == index) {
+        model_->SetSortOrder(model_->SortOrder() == 0 ? 1 : 0);
+    } else {
+        model_->SetSortOrder(0);
+        model_->SetSortKey(index);
+    }
+    ShowSortOrder();
+}
+
+void frmMain::lwMPQ_ColumnClick(int column) { mnuArrange_Click(column - 1); }
+
+// The mark of the menu entry and the arrow of the header follow the list.
+void frmMain::ShowSortOrder()
+{
+    if (QAction *entry = MenuEntry(QStringLiteral("mnuArrange%1").arg(model_->SortKey()))) entry->setChecked(true);
+    lwMPQ_->header()->setSortIndicator(model_->SortKey(),
+                                       model_->SortOrder() == 1 ? Qt::DescendingOrder : Qt::AscendingOrder);
+}
+
+// ---------------------------------------------------------------------------
+// Drag and drop on the list, opening a stored file
+
+Qt::DropAction frmMain::lwMPQ_OLEDragOver(const QMimeData *drag) const
+{
+    return drag && drag->hasUrls() && !session_.FileName.isEmpty() ? Qt::CopyAction : Qt::IgnoreAction;
+}
+
+void frmMain::lwMPQ_OLEDragDrop(const QMimeData *drag)
+{
+    if (!drag) return;
+    QStringList paths;
+    for (const QUrl &url : drag->urls())
+        if (url.isLocalFile()) paths.append(url.toLocalFile());
+    if (paths.isEmpty()) return;
+    const DropBatch batch = BuildDropBatch(paths);
+    QByteArray prefix;
+    if (session_.ExplorerStyle) {
+        QTreeWidgetItem *node = tvMPQ_->SelectedNode();
+        const QString key = node ? FolderTreeWidget::Key(node) : QString();
+        if (node && key != FolderTreeWidget::Key(tvMPQ_->topLevelItem(0))) prefix = EncodeText(key);
+    }
+    if (AddFiles(session_.FileName, batch.names, batch.baseFolder, prefix, config_, *this, *this).opened)
+        ListAfterAdd();
+}
+
+QMimeData *frmMain::lwMPQ_OLEStartDrag()
+{
+    return new DeferredUrlData([this] { return lwMPQ_OLESetData(); });
+}
+
+QList<QUrl> frmMain::lwMPQ_OLESetData()
+{
+    QList<QUrl> urls;
+    for (const QString &path : StageDragOut(session_.FileName, SelectedTags(), session_.TempPath, *this, *this))
+        urls.append(QUrl::fromLocalFile(path));
+    return urls;
+}
+
+void frmMain::lwMPQ_DblClick()
+{
+    const int row = CurrentRow();
+    if (row < 0) return;
+    const QString copy = ExtractForViewing(session_.FileName, model_->Row(row).Tag, session_.TempPath, *this, *this);
+    if (!copy.isEmpty()) ShellOpen(QUrl::fromLocalFile(copy));
 }
 
 // ---------------------------------------------------------------------------

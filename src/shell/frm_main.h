@@ -9,7 +9,9 @@
 #pragma once
 
 #include <QHash>
+#include <QItemSelectionModel>
 #include <QMainWindow>
+#include <QUrl>
 #include <QVector>
 
 #include "config/app_config.h"
@@ -27,6 +29,7 @@ class QToolBar;
 class QTreeView;
 class QTreeWidgetItem;
 class ArchiveListModel;
+class ArchiveListView;
 class FolderTreeWidget;
 
 // Where the window finds its files. Empty fields take the program's own:
@@ -80,6 +83,36 @@ public:
     void mnuExtract_Click();
     void mnuPopupExtract_Click() { mnuExtract_Click(); }
 
+    // Changes to the rows: delete the selection, rename the current row in
+    // place, a new folder in the tree.
+    void mnuDelete_Click();
+    void mnuPopupDelete_Click() { mnuDelete_Click(); }
+    void mnuRename_Click();
+    void mnuPopupRename_Click() { mnuRename_Click(); }
+    // The end of an in-place edit of the current row's name with `newString`;
+    // `cancel` comes back true when the row keeps its old name.
+    void lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString);
+    void mnuPopupCreateDir_Click();
+
+    // Selection, find and the sort order.
+    void mnuSelectAll_Click();
+    void mnuDeselectAll_Click();
+    void mnuReverse_Click();
+    void mnuFind_Click();
+    void mnuFindNext_Click();
+    void mnuArrange_Click(int index);     // 0 to 5
+    void lwMPQ_ColumnClick(int column);   // the header's index, from 1
+
+    // Drag and drop on the list, and opening a stored file.
+    Qt::DropAction lwMPQ_OLEDragOver(const QMimeData *drag) const;
+    void lwMPQ_OLEDragDrop(const QMimeData *drag);
+    // The data of a drag of the selected rows: files, made when asked for.
+    QMimeData *lwMPQ_OLEStartDrag();
+    // What the place of the drop gets: the scratch folder's top entries.
+    QList<QUrl> lwMPQ_OLESetData();
+    void lwMPQ_DblClick();
+    void mnuPopupOpen_Click() { lwMPQ_DblClick(); }
+
     // The view.
     void Form_Resize();
     void lblSplitter_MouseMove(int button, int shift, float x, float y);
@@ -105,6 +138,8 @@ public:
     ArchiveSession &Session() { return session_; }
     AppConfig &Config() { return config_; }
     ArchiveListModel *Model() const { return model_; }
+    ArchiveListView *List() const { return lwMPQ_; }
+    FolderTreeWidget *Tree() const { return tvMPQ_; }
     bool FirstRun() const { return firstRun_; }
     // A menu entry or toolbar action by its name ("mnuAdd", "mnuRecents2",
     // "mnuArrange3") or a toolbar button by its key ("add").
@@ -134,6 +169,14 @@ private:
     void ShowRecentEntries();
     void SetStyle(bool explorer);
     void ListAfterAdd();
+    // The Tags of the selected rows, in the order the list shows them.
+    QList<QByteArray> SelectedTags() const;
+    int CurrentRow() const;
+    void SelectRowRange(int first, int last, QItemSelectionModel::SelectionFlags how);
+    // Selects the first row from `start` on whose name the find text finds,
+    // makes it current and scrolls to it.
+    void FindFrom(int start);
+    void ShowSortOrder();
     void Place(QWidget *control, const TwipsBox &box);
     int TwipsToPixelsX(double twips) const;
     int TwipsToPixelsY(double twips) const;
@@ -149,7 +192,7 @@ private:
 
     QWidget *client_ = nullptr;
     QToolBar *tbMenu_ = nullptr;
-    QTreeView *lwMPQ_ = nullptr;
+    ArchiveListView *lwMPQ_ = nullptr;
     ArchiveListModel *model_ = nullptr;
     FolderTreeWidget *tvMPQ_ = nullptr;
     QLabel *lblSplitter_ = nullptr;
