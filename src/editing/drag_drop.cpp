@@ -1,6 +1,8 @@
 #include "editing/drag_drop.h"
 
 #include <QDir>
+#include <QFile>
+#include <QFileInfo>
 
 #include <sys/stat.h>
 
@@ -70,11 +72,27 @@ bool EnsureScratchFolder(const QString &path)
     return IsDirectory(path);
 }
 
+void EmptyScratchFolder(const QString &path)
+{
+    if (!IsDirectory(path)) return;
+    // Everything goes, hidden folders too (a stored name may make ".name"
+    // folders, which the walk of DeleteFiles passes over); a link is removed
+    // as a link, never followed.
+    const QDir folder(path);
+    for (const QFileInfo &entry :
+         folder.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot)) {
+        if (entry.isDir() && !entry.isSymLink())
+            QDir(entry.filePath()).removeRecursively();
+        else
+            QFile::remove(entry.filePath());
+    }
+}
+
 QStringList StageDragOut(const QString &archivePath, const QList<QByteArray> &names, const QString &tempPath,
                          StatusPanel &status, EventQueue &events)
 {
     if (IsDirectory(tempPath))
-        DeleteFiles(tempPath, QStringLiteral("*"), kAttributeHidden | kAttributeSystem, true);
+        EmptyScratchFolder(tempPath);
     else if (!EnsureScratchFolder(tempPath))
         return {};
     ExtractFiles(archivePath, names, tempPath, status, events);

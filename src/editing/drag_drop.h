@@ -29,6 +29,11 @@ DropBatch BuildDropBatch(const QStringList &droppedPaths);
 // when there is no folder at `path` afterwards.
 bool EnsureScratchFolder(const QString &path);
 
+// Removes everything below the scratch folder, hidden entries too; links
+// are removed, never followed. What cannot be removed stays. The folder
+// itself stays.
+void EmptyScratchFolder(const QString &path);
+
 // What a drag out hands to the place it is dropped on: the scratch folder
 // `tempPath` is emptied (made when missing), the stored files `names` are
 // extracted into it with their folders, and what then lies at the top of
