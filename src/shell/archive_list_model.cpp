@@ -23,6 +23,7 @@ QVariant ArchiveListModel::data(const QModelIndex &index, int role) const
     const ListRow &row = Row(index.row());
     switch (role) {
     case Qt::DisplayRole:
+    case Qt::EditRole:
     case Qt::ToolTipRole:
         return row.columns[static_cast<std::size_t>(index.column())];
     case Qt::TextAlignmentRole:

@@ -548,9 +548,12 @@ void frmMain::Form_Load(const QString &commandLine)
     session_.TempPath = paths_.tempPath.isEmpty() ? ComputeTempPath() : paths_.tempPath;
     config_.IniPath = paths_.iniPath.isEmpty() ? LocateIniPath(paths_.programFolder) : paths_.iniPath;
 
+    // The window as the user left it: place and size, splitter, recent
+    // files, bars, sort order, style.
     ApplyWindowSettings();
-    session_.RecentFiles = ReadRecentFiles(config_.IniPath);
-    ShowRecentEntries();
+
+    // The settings file comes into being on the first run, with the rules;
+    // the other settings are read from it.
     firstRun_ = SeedFirstRun(config_.IniPath);
     LoadAppConfig(config_);
     ApplyTexts();
@@ -580,6 +583,9 @@ void frmMain::ApplyWindowSettings()
     splitter_.left = settings_.Splitter;
     lblSplitter_MouseMove(1, 0, 0, 0);
 
+    session_.RecentFiles = ReadRecentFiles(config_.IniPath);
+    ShowRecentEntries();
+
     MenuEntry(QStringLiteral("mnuTools"))->setChecked(settings_.ToolBar);
     tbMenu_->setVisible(settings_.ToolBar);
     MenuEntry(QStringLiteral("mnuStatus"))->setChecked(settings_.StatusBar);
@@ -598,11 +604,12 @@ WindowSettings frmMain::CurrentWindowSettings() const
     WindowSettings settings = settings_;
     const QScreen *screen = this->screen() ? this->screen() : QGuiApplication::primaryScreen();
     const QPoint origin = screen ? screen->availableGeometry().topLeft() : QPoint();
-    const QRect geometry = normalGeometry().isValid() ? normalGeometry() : this->geometry();
-    settings.Width = static_cast<float>(PixelsToTwipsX(geometry.width()));
-    settings.Height = static_cast<float>(PixelsToTwipsY(geometry.height()));
-    settings.Left = static_cast<float>(PixelsToTwipsX(geometry.left() - origin.x()));
-    settings.Top = static_cast<float>(PixelsToTwipsY(geometry.top() - origin.y()));
+    // The measures as they stand, maximised or not; the place is the
+    // frame's, as the start puts it back with move().
+    settings.Width = static_cast<float>(PixelsToTwipsX(width()));
+    settings.Height = static_cast<float>(PixelsToTwipsY(height()));
+    settings.Left = static_cast<float>(PixelsToTwipsX(x() - origin.x()));
+    settings.Top = static_cast<float>(PixelsToTwipsY(y() - origin.y()));
     settings.Splitter = splitter_.left;
     settings.ToolBar = MenuEntry(QStringLiteral("mnuTools"))->isChecked();
     settings.StatusBar = MenuEntry(QStringLiteral("mnuStatus"))->isChecked();
@@ -618,7 +625,7 @@ void frmMain::Form_Unload()
     unloaded_ = true;
     WriteWindowSettings(CurrentWindowSettings(), config_.IniPath);
     WriteRecentFiles(session_.RecentFiles, config_.IniPath);
-    DeleteFiles(session_.TempPath, QStringLiteral("*"), 6, true);
+    EmptyScratchFolder(session_.TempPath);
     if (IsDirectory(session_.TempPath)) QDir().rmdir(session_.TempPath);
 }
 
