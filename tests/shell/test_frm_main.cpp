@@ -8,7 +8,10 @@
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QToolBar>
 #include <QTreeView>
+#include <QTreeWidget>
+#include <QScreen>
 
 #include "config/app_config.h"
 #include "config/ini_file.h"
@@ -16,6 +19,7 @@
 #include "shell/frm_main.h"
 #include "shell/startup.h"
 #include "support/archive_factory.h"
+#include "support/scripted_dialogs.h"
 
 using namespace fixtures;
 
@@ -56,6 +60,11 @@ private slots:
     void sortKeyOfTheSettingsOrdersTheList();
     void firstRunSeedsTheRulesOnce();
     void closingWritesSettingsAndRemovesScratchFolder();
+    void everyWindowSettingComesBack();
+    void noSettingSectionCentresTheDefaultWindow();
+    void handEditedSettingsFallBack_data();
+    void handEditedSettingsFallBack();
+    void maximisedWindowStoresThoseMeasures();
     void addRecentKeepsFourNewestFirst_data();
     void addRecentKeepsFourNewestFirst();
     void tempPathIsPrivate();
@@ -208,6 +217,137 @@ void TestFrmMain::closingWritesSettingsAndRemovesScratchFolder()
     QCOMPARE(again.size(), QSize(700, 500));
     QCOMPARE(again.Session().RecentFiles.first(), archive);
     again.Form_Unload();
+}
+
+// The user sets up the window, closes it, and the next start shows it as
+// it was: place, size, splitter, bars, sort, style and recent archives.
+void TestFrmMain::everyWindowSettingComesBack()
+{
+    const StartupPaths paths = Paths("roundtrip");
+    const QString other = dir.filePath("maps/other.w3x");
+    QVERIFY(QFile::copy(archive, other));
+    WindowSettings written;
+    {
+        frmMain window(paths);
+        window.Form_Load(other);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        window.resize(820, 540);
+        window.move(window.screen()->availableGeometry().topLeft() + QPoint(31, 47));
+        window.mnuExplorerStyle_Click();
+        const float before = window.Measure(window.findChild<QWidget *>("lblSplitter")).left;
+        window.lblSplitter_MouseMove(1, 0, 600, 0);
+        QCOMPARE(window.Measure(window.findChild<QWidget *>("lblSplitter")).left, before + 600);
+        window.mnuTools_Click();
+        window.mnuStatus_Click();
+        window.mnuArrange_Click(3);
+        window.mnuArrange_Click(3);
+        ScriptedDialogs dialogs;
+        dialogs.answers = {{archive}};
+        window.mnuOpen_Click();
+        window.close();
+        written = ReadWindowSettings(paths.iniPath, 0, 0);
+    }
+    QCOMPARE(ReadIni("Setting", "SortKey", paths.iniPath, ""), QStringLiteral("3"));
+    QCOMPARE(ReadIni("Setting", "SortOrder", paths.iniPath, ""), QStringLiteral("1"));
+    QCOMPARE(ReadIni("Setting", "ToolBar", paths.iniPath, ""), QStringLiteral("0"));
+    QCOMPARE(ReadIni("Setting", "StatusBar", paths.iniPath, ""), QStringLiteral("0"));
+    QCOMPARE(ReadIni("Setting", "ExplorerStyle", paths.iniPath, ""), QStringLiteral("1"));
+
+    frmMain again(paths);
+    again.Form_Load({});
+    again.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&again));
+    QCOMPARE(again.size(), QSize(820, 540));
+    QCOMPARE(again.pos(), again.screen()->availableGeometry().topLeft() + QPoint(31, 47));
+    QCOMPARE(again.Measure(again.findChild<QWidget *>("lblSplitter")).left, written.Splitter);
+    QVERIFY(!again.MenuEntry("mnuTools")->isChecked());
+    QVERIFY(again.findChild<QToolBar *>("tbMenu")->isHidden());
+    QVERIFY(!again.MenuEntry("mnuStatus")->isChecked());
+    QVERIFY(again.findChild<QStatusBar *>("StatusBar1")->isHidden());
+    QCOMPARE(again.Model()->SortKey(), 3);
+    QCOMPARE(again.Model()->SortOrder(), 1);
+    for (int i = 0; i < 6; ++i) QCOMPARE(again.MenuEntry(QStringLiteral("mnuArrange%1").arg(i))->isChecked(), i == 3);
+    QVERIFY(again.Session().ExplorerStyle);
+    QVERIFY(again.MenuEntry("mnuExplorerStyle")->isChecked());
+    QVERIFY(!again.findChild<QTreeWidget *>("tvMPQ")->isHidden());
+    QCOMPARE(again.Session().RecentFiles, (QStringList{archive, other, QString(), QString()}));
+    QCOMPARE(again.MenuEntry("mnuRecents2")->text(), "&2  " + other);
+    QVERIFY(again.MenuEntry("mnuRecents2")->isEnabled());
+    QVERIFY(!again.MenuEntry("mnuRecents3")->isVisible());
+    again.Form_Unload();
+    // Unchanged, the file is written back the same.
+    QCOMPARE(ReadWindowSettings(paths.iniPath, 0, 0).Splitter, written.Splitter);
+}
+
+void TestFrmMain::noSettingSectionCentresTheDefaultWindow()
+{
+    const StartupPaths paths = Paths("centred");
+    WriteIni("Config", "ExtCount", "0", paths.iniPath);
+    frmMain window(paths);
+    window.Form_Load({});
+    const QRect screen = window.screen()->availableGeometry();
+    const int width = qRound(8400.0 * window.logicalDpiX() / 1440);
+    const int height = qRound(5000.0 * window.logicalDpiY() / 1440);
+    QCOMPARE(window.size(), QSize(width, height));
+    QVERIFY(qAbs(window.x() - (screen.left() + (screen.width() - width) / 2)) <= 1);
+    QVERIFY(qAbs(window.y() - (screen.top() + (screen.height() - height) / 2)) <= 1);
+    QVERIFY(!window.FirstRun());
+    window.Form_Unload();
+}
+
+void TestFrmMain::handEditedSettingsFallBack_data()
+{
+    QTest::addColumn<QString>("key");
+    QTest::addColumn<QString>("value");
+    QTest::newRow("sort key too large") << "SortKey" << "9";
+    QTest::newRow("sort key negative") << "SortKey" << "-1";
+    QTest::newRow("sort key not a number") << "SortKey" << "name";
+    QTest::newRow("sort order 7") << "SortOrder" << "7";
+    QTest::newRow("width not a number") << "Width" << "wide";
+    QTest::newRow("height zero") << "Height" << "0";
+    QTest::newRow("splitter not a number") << "Splitter" << "x";
+    QTest::newRow("toolbar not a number") << "ToolBar" << "yes";
+}
+
+// A value that cannot be read as its type gives the window its default.
+void TestFrmMain::handEditedSettingsFallBack()
+{
+    QFETCH(QString, key);
+    QFETCH(QString, value);
+    const StartupPaths paths = Paths("edited-" + key + value);
+    WriteIni("Setting", key, value, paths.iniPath);
+    frmMain window(paths);
+    window.Form_Load(archive);
+    QCOMPARE(window.Model()->SortKey(), 0);
+    QCOMPARE(window.Model()->SortOrder(), 0);
+    QVERIFY(window.MenuEntry("mnuArrange0")->isChecked());
+    QCOMPARE(window.size(), QSize(qRound(8400.0 * window.logicalDpiX() / 1440), qRound(5000.0 * window.logicalDpiY() / 1440)));
+    QVERIFY(window.MenuEntry("mnuTools")->isChecked());
+    QCOMPARE(window.Model()->rowCount(), 4);
+    window.Form_Unload();
+    // The shutdown writes a value of the right form back.
+    const QString written = ReadIni("Setting", key, paths.iniPath, "");
+    bool number = false;
+    written.toFloat(&number);
+    QVERIFY2(number, qPrintable(written));
+}
+
+void TestFrmMain::maximisedWindowStoresThoseMeasures()
+{
+    const StartupPaths paths = Paths("maximised");
+    frmMain window(paths);
+    window.Form_Load({});
+    window.resize(500, 400);
+    window.showMaximized();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QTRY_VERIFY(window.width() > 500);
+    const QSize maximised = window.size();
+    window.close();
+    QVERIFY(qAbs(ReadIni("Setting", "Width", paths.iniPath, "").toDouble() -
+                 maximised.width() * 1440.0 / window.logicalDpiX()) < 1);
+    QVERIFY(qAbs(ReadIni("Setting", "Height", paths.iniPath, "").toDouble() -
+                 maximised.height() * 1440.0 / window.logicalDpiY()) < 1);
 }
 
 void TestFrmMain::addRecentKeepsFourNewestFirst_data()
