@@ -39,6 +39,7 @@ struct Handle {
     Handle *archive = nullptr;  // a file's archive
     std::string path;           // an archive's path on disk
     int fd = -1;                // an archive's own descriptor, for the checks before a read
+    bool keepsList = false;     // an update that keeps "(listfile)" current
 
     ~Handle()
     {
@@ -517,7 +518,7 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
         const DWORD engineMaximum = wanted > reserved + 1 ? wanted - reserved : 1;
         if (!::SFileCreateArchive(path.c_str(), createFlags, engineMaximum, &storm)) return nullptr;
     }
-    return new Handle{Handle::Kind::Update, storm, nullptr, path, -1};
+    return new Handle{Handle::Kind::Update, storm, nullptr, path, -1, (flags & MOAU_MAINTAIN_LISTFILE) != 0};
 }
 
 bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
@@ -553,11 +554,34 @@ bool MpqAddWaveToArchive(MpqHandle update, const std::string &sourcePath,
     });
 }
 
+// The file-table entry that a name of the engine opens, or null.
+const TFileEntry *EntryOf(HANDLE storm, const char *engineName)
+{
+    HANDLE file = nullptr;
+    if (!::SFileOpenFileEx(storm, engineName, SFILE_OPEN_FROM_MPQ, &file)) return nullptr;
+    const TFileEntry *entry = static_cast<const TMPQFile *>(file)->pFileEntry;
+    ::SFileCloseFile(file);
+    return entry;
+}
+
+// Whether a name stands for the internal list of an update that keeps the
+// list current. The list does not name itself, so the user meets it as a
+// "~unknowns" entry; deleting or renaming it would take every name of the
+// archive with it, and the list is the engine's to keep.
+bool IsKeptList(MpqHandle update, const std::string &engineName)
+{
+    if (!update->keepsList) return false;
+    const TFileEntry *list = EntryOf(update->storm, LISTFILE_NAME);
+    return list != nullptr && list == EntryOf(update->storm, engineName.c_str());
+}
+
 bool MpqDeleteFile(MpqHandle update, const std::string &storedName)
 {
     if (update == nullptr || update->kind != Handle::Kind::Update) return false;
     if (storedName.empty() || EmbeddedZero(storedName)) return false;
-    return ::SFileRemoveFile(update->storm, EngineName(update, storedName).c_str(), 0);
+    const std::string engineName = EngineName(update, storedName);
+    if (IsKeptList(update, engineName)) return false;
+    return ::SFileRemoveFile(update->storm, engineName.c_str(), 0);
 }
 
 bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName)
@@ -565,7 +589,9 @@ bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::stri
     if (update == nullptr || update->kind != Handle::Kind::Update) return false;
     if (oldName.empty() || newName.empty() || EmbeddedZero(oldName) || EmbeddedZero(newName))
         return false;
-    return ::SFileRenameFile(update->storm, EngineName(update, oldName).c_str(), newName.c_str());
+    const std::string engineName = EngineName(update, oldName);
+    if (IsKeptList(update, engineName)) return false;
+    return ::SFileRenameFile(update->storm, engineName.c_str(), newName.c_str());
 }
 
 bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t /*unused*/)

@@ -105,6 +105,9 @@ bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
 bool MpqAddWaveToArchive(MpqHandle update, const std::string &sourcePath,
                          const std::string &storedName, std::uint32_t flags,
                          std::uint32_t quality);
+// Delete and rename refuse the internal list of an update that keeps it
+// current (MOAU_MAINTAIN_LISTFILE), under whatever name it is reached: the
+// list names every other file.
 bool MpqDeleteFile(MpqHandle update, const std::string &storedName);
 bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName);
 bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t unused);

@@ -936,7 +936,14 @@ void frmMain::mnuDelete_Click()
     tags.reserve(static_cast<qsizetype>(rows.size()));
     for (int row : rows) tags.append(model_->Row(row).Tag);
     // The rows go whatever the engine answered; the next listing shows the truth.
-    if (DeleteStoredFiles(session_.FileName, tags, config_.DefaultMaxFiles, *this).opened) model_->RemoveRows(rows);
+    const int current = CurrentRow();
+    if (!DeleteStoredFiles(session_.FileName, tags, config_.DefaultMaxFiles, *this).opened) return;
+    model_->RemoveRows(rows);
+    // The current row is the one that now stands in its place.
+    if (model_->rowCount() == 0) return;
+    const auto above = std::lower_bound(rows.begin(), rows.end(), current) - rows.begin();
+    const int place = std::min(current - static_cast<int>(above), model_->rowCount() - 1);
+    lwMPQ_->selectionModel()->setCurrentIndex(model_->index(place, ListRow::Name), QItemSelectionModel::NoUpdate);
 }
 
 void frmMain::mnuRename_Click()
