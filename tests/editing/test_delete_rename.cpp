@@ -92,6 +92,7 @@ private slots:
     void rename_data();
     void rename();
     void smpqArchive();
+    void theInternalListIsKept();
 };
 
 void TestDeleteRename::deleteNames_data()
@@ -311,6 +312,27 @@ void TestDeleteRename::smpqArchive()
     const std::set<std::string> listed = ListedNames(archive);
     QVERIFY(listed.count("a.txt") && listed.count("moved\\d.txt"));
     QVERIFY(!listed.count("c.txt") && !listed.count("sub\\b.txt"));
+}
+
+// The internal list does not name itself, so the user meets it as an
+// unknown entry. Deleting or renaming that entry would cost every name.
+void TestDeleteRename::theInternalListIsKept()
+{
+    const QString archive = Archive("kept-list.mpq", {"a.txt", "units\\b.mdx"});
+    std::string listName;
+    for (const std::string &name : ListedNames(archive))
+        if (name.rfind("~unknowns\\", 0) == 0) listName = name;
+    QVERIFY(!listName.empty());
+    const QByteArray unknown = QByteArray::fromStdString(listName);
+    BatchTrace trace;
+    const DeleteReport report = DeleteStoredFiles(archive, {unknown, "a.txt"}, 64, trace);
+    QCOMPARE(report.deleted, 1);
+    QCOMPARE(report.notDeleted, QList<QByteArray>{unknown});
+    QCOMPARE(RenameStoredFile(archive, unknown, "list.txt", 64), RenameResult::Refused);
+    // The list still names what is left.
+    QVERIFY(ListedNames(archive).count("units\\b.mdx") == 1);
+    QVERIFY(InternalListLines(archive).count("units\\b.mdx") == 1);
+    QVERIFY(!Opens(archive, "a.txt"));
 }
 
 QTEST_GUILESS_MAIN(TestDeleteRename)
