@@ -14,6 +14,7 @@
 #include "config/app_config.h"
 #include "config/catalogue.h"
 #include "editing/add_files.h"
+#include "editing/delete_rename.h"
 #include "editing/extract_files.h"
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
@@ -45,6 +46,16 @@ constexpr const char *kUsage =
     "                  given) below FOLDER, which is made when missing. Names use\n"
     "                  \\ between folders, as the list prints them, and are taken\n"
     "                  as UTF-8. Nothing is written outside FOLDER.\n"
+    "  delete ARCHIVE NAME... [--verbose]\n"
+    "                  Delete the named stored files. A NAME that is not stored\n"
+    "                  is named and the others are still deleted. The room of\n"
+    "                  deleted files is not given back.\n"
+    "  rename ARCHIVE OLD NEW\n"
+    "                  Store the file OLD under the name NEW instead. A NEW that\n"
+    "                  is stored already is refused, OLD itself included; names\n"
+    "                  that differ only in case are the same name.\n"
+    "  delete and rename take names as extract does, and only change an archive\n"
+    "  that exists: an empty file is no archive to them.\n"
     "\n"
     "Options:\n"
     "  --ini FILE      Use FILE as settings instead of the user's Arcavera.ini\n"
@@ -52,7 +63,7 @@ constexpr const char *kUsage =
     "                  sort order). Without a settings file, add uses the rules\n"
     "                  of a first start: .bik .smk .mp3 .mpq .w3m .w3x stored\n"
     "                  plain, .wav compressed as audio, the rest compressed.\n"
-    "  -v, --verbose   Print a line per file added or extracted.\n"
+    "  -v, --verbose   Print a line per file added, extracted or deleted.\n"
     "  -h, --help      Show this help.\n"
     "  --              Take every later argument as a path or name, even one\n"
     "                  beginning with -.\n"
@@ -68,9 +79,10 @@ constexpr const char *kUsage =
     "     archive, a file as the folder to extract to), or cannot be made or\n"
     "     written\n"
     "  3  the file holds no MPQ archive (it is left as it is)\n"
-    "  4  some files could not be added or extracted: each is named on\n"
-    "     standard error, the others were done (a disk failure during\n"
-    "     extraction ends it there)\n";
+    "  4  some files could not be added, extracted or deleted, or the file to\n"
+    "     rename is not stored: each is named on standard error, the others\n"
+    "     were done (a disk failure during extraction ends it there)\n"
+    "  5  rename: the new name is stored already; nothing was renamed\n";
 
 struct Options {
     QString iniPath;
@@ -180,8 +192,8 @@ int ListCommand(const QStringList &arguments, const QString &iniPath)
     return 0;
 }
 
-// The status text of each file added or extracted, a line each, when asked
-// for. The closing ready text names no file and is left out.
+// The status text of each file added, extracted or deleted, a line each,
+// when asked for. The closing ready text names no file and is left out.
 struct VerbosePanel : StatusPanel {
     bool verbose = false;
     void SetStatusText(const QString &text) override
@@ -304,6 +316,86 @@ int AddCommand(const QStringList &arguments, const Options &options, const QStri
     return status;
 }
 
+// The archive that a delete or rename changes must be one already: opened
+// for update, a missing or empty file would become a new archive.
+int CheckArchiveToChange(const QString &path)
+{
+    if (IsFile(path) && QFileInfo(path).size() == 0) {
+        PrintError(QStringLiteral("%1: is empty, it holds no MPQ archive; left as it is").arg(path));
+        return 3;
+    }
+    return CheckArchive(path);
+}
+
+// Whether the archive stores a file of the name, read apart from any change.
+bool IsStored(const QString &archive, const QByteArray &name)
+{
+    mpq::MpqHandle reading = nullptr;
+    if (!mpq::SFileOpenArchive(PathBytes(archive).toStdString(), 0, 0, &reading)) return false;
+    mpq::MpqHandle file = nullptr;
+    const bool stored = mpq::SFileOpenFileEx(reading, name.toStdString(), 0, &file);
+    if (stored) mpq::SFileCloseFile(file);
+    mpq::SFileCloseArchive(reading);
+    return stored;
+}
+
+qint32 DefaultMaxFiles(const QString &iniPath)
+{
+    AppConfig config;
+    config.IniPath = iniPath;
+    LoadAppConfig(config);
+    return config.DefaultMaxFiles;
+}
+
+int DeleteCommand(const QStringList &arguments, const Options &options, const QString &iniPath)
+{
+    if (arguments.size() < 2) {
+        PrintError(QStringLiteral("delete takes an archive and at least one stored name"));
+        return 1;
+    }
+    const QString archive = CleanAbsolutePath(arguments[0]);
+    if (const int status = CheckArchiveToChange(archive)) return status;
+    QList<QByteArray> names;
+    for (const QString &name : arguments.mid(1)) names.append(name.toUtf8());
+    VerbosePanel panel;
+    panel.verbose = options.verbose;
+    const DeleteReport report = DeleteStoredFiles(archive, names, DefaultMaxFiles(iniPath), panel);
+    if (!report.opened) return ReportArchiveNotOpened(archive, true);
+    for (const QByteArray &name : report.notDeleted)
+        PrintError((IsStored(archive, name) ? QStringLiteral("%1: could not be deleted")
+                                            : QStringLiteral("%1: not stored"))
+                       .arg(DecodeBytes(name)));
+    return report.notDeleted.isEmpty() ? 0 : 4;
+}
+
+int RenameCommand(const QStringList &arguments, const QString &iniPath)
+{
+    if (arguments.size() != 3 || arguments[1].isEmpty() || arguments[2].isEmpty()) {
+        PrintError(QStringLiteral("rename takes an archive, a stored name and its new name"));
+        return 1;
+    }
+    const QString archive = CleanAbsolutePath(arguments[0]);
+    if (const int status = CheckArchiveToChange(archive)) return status;
+    const QByteArray oldName = arguments[1].toUtf8();
+    const QByteArray newName = arguments[2].toUtf8();
+    switch (RenameStoredFile(archive, oldName, newName, DefaultMaxFiles(iniPath))) {
+    case RenameResult::Renamed:
+        return 0;
+    case RenameResult::NotOpened:
+        return ReportArchiveNotOpened(archive, true);
+    case RenameResult::NameInUse:
+        PrintError(QStringLiteral("%1: a file of that name is stored already; nothing renamed").arg(arguments[2]));
+        return 5;
+    case RenameResult::Refused:
+        break;
+    }
+    if (IsStored(archive, oldName))
+        PrintError(QStringLiteral("%1: could not be renamed to %2").arg(arguments[1], arguments[2]));
+    else
+        PrintError(QStringLiteral("%1: not stored; nothing renamed").arg(arguments[1]));
+    return 4;
+}
+
 int ExtractCommand(const QStringList &arguments, const Options &options, const QString &iniPath)
 {
     if (arguments.isEmpty() || !options.hasFolder || options.folder.isEmpty()) {
@@ -384,6 +476,8 @@ int main(int argc, char *argv[])
     if (command == QLatin1String("list")) return ListCommand(rest, iniPath);
     if (command == QLatin1String("add")) return AddCommand(rest, options, iniPath);
     if (command == QLatin1String("extract")) return ExtractCommand(rest, options, iniPath);
+    if (command == QLatin1String("delete")) return DeleteCommand(rest, options, iniPath);
+    if (command == QLatin1String("rename")) return RenameCommand(rest, iniPath);
     PrintError(QStringLiteral("unknown command: %1").arg(command));
     std::fputs(kUsage, stderr);
     return 1;
