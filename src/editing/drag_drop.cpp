@@ -5,6 +5,7 @@
 #include <QFileInfo>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "editing/extract_files.h"
 #include "editing/helpers/file_walk.h"
@@ -64,17 +65,23 @@ DropBatch BuildDropBatch(const QStringList &droppedPaths)
     return batch;
 }
 
+bool IsOwnFolder(const QString &path)
+{
+    struct stat st {};
+    return !path.isEmpty() && ::lstat(PathBytes(path).constData(), &st) == 0 && S_ISDIR(st.st_mode) &&
+           st.st_uid == ::getuid();
+}
+
 bool EnsureScratchFolder(const QString &path)
 {
     if (path.isEmpty()) return false;
-    if (IsDirectory(path)) return true;
-    ::mkdir(PathBytes(path).constData(), 0700);
-    return IsDirectory(path);
+    if (!IsDirectory(path)) ::mkdir(PathBytes(path).constData(), 0700);
+    return IsOwnFolder(path);
 }
 
 void EmptyScratchFolder(const QString &path)
 {
-    if (!IsDirectory(path)) return;
+    if (!IsOwnFolder(path)) return;
     // Everything goes, hidden folders too (a stored name may make ".name"
     // folders, which the walk of DeleteFiles passes over); a link is removed
     // as a link, never followed.
@@ -91,10 +98,8 @@ void EmptyScratchFolder(const QString &path)
 QStringList StageDragOut(const QString &archivePath, const QList<QByteArray> &names, const QString &tempPath,
                          StatusPanel &status, EventQueue &events)
 {
-    if (IsDirectory(tempPath))
-        EmptyScratchFolder(tempPath);
-    else if (!EnsureScratchFolder(tempPath))
-        return {};
+    if (!EnsureScratchFolder(tempPath)) return {};
+    EmptyScratchFolder(tempPath);
     ExtractFiles(archivePath, names, tempPath, status, events);
     QStringList entries;
     const QDir folder(tempPath);

@@ -25,13 +25,17 @@ struct DropBatch {
 // that is gone gives an empty entry.
 DropBatch BuildDropBatch(const QStringList &droppedPaths);
 
+// Whether `path` is a folder of this user's own, itself no link: the only
+// kind of scratch folder that is ever written to or emptied, so that a link
+// or a folder another user put in its place is never followed.
+bool IsOwnFolder(const QString &path);
 // Makes the scratch folder when it is missing, for this user only. False
-// when there is no folder at `path` afterwards.
+// when there is no folder of this user's own at `path` afterwards.
 bool EnsureScratchFolder(const QString &path);
 
 // Removes everything below the scratch folder, hidden entries too; links
 // are removed, never followed. What cannot be removed stays. The folder
-// itself stays.
+// itself stays. A path that is no folder of this user's own is left alone.
 void EmptyScratchFolder(const QString &path);
 
 // What a drag out hands to the place it is dropped on: the scratch folder

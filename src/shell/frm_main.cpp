@@ -557,6 +557,8 @@ void frmMain::Form_Load(const QString &commandLine)
     firstRun_ = SeedFirstRun(config_.IniPath);
     LoadAppConfig(config_);
     ApplyTexts();
+    // This is the first run's place for the configuration dialog on its
+    // language page: the rules are seeded and read, the window not shown yet.
 
     mnuClose_Click();
     session_.FileName = ResolveFromLaunchFolder(FileNameFromCommandLine(commandLine), paths_.launchFolder);
@@ -626,7 +628,7 @@ void frmMain::Form_Unload()
     WriteWindowSettings(CurrentWindowSettings(), config_.IniPath);
     WriteRecentFiles(session_.RecentFiles, config_.IniPath);
     EmptyScratchFolder(session_.TempPath);
-    if (IsDirectory(session_.TempPath)) QDir().rmdir(session_.TempPath);
+    if (IsOwnFolder(session_.TempPath)) QDir().rmdir(session_.TempPath);
 }
 
 void frmMain::closeEvent(QCloseEvent *event)

@@ -62,14 +62,6 @@ class TestDeleteRename : public QObject {
     QTemporaryDir dir;
     QString Path(const QString &name) const { return dir.filePath(name); }
 
-    static QString Tag()
-    {
-        QString tag = QString::fromLatin1(QTest::currentDataTag());
-        for (QChar &c : tag)
-            if (!c.isLetterOrNumber()) c = u'_';
-        return tag;
-    }
-
     // A new archive of `names`, the i-th holding ContentOf(i).
     QString Archive(const QString &name, const QList<QByteArray> &names, const QList<std::uint32_t> &flags = {})
     {
@@ -130,7 +122,7 @@ void TestDeleteRename::deleteNames()
     QFETCH(QList<QByteArray>, toDelete);
     QFETCH(QStringList, shownAs);
     QFETCH(QList<QByteArray>, notDeleted);
-    const QString archive = Archive("delete-" + Tag() + ".mpq", stored);
+    const QString archive = Archive("delete-" + DataTagFileName() + ".mpq", stored);
     const std::size_t entriesBefore = List(archive, "").size();
 
     BatchTrace trace;
@@ -240,7 +232,7 @@ void TestDeleteRename::rename()
     QFETCH(QByteArray, oldName);
     QFETCH(QByteArray, newName);
     QFETCH(RenameResult, result);
-    const QString archive = Archive("rename-" + Tag() + ".mpq", stored, {flags});
+    const QString archive = Archive("rename-" + DataTagFileName() + ".mpq", stored, {flags});
     const QByteArray before = ReadFile(archive);
     QVERIFY(!before.isEmpty());
     const std::set<std::string> listedBefore = ListedNames(archive);

@@ -15,14 +15,6 @@ class TestDragDrop : public QObject {
     QTemporaryDir dir;
     QString Path(const QString &name) const { return dir.filePath(name); }
 
-    static QString Tag()
-    {
-        QString tag = QString::fromLatin1(QTest::currentDataTag());
-        for (QChar &c : tag)
-            if (!c.isLetterOrNumber()) c = u'_';
-        return tag;
-    }
-
     QString Archive(const QString &name, const QList<StoredFile> &files)
     {
         const QString path = Path(name);
@@ -53,6 +45,7 @@ private slots:
     void dragOutWithoutNames();
     void dragOutMakesTheFolder();
     void dragOutOntoAPlainFile();
+    void aLinkInPlaceOfTheScratchFolderIsNotFollowed();
     void namesThatClimbOut_data();
     void namesThatClimbOut();
     void viewing();
@@ -114,7 +107,7 @@ void TestDragDrop::dropBatch()
     QFETCH(QStringList, dropped);
     QFETCH(QString, baseFolder);
     QFETCH(QStringList, names);
-    const QString root = Path("drop-" + Tag()) + "/";
+    const QString root = Path("drop-" + DataTagFileName()) + "/";
     for (const QString &item : made) {
         if (item.endsWith('/'))
             QVERIFY(QDir().mkpath(root + item));
@@ -238,6 +231,23 @@ void TestDragDrop::dragOutOntoAPlainFile()
     QCOMPARE(ReadFile(plain), QByteArray("plain"));
 }
 
+// Another user may put a link where the scratch folder goes: nothing is
+// emptied or written through it.
+void TestDragDrop::aLinkInPlaceOfTheScratchFolderIsNotFollowed()
+{
+    const QString archive = Sample();
+    const QString elsewhere = Path("someone-elses");
+    WriteFile(elsewhere + "/precious.txt", "keep me");
+    const QString scratch = Path("linked-scratch");
+    QVERIFY(QFile::link(elsewhere, scratch));
+    QVERIFY(!IsOwnFolder(scratch));
+    BatchTrace trace;
+    QVERIFY(StageDragOut(archive, {"a.txt"}, scratch, trace, trace).isEmpty());
+    QVERIFY(ExtractForViewing(archive, "a.txt", scratch, trace, trace).isEmpty());
+    EmptyScratchFolder(scratch);
+    QCOMPARE(Tree(elsewhere), (QMap<QString, QByteArray>{{"precious.txt", "keep me"}}));
+}
+
 void TestDragDrop::namesThatClimbOut_data()
 {
     QTest::addColumn<QByteArray>("name");
@@ -250,8 +260,8 @@ void TestDragDrop::namesThatClimbOut_data()
 void TestDragDrop::namesThatClimbOut()
 {
     QFETCH(QByteArray, name);
-    const QString base = Path("climb-" + Tag());
-    const QString archive = Archive("climb-" + Tag() + ".mpq", {{name, "evil"}, {"ok.txt", "ok"}});
+    const QString base = Path("climb-" + DataTagFileName());
+    const QString archive = Archive("climb-" + DataTagFileName() + ".mpq", {{name, "evil"}, {"ok.txt", "ok"}});
     QCOMPARE(ReadStored(archive, name.toStdString()), QByteArray("evil"));
     const QString scratch = base + "/outer/scratch";
     QVERIFY(QDir().mkpath(scratch));

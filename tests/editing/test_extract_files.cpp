@@ -16,15 +16,6 @@ class TestExtractFiles : public QObject {
     QTemporaryDir dir;
     QString Path(const QString &name) const { return dir.filePath(name); }
 
-    // The current data row's name, fit for a file name.
-    static QString Tag()
-    {
-        QString tag = QString::fromLatin1(QTest::currentDataTag());
-        for (QChar &c : tag)
-            if (!c.isLetterOrNumber()) c = u'_';
-        return tag;
-    }
-
     // A new archive of the given files, made through our own layer.
     QString Archive(const QString &name, const QList<StoredFile> &files)
     {
@@ -62,7 +53,7 @@ void TestExtractFiles::foldersAndBytes()
                                                    {"top.txt", "top"},
                                                    {"empty.bin", {}},
                                                    {"a\\b\\d.bin", "d", 0, mpq::MAFA_COMPRESS_NONE}});
-    const QString out = Path("out-" + Tag());
+    const QString out = Path("out-" + DataTagFileName());
     QDir().mkpath(out);
     BatchTrace trace;
     const ExtractReport report =
@@ -127,7 +118,7 @@ void TestExtractFiles::namesThatClimbOut()
     // The engine stores and opens these names byte for byte; only the
     // extraction keeps them from the disk.
     QFETCH(QByteArray, name);
-    const QString base = Path("climb-" + Tag());
+    const QString base = Path("climb-" + DataTagFileName());
     const QString archive = Archive("climb.mpq", {{name, "evil"}, {"ok.txt", "ok"}});
     QCOMPARE(ReadStored(archive, name.toStdString()), QByteArray("evil"));
     const QString out = base + "/dest/inner";
@@ -157,7 +148,7 @@ void TestExtractFiles::diskFailureEndsTheBatch()
     QFETCH(QString, blocker);
     QFETCH(QString, failedAt);
     const QString archive = Archive("blocked.mpq", {{"a.txt", "a"}, {"sub\\x.txt", "x"}, {"z.txt", "z"}});
-    const QString out = Path("blocked-" + Tag());
+    const QString out = Path("blocked-" + DataTagFileName());
     const QString kind = blocker.section(':', 0, 0), where = out + "/" + blocker.section(':', 1);
     if (kind == "file") WriteFile(where, "in the way");
     if (kind == "folder") QDir().mkpath(where);

@@ -8,7 +8,6 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QMenu>
 #include <QMimeData>
 #include <QTemporaryDir>
 #include <QTest>
@@ -155,7 +154,6 @@ private slots:
     void dragOutHandsTheScratchFolder();
     void openingAStoredFile_data();
     void openingAStoredFile();
-    void rightClickShowsThePopupOnlyOverARow();
 };
 
 void TestRowCommands::initTestCase()
@@ -723,22 +721,6 @@ void TestRowCommands::openingAStoredFile()
         QCOMPARE(ReadFile(scratch + "/" + opened), files.value(current));
     }
     QCOMPARE(ReadFile(scratch + "/kept.txt"), QByteArray("stays"));
-    window->Form_Unload();
-}
-
-void TestRowCommands::rightClickShowsThePopupOnlyOverARow()
-{
-    auto window = Start(FreshArchive());
-    QVERIFY(window);
-    QMenu *popup = window->Popup("mnuPopup");
-    QCOMPARE(popup->defaultAction(), window->MenuEntry("mnuPopupOpen"));
-    Select(*window, {"a.txt"}, "a.txt");
-    ArchiveListView *list = window->List();
-    window->lwMPQ_MouseUp(2, 0, QPoint(20, list->viewport()->height() - 5));
-    QVERIFY(!popup->isVisible());
-    window->lwMPQ_MouseUp(2, 0, list->visualRect(list->currentIndex()).center());
-    QVERIFY(popup->isVisible());
-    popup->hide();
     window->Form_Unload();
 }
 

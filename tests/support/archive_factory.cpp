@@ -1,5 +1,7 @@
 #include "support/archive_factory.h"
 
+#include <QTest>
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -13,6 +15,14 @@
 #include "listing/mpq_hash.h"
 
 namespace fixtures {
+
+QString DataTagFileName()
+{
+    QString tag = QString::fromLatin1(QTest::currentDataTag());
+    for (QChar &c : tag)
+        if (!c.isLetterOrNumber()) c = u'_';
+    return tag;
+}
 
 QString WriteFile(const QString &path, const QByteArray &bytes)
 {

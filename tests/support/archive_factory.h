@@ -18,6 +18,9 @@
 
 namespace fixtures {
 
+// The current data row's tag, fit for a file name.
+QString DataTagFileName();
+
 // Writes bytes to a file, making its folders; returns the path.
 QString WriteFile(const QString &path, const QByteArray &bytes);
 QByteArray ReadFile(const QString &path);
