@@ -63,7 +63,7 @@ Qt::ItemFlags ArchiveListModel::flags(const QModelIndex &index) const
 bool ArchiveListModel::setData(const QModelIndex &index, const QVariant &value, int role)
 {
     if (role != Qt::EditRole || !index.isValid() || index.row() >= rowCount()) return false;
-    emit LabelEdited(index.row(), value.toString());
+    emit LabelEdited(index.row(), Row(index.row()).Tag, value.toString());
     return false;
 }
 

@@ -44,8 +44,9 @@ public:
     void RefreshHeaders();
 
 signals:
-    // The in-place edit of a row's name ended with `text`.
-    void LabelEdited(int row, const QString &text);
+    // The in-place edit of a row's name ended with `text`; `tag` is the
+    // row's Tag at that moment.
+    void LabelEdited(int row, const QByteArray &tag, const QString &text);
 
 private:
     void Resort();

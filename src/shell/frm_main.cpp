@@ -139,9 +139,14 @@ void frmMain::BuildControls()
             [this](int section) { lwMPQ_ColumnClick(section + 1); });
     // The edit is taken up once the editor has closed, so that the questions
     // it asks do not come while the editor still has the focus.
+    // An edit that ended because the user clicked another row still
+    // belongs to the row that was edited, which becomes current again.
     connect(model_, &ArchiveListModel::LabelEdited, this,
-            [this](int row, const QString &text) {
-                if (row != CurrentRow()) return;
+            [this](int row, const QByteArray &tag, const QString &text) {
+                if (row >= model_->rowCount() || model_->Row(row).Tag != tag) return;  // the list was filled anew
+                if (row != CurrentRow())
+                    lwMPQ_->selectionModel()->setCurrentIndex(model_->index(row, ListRow::Name),
+                                                              QItemSelectionModel::NoUpdate);
                 bool cancel = false;
                 lwMPQ_AfterLabelEdit(cancel, text);
             },

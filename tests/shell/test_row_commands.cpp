@@ -322,13 +322,25 @@ void TestRowCommands::renameByEditingTheLabel()
     Select(*window, {"sounds\\c.wav"}, "sounds\\c.wav");
     window->mnuExtract_Click();
     QCOMPARE(ReadFile(dir.filePath("renamed-out/sounds/c.wav")), files.value("c.wav"));
+    // Clicking another row ends the edit too: it belongs to the row that
+    // was edited, which becomes current again for the question.
+    extract.messageAnswers = {MessageButton::Yes};
+    Select(*window, {}, "a.txt");
+    window->mnuRename_Click();
+    editor = window->List()->findChild<QLineEdit *>();
+    QVERIFY(editor);
+    editor->setText("first.txt");
+    window->List()->setCurrentIndex(window->Model()->index(RowOf(*window, "b.txt"), 0));
+    QTRY_COMPARE(extract.asked.size(), 2);
+    QCOMPARE(extract.asked.last().text, QString("Vuoi rinominare il file \"a.txt\" in \"first.txt\"?"));
+    QCOMPARE(CurrentName(*window), QString("first.txt"));
     // Escape ends an edit without any question.
     window->mnuRename_Click();
     editor = window->List()->findChild<QLineEdit *>();
     QVERIFY(editor);
     QTest::keyClick(editor, Qt::Key_Escape);
     QCoreApplication::processEvents();
-    QCOMPARE(extract.asked.size(), 1);
+    QCOMPARE(extract.asked.size(), 2);
     window->Form_Unload();
 }
 
