@@ -47,15 +47,8 @@ bool ArchiveListView::TakesDrop(QDropEvent *event) const
     return event->source() != this && onDragOver && onDragOver(event->mimeData()) != Qt::IgnoreAction;
 }
 
-void ArchiveListView::dragEnterEvent(QDragEnterEvent *event)
-{
-    if (!TakesDrop(event)) {
-        event->ignore();
-        return;
-    }
-    event->setDropAction(Qt::CopyAction);
-    event->accept();
-}
+// An enter is a move as well: both ask whether the list takes the drop.
+void ArchiveListView::dragEnterEvent(QDragEnterEvent *event) { dragMoveEvent(event); }
 
 void ArchiveListView::dragMoveEvent(QDragMoveEvent *event)
 {

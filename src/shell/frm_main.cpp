@@ -919,14 +919,18 @@ int frmMain::CurrentRow() const
     return current.isValid() ? current.row() : -1;
 }
 
+std::vector<int> frmMain::SelectedRows() const
+{
+    std::vector<int> rows;
+    for (const QModelIndex &index : lwMPQ_->selectionModel()->selectedRows()) rows.push_back(index.row());
+    std::sort(rows.begin(), rows.end());
+    return rows;
+}
+
 QList<QByteArray> frmMain::SelectedTags() const
 {
-    QModelIndexList selected = lwMPQ_->selectionModel()->selectedRows();
-    std::sort(selected.begin(), selected.end(),
-              [](const QModelIndex &a, const QModelIndex &b) { return a.row() < b.row(); });
     QList<QByteArray> tags;
-    tags.reserve(selected.size());
-    for (const QModelIndex &index : std::as_const(selected)) tags.append(model_->Row(index.row()).Tag);
+    for (int row : SelectedRows()) tags.append(model_->Row(row).Tag);
     return tags;
 }
 
@@ -936,12 +940,8 @@ void frmMain::mnuDelete_Click()
     if (ShowMessageBox(this, Texts().MessageDelete, QString(), MessageButton::Yes | MessageButton::No,
                        MessageIcon::Question, MessageButton::No) != MessageButton::Yes)
         return;
-    std::vector<int> rows;
-    QList<QByteArray> tags;
-    for (const QModelIndex &index : lwMPQ_->selectionModel()->selectedRows()) rows.push_back(index.row());
-    std::sort(rows.begin(), rows.end());
-    tags.reserve(static_cast<qsizetype>(rows.size()));
-    for (int row : rows) tags.append(model_->Row(row).Tag);
+    const std::vector<int> rows = SelectedRows();
+    const QList<QByteArray> tags = SelectedTags();
     // The rows go whatever the engine answered; the next listing shows the truth.
     const int current = CurrentRow();
     if (!DeleteStoredFiles(session_.FileName, tags, config_.DefaultMaxFiles, *this).opened) return;

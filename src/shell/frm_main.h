@@ -12,6 +12,8 @@
 #include <QItemSelectionModel>
 #include <QMainWindow>
 #include <QUrl>
+
+#include <vector>
 #include <QVector>
 
 #include "config/app_config.h"
@@ -169,7 +171,8 @@ private:
     void ShowRecentEntries();
     void SetStyle(bool explorer);
     void ListAfterAdd();
-    // The Tags of the selected rows, in the order the list shows them.
+    // The selected rows, and their Tags, in the order the list shows them.
+    std::vector<int> SelectedRows() const;
     QList<QByteArray> SelectedTags() const;
     int CurrentRow() const;
     void SelectRowRange(int first, int last, QItemSelectionModel::SelectionFlags how);

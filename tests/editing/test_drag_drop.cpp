@@ -15,13 +15,7 @@ class TestDragDrop : public QObject {
     QTemporaryDir dir;
     QString Path(const QString &name) const { return dir.filePath(name); }
 
-    QString Archive(const QString &name, const QList<StoredFile> &files)
-    {
-        const QString path = Path(name);
-        QFile::remove(path);
-        if (!MakeArchive(path, files, Path("scratch-" + name))) qWarning("archive %s not made", qPrintable(name));
-        return path;
-    }
+    QString Archive(const QString &name, const QList<StoredFile> &files) { return ArchiveIn(dir.path(), name, files); }
 
     // The archive most cases hand out from.
     QString Sample()

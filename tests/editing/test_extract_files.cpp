@@ -16,14 +16,7 @@ class TestExtractFiles : public QObject {
     QTemporaryDir dir;
     QString Path(const QString &name) const { return dir.filePath(name); }
 
-    // A new archive of the given files, made through our own layer.
-    QString Archive(const QString &name, const QList<StoredFile> &files)
-    {
-        const QString path = Path(name);
-        QFile::remove(path);
-        if (!MakeArchive(path, files, Path("scratch-" + name))) qWarning("archive %s not made", qPrintable(name));
-        return path;
-    }
+    QString Archive(const QString &name, const QList<StoredFile> &files) { return ArchiveIn(dir.path(), name, files); }
 
 private slots:
     void foldersAndBytes_data();

@@ -91,6 +91,15 @@ bool MakeArchive(const QString &path, const QList<StoredFile> &files, const QStr
 
 bool HaveSmpq() { return !QStandardPaths::findExecutable(QStringLiteral("smpq")).isEmpty(); }
 
+QString ArchiveIn(const QString &folder, const QString &name, const QList<StoredFile> &files)
+{
+    const QString path = folder + QLatin1Char('/') + name;
+    QFile::remove(path);
+    if (!MakeArchive(path, files, folder + QStringLiteral("/scratch-") + name))
+        qWarning("archive %s not made", qPrintable(name));
+    return path;
+}
+
 bool RunSmpq(const QStringList &arguments, const QString &workDir)
 {
     QProcess smpq;

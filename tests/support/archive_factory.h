@@ -43,6 +43,10 @@ struct StoredFile {
 bool MakeArchive(const QString &path, const QList<StoredFile> &files, const QString &scratch,
                  std::uint32_t maximumFiles = 64);
 
+// An archive named `name` in `folder`, made anew through MakeArchive with a
+// scratch folder beside it; its path (a warning when it could not be made).
+QString ArchiveIn(const QString &folder, const QString &name, const QList<StoredFile> &files);
+
 // Runs smpq with the arguments in `workDir`; true when it exits with 0.
 bool RunSmpq(const QStringList &arguments, const QString &workDir);
 bool HaveSmpq();
