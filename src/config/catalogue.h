@@ -91,6 +91,14 @@ struct MessageStrings {
     QString MessageDelete = QStringLiteral("Sei sicuro di volere eliminare i files?");
     QString MessageRemoveFileList = QStringLiteral("Vuoi eliminare la lista?");
     QString MessageCreateDir = QStringLiteral("Nuova cartella");
+    // MPQEmbedder: the verdicts of the embedder on the file it shows
+    QString EmbedderNoFile = QStringLiteral("Nessun file aperto.");
+    QString EmbedderOkMPQ = QStringLiteral("Il file selezionato contiene un archivio MPQ.");
+    QString EmbedderKoMPQ = QStringLiteral(
+        "Il file selezionato contiene un archivio MPQ, ma gli altri programmi potrebbero non leggerlo.");
+    QString EmbedderNoMPQ = QStringLiteral("Il file selezionato non contiene un archivio MPQ.");
+    QString EmbedderIsMPQ = QStringLiteral("Il file selezionato è un archivio MPQ.");
+    QString EmbedderNoEXE = QStringLiteral("Il file selezionato non è un file eseguibile.");
     // Filter: description NUL pattern NUL ..., no NUL after the last pattern.
     QString FilterMPQ;
     QString FilterEXE;
