@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config qt6-base-dev qt6-qpa-plugins libstorm-dev smpq xvfb xauth
-          fonts-dejavu-core)
+          fonts-dejavu-core xdg-utils shared-mime-info libfile-mimeinfo-perl)
 [ "${ARCAVERA_SCREENSHOTS:-0}" = 1 ] && packages+=(imagemagick)
 
 missing=()
