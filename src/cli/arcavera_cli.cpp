@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/cli_output.h"
+#include "cli/cli_tools.h"
 #include "config/app_config.h"
 #include "config/catalogue.h"
 #include "editing/add_files.h"
@@ -22,6 +23,7 @@
 #include "listing/mpq_library.h"
 #include "listing/row_order.h"
 #include "listing/text_encoding.h"
+#include "properties/archive_properties.h"
 
 namespace {
 
@@ -56,6 +58,25 @@ constexpr const char *kUsage =
     "                  that differ only in case are the same name.\n"
     "  delete and rename take names as extract does, and only change an archive\n"
     "  that exists: an empty file is no archive to them.\n"
+    "  info ARCHIVE    Print the archive's properties, a line each, the name and\n"
+    "                  the value separated by a tab: folder, name, size (the\n"
+    "                  whole file's length, an executable part included),\n"
+    "                  unpacked (the sum of the listed files' sizes), files (the\n"
+    "                  entry count of the archive's header), rows (the files\n"
+    "                  list prints), modified (local time, ISO 8601) and saving\n"
+    "                  (1 - size / unpacked, in percent; - when nothing is\n"
+    "                  listed).\n"
+    "  embed EXE ARCHIVE\n"
+    "                  Append ARCHIVE, a plain MPQ archive (its header at its\n"
+    "                  start), to EXE in place: zero bytes up to the next\n"
+    "                  multiple of 512, then the archive byte for byte. EXE must\n"
+    "                  begin with MZ and hold no archive yet.\n"
+    "  split FILE [--exe OUT] [--mpq OUT]\n"
+    "                  Cut a file whose archive stands behind an executable part:\n"
+    "                  the bytes before the archive's header (padding included)\n"
+    "                  go to the --exe file, the archive from its header to the\n"
+    "                  end to the --mpq file; one of them or both. An existing\n"
+    "                  OUT is replaced only once its copy is complete.\n"
     "\n"
     "Options:\n"
     "  --ini FILE      Use FILE as settings instead of the user's Arcavera.ini\n"
@@ -82,7 +103,15 @@ constexpr const char *kUsage =
     "  4  some files could not be added, extracted or deleted, or the file to\n"
     "     rename is not stored: each is named on standard error, the others\n"
     "     were done (a disk failure during extraction ends it there)\n"
-    "  5  rename: the new name is stored already; nothing was renamed\n";
+    "  5  rename: the new name is stored already; nothing was renamed\n"
+    "For embed and split:\n"
+    "  2  a path that does not exist or is a folder, an ARCHIVE that is EXE\n"
+    "     itself, an OUT that is FILE itself or both OUTs one file\n"
+    "  3  EXE does not begin with MZ, ARCHIVE has no header at its start, or\n"
+    "     FILE holds no archive behind an executable part\n"
+    "  4  EXE holds an archive already\n"
+    "  5  a file cannot be read or written; the file that failed is left as it\n"
+    "     was (EXE keeps its old length, OUT its old bytes)\n";
 
 struct Options {
     QString iniPath;
@@ -189,6 +218,39 @@ int ListCommand(const QStringList &arguments, const QString &iniPath)
     LoadArchiveClassic(path, config, listing, totalSize);
     SortRows(ports.rows, window.SortKey, window.SortOrder);
     PrintRows(ports.rows);
+    return 0;
+}
+
+int InfoCommand(const QStringList &arguments, const QString &iniPath)
+{
+    if (arguments.size() != 1) {
+        PrintError(QStringLiteral("info takes one archive"));
+        return 1;
+    }
+    const QString path = QFileInfo(arguments[0]).absoluteFilePath();
+    if (const int status = CheckArchive(path)) return status;
+
+    AppConfig config;
+    config.IniPath = iniPath;
+    LoadAppConfig(config);
+    CollectingPorts ports;
+    ListingPorts listing{ports, ports, ports};
+    qint64 totalSize = 0;
+    LoadArchiveClassic(path, config, listing, totalSize);
+
+    const ArchiveProperties p = ReadArchiveProperties(path, totalSize, static_cast<qint64>(ports.rows.size()));
+    const std::optional<double> saving = ArchiveSaving(p);
+    const QList<std::pair<const char *, QString>> lines = {
+        {"folder", p.folder},
+        {"name", p.name},
+        {"size", QString::number(p.size)},
+        {"unpacked", QString::number(p.unpacked)},
+        {"files", QString::number(p.headerCount)},
+        {"rows", QString::number(p.rowsShown)},
+        {"modified", p.lastChange.toString(Qt::ISODate)},
+        {"saving", saving ? QString::number(*saving * 100.0, 'f', 2) + QLatin1Char('%') : QStringLiteral("-")},
+    };
+    for (const auto &[key, value] : lines) std::printf("%s\t%s\n", key, value.toUtf8().constData());
     return 0;
 }
 
@@ -447,6 +509,7 @@ int ExtractCommand(const QStringList &arguments, const Options &options, const Q
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
+    if (const int status = SplitCommandLine(QCoreApplication::arguments()); status >= 0) return status;
     const Options options = ParseOptions(QCoreApplication::arguments());
     if (!options.error.isEmpty()) {
         PrintError(options.error);
@@ -478,6 +541,8 @@ int main(int argc, char *argv[])
     if (command == QLatin1String("extract")) return ExtractCommand(rest, options, iniPath);
     if (command == QLatin1String("delete")) return DeleteCommand(rest, options, iniPath);
     if (command == QLatin1String("rename")) return RenameCommand(rest, iniPath);
+    if (command == QLatin1String("embed")) return EmbedCommand(rest);
+    if (command == QLatin1String("info")) return InfoCommand(rest, iniPath);
     PrintError(QStringLiteral("unknown command: %1").arg(command));
     std::fputs(kUsage, stderr);
     return 1;

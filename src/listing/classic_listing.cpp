@@ -147,6 +147,13 @@ QString FormatPercent(double fraction)
     return UserLocale().toString(fraction * 100.0, 'f', 0) + Numbers().PercentSign();
 }
 
+QString FormatLength(qint64 bytes) { return UserLocale().toString(bytes); }
+
+QString FormatSaving(double fraction)
+{
+    return UserLocale().toString(fraction * 100.0, 'f', 2) + Numbers().PercentSign();
+}
+
 QString AttributeLetters(std::uint32_t flags)
 {
     // Eight possible texts, made once and shared by every row.

@@ -19,6 +19,8 @@ ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayN
 QString FormatSize(std::uint32_t bytes);       // whole number with grouping
 QString FormatRatio(std::uint32_t fullSize, std::uint32_t compressedSize);  // the saving, "25.00%"
 QString FormatPercent(double fraction);        // "0%" to "100%", no decimals
+QString FormatLength(qint64 bytes);            // a file's length, with grouping
+QString FormatSaving(double fraction);         // 0.75 as "75.00%", negative too
 QString AttributeLetters(std::uint32_t flags);  // "C", "E", "X" or "-" each
 
 // Which used records a listing shows: every one, or the files directly in

@@ -6,6 +6,7 @@
 #include <QCloseEvent>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -34,15 +35,21 @@
 #include "listing/classic_listing.h"
 #include "listing/explorer_listing.h"
 #include "listing/text_encoding.h"
+#include "config/registry.h"
+#include "properties/archive_properties.h"
+#include "properties/frm_info_file.h"
+#include "properties/frm_info_mpq.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
 #include "shell/folder_tree_widget.h"
 #include "shell/frm_main_icons.h"
 #include "shell/startup.h"
+#include "shell/twips.h"
+#include "tools/frm_mpq_embedder.h"
+#include "tools/self_executing.h"
 
 namespace {
 
-constexpr double kTwipsPerInch = 1440.0;
 constexpr int kColumnWidths[ListRow::ColumnCount] = {3000, 400, 1100, 1100, 800, 800};
 constexpr const char *kTitle = "Arcavera";
 constexpr float kToolBarHeight = 870;
@@ -286,9 +293,9 @@ void frmMain::BuildMenus()
 
     QMenu *tool = menu(bar, "mnuTool");
     bar->addMenu(tool);
-    entry(tool, "mnuMakeEXE");
+    run(entry(tool, "mnuMakeEXE"), &frmMain::mnuMakeEXE_Click);
     separator(tool, "mnusep5");
-    entry(tool, "mnuMPQEm");
+    run(entry(tool, "mnuMPQEm"), &frmMain::mnuMPQEm_Click);
 
     QMenu *option = menu(bar, "mnuOption");
     bar->addMenu(option);
@@ -308,7 +315,7 @@ void frmMain::BuildMenus()
     run(entry(mnuPopup_, "mnuPopupRename"), &frmMain::mnuPopupRename_Click);
     run(entry(mnuPopup_, "mnuPopupDelete"), &frmMain::mnuPopupDelete_Click);
     separator(mnuPopup_, "mnusep7");
-    entry(mnuPopup_, "mnuPopupInfoFile");
+    run(entry(mnuPopup_, "mnuPopupInfoFile"), &frmMain::mnuPopupInfoFile_Click);
     mnuPopup_->setDefaultAction(MenuEntry(QStringLiteral("mnuPopupOpen")));
     mnuExplorerPopup_ = menu(this, "mnuExplorerPopup");
     run(entry(mnuExplorerPopup_, "mnuPopupCreateDir"), &frmMain::mnuPopupCreateDir_Click);
@@ -425,10 +432,10 @@ void frmMain::ApplyTexts()
 // ---------------------------------------------------------------------------
 // Measures
 
-int frmMain::TwipsToPixelsX(double twips) const { return qRound(twips * logicalDpiX() / kTwipsPerInch); }
-int frmMain::TwipsToPixelsY(double twips) const { return qRound(twips * logicalDpiY() / kTwipsPerInch); }
-double frmMain::PixelsToTwipsX(int pixels) const { return pixels * kTwipsPerInch / logicalDpiX(); }
-double frmMain::PixelsToTwipsY(int pixels) const { return pixels * kTwipsPerInch / logicalDpiY(); }
+int frmMain::TwipsToPixelsX(double twips) const { return TwipsToPixels(twips, logicalDpiX()); }
+int frmMain::TwipsToPixelsY(double twips) const { return TwipsToPixels(twips, logicalDpiY()); }
+double frmMain::PixelsToTwipsX(int pixels) const { return PixelsToTwips(pixels, logicalDpiX()); }
+double frmMain::PixelsToTwipsY(int pixels) const { return PixelsToTwips(pixels, logicalDpiY()); }
 
 float frmMain::ScaleWidth() const { return static_cast<float>(PixelsToTwipsX(client_->width())); }
 float frmMain::ScaleHeight() const { return static_cast<float>(PixelsToTwipsY(client_->height())); }
@@ -552,6 +559,8 @@ void frmMain::Form_Load(const QString &commandLine)
     QDir::setCurrent(paths_.programFolder);
     session_.TempPath = paths_.tempPath.isEmpty() ? ComputeTempPath() : paths_.tempPath;
     config_.IniPath = paths_.iniPath.isEmpty() ? LocateIniPath(paths_.programFolder) : paths_.iniPath;
+    // The program's registry lives beside its settings.
+    SetRegistryStorePath(QFileInfo(config_.IniPath).absoluteDir().filePath(QStringLiteral("Arcavera.reg")));
 
     // The window as the user left it: place and size, splitter, recent
     // files, bars, sort order, style.
@@ -851,6 +860,9 @@ void frmMain::tbMenu_ButtonClick(const QString &key)
     else if (key == QLatin1String("extract")) mnuExtract_Click();
     else if (key == QLatin1String("delete")) mnuDelete_Click();
     else if (key == QLatin1String("view")) lwMPQ_DblClick();
+    else if (key == QLatin1String("infompq")) ShowArchiveProperties();
+    else if (key == QLatin1String("infofile")) mnuPopupInfoFile_Click();
+    else if (key == QLatin1String("exe")) mnuMakeEXE_Click();
     else if (key == QLatin1String("exit")) mnuExit_Click();
 }
 
@@ -1119,6 +1131,53 @@ void frmMain::lwMPQ_DblClick()
     if (row < 0) return;
     const QString copy = ExtractForViewing(session_.FileName, model_->Row(row).Tag, session_.TempPath, *this, *this);
     if (!copy.isEmpty()) ShellOpen(QUrl::fromLocalFile(copy));
+}
+
+// ---------------------------------------------------------------------------
+// Properties and tools
+
+frmInfoFile *frmMain::InfoFileDialog()
+{
+    if (!infoFile_) infoFile_ = new frmInfoFile(this);
+    return infoFile_;
+}
+
+frmInfoMPQ *frmMain::InfoMPQDialog()
+{
+    if (!infoMPQ_) infoMPQ_ = new frmInfoMPQ(this);
+    return infoMPQ_;
+}
+
+frmMPQEmbedder *frmMain::EmbedderDialog()
+{
+    if (!embedder_) embedder_ = new frmMPQEmbedder(this);
+    return embedder_;
+}
+
+// The embedder works on files alone, whether an archive is open or not.
+void frmMain::mnuMPQEm_Click() { EmbedderDialog()->exec(); }
+
+void frmMain::mnuPopupInfoFile_Click()
+{
+    const int row = CurrentRow();
+    if (row < 0) return;
+    InfoFileDialog()->ShowRow(model_->Row(row));
+    infoFile_->exec();
+}
+
+void frmMain::ShowArchiveProperties()
+{
+    InfoMPQDialog()->ShowArchive(ReadArchiveProperties(session_.FileName, session_.TotalSize, model_->rowCount()));
+    infoMPQ_->exec();
+}
+
+// The window waits for the tool, and takes no input meanwhile.
+void frmMain::mnuMakeEXE_Click()
+{
+    if (session_.FileName.isEmpty()) return;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    MakeSelfExecutable(session_.FileName, paths_.programFolder, session_.TempPath);
+    QApplication::restoreOverrideCursor();
 }
 
 // ---------------------------------------------------------------------------

@@ -33,6 +33,9 @@ class QTreeWidgetItem;
 class ArchiveListModel;
 class ArchiveListView;
 class FolderTreeWidget;
+class frmInfoFile;
+class frmInfoMPQ;
+class frmMPQEmbedder;
 
 // Where the window finds its files. Empty fields take the program's own:
 // the executable's folder, the settings file found from there, the user's
@@ -115,6 +118,12 @@ public:
     void lwMPQ_DblClick();
     void mnuPopupOpen_Click() { lwMPQ_DblClick(); }
 
+    // Properties of the current row and of the archive, and the tools.
+    void mnuPopupInfoFile_Click();
+    void ShowArchiveProperties();
+    void mnuMakeEXE_Click();
+    void mnuMPQEm_Click();
+
     // The view.
     void Form_Resize();
     void lblSplitter_MouseMove(int button, int shift, float x, float y);
@@ -143,6 +152,10 @@ public:
     ArchiveListView *List() const { return lwMPQ_; }
     FolderTreeWidget *Tree() const { return tvMPQ_; }
     bool FirstRun() const { return firstRun_; }
+    // The dialogs, loaded at their first use and kept.
+    frmInfoFile *InfoFileDialog();
+    frmInfoMPQ *InfoMPQDialog();
+    frmMPQEmbedder *EmbedderDialog();
     // A menu entry or toolbar action by its name ("mnuAdd", "mnuRecents2",
     // "mnuArrange3") or a toolbar button by its key ("add").
     QAction *MenuEntry(const QString &name) const { return menuEntries_.value(name); }
@@ -207,6 +220,9 @@ private:
     QMenu *mnuExplorerPopup_ = nullptr;
     QActionGroup *styleGroup_ = nullptr;
     QActionGroup *arrangeGroup_ = nullptr;
+    frmInfoFile *infoFile_ = nullptr;
+    frmInfoMPQ *infoMPQ_ = nullptr;
+    frmMPQEmbedder *embedder_ = nullptr;
 
     QHash<QString, QAction *> menuEntries_;
     QHash<QString, QAction *> toolButtons_;

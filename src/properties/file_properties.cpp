@@ -1,0 +1,31 @@
+#include "properties/file_properties.h"
+
+#include "config/registry.h"
+#include "editing/helpers/paths.h"
+#include "listing/text_encoding.h"
+
+QString GetFileTypeName(const QString &name)
+{
+    const QString extension = GetExtension(name);
+    const QString classKey = ReadRegistry(QStringLiteral("HKEY_CLASSES_ROOT\\.") + extension + QLatin1Char('\\'));
+    if (classKey.isEmpty()) return QStringLiteral("File ") + extension;
+    return ReadRegistry(QStringLiteral("HKEY_CLASSES_ROOT\\") + classKey + QLatin1Char('\\'));
+}
+
+FileProperties ReadFileProperties(const ListRow &row)
+{
+    const qsizetype nul = row.Tag.indexOf('\0');
+    const QString name = DecodeBytes(nul < 0 ? row.Tag : row.Tag.left(nul));
+
+    FileProperties p;
+    p.name = GetFileName(name);
+    p.path = GetFolder(name);
+    p.type = GetFileTypeName(name);
+    p.size = row.columns[ListRow::Size];
+    p.compressed = row.columns[ListRow::Compressed];
+    p.ratio = row.columns[ListRow::Ratio];
+    p.attributes = row.columns[ListRow::Attribute];
+    if (row.FullSize > 0)
+        p.share = 1.0 - static_cast<double>(row.CompressedSize) / static_cast<double>(row.FullSize);
+    return p;
+}

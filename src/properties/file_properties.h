@@ -1,0 +1,26 @@
+// What the properties of one stored file show: all of it comes from the row
+// as it was listed, and the archive is not opened.
+#pragma once
+
+#include <QString>
+
+#include "listing/list_row.h"
+
+// The type of a stored file as the desktop describes it: the description of
+// the class its extension names, or "File " and the extension when no class
+// is known. A class without a description gives the empty text.
+QString GetFileTypeName(const QString &name);
+
+struct FileProperties {
+    QString name;        // the part behind the last "\"
+    QString path;        // the folder part with its closing "\", empty at the top
+    QString type;        // GetFileTypeName of the whole name
+    QString size;        // the row's texts, as listed
+    QString compressed;
+    QString ratio;
+    QString attributes;
+    double share = 0;    // the saved share, 1 - compressed / size; 0 for an empty file
+};
+
+// The values of a row. Its name is the row's Tag, cut before a NUL.
+FileProperties ReadFileProperties(const ListRow &row);
