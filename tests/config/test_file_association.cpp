@@ -141,7 +141,8 @@ private slots:
         fixtures::WriteFile(Home("data/applications/aother.desktop"),
                             "[Desktop Entry]\nType=Application\nName=Other\nExec=true %f\nMimeType=application/x-mpq;\n");
         const QString folder = Home("bin");
-        fixtures::WriteFile(folder + "/arcavera", "#!/bin/sh\n");
+        // The program notes the command line that a double click gives it.
+        fixtures::WriteFile(folder + "/arcavera", "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"$(dirname \"$0\")/opened\"\n");
         QFile::setPermissions(folder + "/arcavera", QFile::ReadOwner | QFile::ExeOwner);
         const QStringList query = {"query", "default", "application/x-mpq"};
         QCOMPARE(XdgMime(query), QString("aother.desktop"));
@@ -154,7 +155,17 @@ private slots:
         const QString archive = fixtures::WriteFile(Home("x.mpq"), QByteArray("MPQ\x1a\x20\0\0\0\0\1\2\3", 12));
         const QString desktop = QStandardPaths::findExecutable("mimetype").isEmpty() ? "GNOME" : "";
         const bool canAsk = desktop.isEmpty() || !QStandardPaths::findExecutable("gio").isEmpty();
-        if (canAsk) QCOMPARE(XdgMime({"query", "filetype", archive}, desktop), QString("application/x-mpq"));
+        if (canAsk) {
+            QCOMPARE(XdgMime({"query", "filetype", archive}, desktop), QString("application/x-mpq"));
+            // What a file manager's double click does: the archive opens in Arcavera.
+            QProcess open;
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            if (!desktop.isEmpty()) environment.insert("XDG_CURRENT_DESKTOP", desktop);
+            open.setProcessEnvironment(environment);
+            open.start("xdg-open", {archive});
+            QVERIFY(open.waitForFinished(30000));
+            QTRY_COMPARE_WITH_TIMEOUT(QString::fromUtf8(fixtures::ReadFile(folder + "/opened")), archive + "\n", 10000);
+        }
         RemoveAssociation();
         QCOMPARE(XdgMime(query), QString("aother.desktop"));
         if (!canAsk) QSKIP("neither mimetype nor gio lets xdg-mime read the MIME database");
