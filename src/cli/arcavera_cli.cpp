@@ -198,47 +198,56 @@ int CheckArchive(const QString &path)
     return 0;
 }
 
-int ListCommand(const QStringList &arguments, const QString &iniPath)
+// The rows of the archive as the window lists them in Classic style, with
+// the settings of `iniPath`; `totalSize` gets the sum of their sizes.
+std::vector<ListRow> ListedRows(const QString &path, const QString &iniPath, qint64 &totalSize)
 {
-    if (arguments.size() != 1) {
-        PrintError(QStringLiteral("list takes one archive"));
-        return 1;
-    }
-    const QString path = QFileInfo(arguments[0]).absoluteFilePath();
-    if (const int status = CheckArchive(path)) return status;
-
     AppConfig config;
     config.IniPath = iniPath;
     LoadAppConfig(config);
-    const WindowSettings window = ReadWindowSettings(iniPath, 0, 0);
-
     CollectingPorts ports;
     ListingPorts listing{ports, ports, ports};
-    qint64 totalSize = 0;
     LoadArchiveClassic(path, config, listing, totalSize);
-    SortRows(ports.rows, window.SortKey, window.SortOrder);
-    PrintRows(ports.rows);
+    return std::move(ports.rows);
+}
+
+// The archive named by a command of one argument, made absolute; empty with
+// the exit status in `status` when there is none to take.
+QString OneArchive(const QStringList &arguments, const char *command, int &status)
+{
+    status = 0;
+    if (arguments.size() != 1) {
+        PrintError(QStringLiteral("%1 takes one archive").arg(QLatin1String(command)));
+        status = 1;
+        return {};
+    }
+    const QString path = QFileInfo(arguments[0]).absoluteFilePath();
+    status = CheckArchive(path);
+    return status ? QString() : path;
+}
+
+int ListCommand(const QStringList &arguments, const QString &iniPath)
+{
+    int status = 0;
+    const QString path = OneArchive(arguments, "list", status);
+    if (status) return status;
+    qint64 totalSize = 0;
+    std::vector<ListRow> rows = ListedRows(path, iniPath, totalSize);
+    const WindowSettings window = ReadWindowSettings(iniPath, 0, 0);
+    SortRows(rows, window.SortKey, window.SortOrder);
+    PrintRows(rows);
     return 0;
 }
 
 int InfoCommand(const QStringList &arguments, const QString &iniPath)
 {
-    if (arguments.size() != 1) {
-        PrintError(QStringLiteral("info takes one archive"));
-        return 1;
-    }
-    const QString path = QFileInfo(arguments[0]).absoluteFilePath();
-    if (const int status = CheckArchive(path)) return status;
-
-    AppConfig config;
-    config.IniPath = iniPath;
-    LoadAppConfig(config);
-    CollectingPorts ports;
-    ListingPorts listing{ports, ports, ports};
+    int status = 0;
+    const QString path = OneArchive(arguments, "info", status);
+    if (status) return status;
     qint64 totalSize = 0;
-    LoadArchiveClassic(path, config, listing, totalSize);
+    const std::vector<ListRow> rows = ListedRows(path, iniPath, totalSize);
 
-    const ArchiveProperties p = ReadArchiveProperties(path, totalSize, static_cast<qint64>(ports.rows.size()));
+    const ArchiveProperties p = ReadArchiveProperties(path, totalSize, static_cast<qint64>(rows.size()));
     const std::optional<double> saving = ArchiveSaving(p);
     const QList<std::pair<const char *, QString>> lines = {
         {"folder", p.folder},

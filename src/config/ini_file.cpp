@@ -218,11 +218,14 @@ bool IniDocument::Save(const QString &file) const
     // A file that is there but could not be read is never replaced by what
     // little this document knows.
     if (unreadable_) return false;
-    const QFileInfo info(file);
-    if (!QDir().mkpath(info.absolutePath())) return false;
+    return WriteWholeFile(file, ToBytes());
+}
+
+bool WriteWholeFile(const QString &file, const QByteArray &bytes)
+{
+    if (!QDir().mkpath(QFileInfo(file).absolutePath())) return false;
     QSaveFile out(file);
     if (!out.open(QIODevice::WriteOnly)) return false;
-    const QByteArray bytes = ToBytes();
     if (out.write(bytes) != bytes.size()) {
         out.cancelWriting();
         return false;

@@ -75,6 +75,11 @@ private:
 
 // The value of the key, or defaultValue when the file, the section or the key
 // is absent. A key present with an empty value gives the empty text.
+// Replaces the whole content of `file` in one step, making its folder: the
+// old content stays until the new one is complete. False when nothing was
+// written.
+bool WriteWholeFile(const QString &file, const QByteArray &bytes);
+
 QString ReadIni(const QString &section, const QString &key, const QString &file,
                 const QString &defaultValue);
 

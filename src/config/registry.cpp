@@ -1,14 +1,13 @@
 #include "config/registry.h"
 
+#include "config/ini_file.h"
 #include "listing/text_encoding.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QList>
 #include <QMimeDatabase>
 #include <QMimeType>
-#include <QSaveFile>
 #include <QStringList>
 
 #include <optional>
@@ -272,18 +271,7 @@ public:
         return store;
     }
 
-    bool Save(const QString &file) const
-    {
-        if (!QDir().mkpath(QFileInfo(file).absolutePath())) return false;
-        QSaveFile out(file);
-        if (!out.open(QIODevice::WriteOnly)) return false;
-        const QByteArray bytes = ToBytes();
-        if (out.write(bytes) != bytes.size()) {
-            out.cancelWriting();
-            return false;
-        }
-        return out.commit();
-    }
+    bool Save(const QString &file) const { return WriteWholeFile(file, ToBytes()); }
 
     const RegValue *FindValue(const QStringList &key, const QString &name) const
     {

@@ -15,16 +15,6 @@ using namespace fixtures;
 
 namespace {
 
-QByteArray ExeBytes(qint64 size)
-{
-    return QByteArray("MZ") + QByteArray(size - 2, 'e');
-}
-
-QByteArray ArchiveBytes(qint64 size)
-{
-    return QByteArray("MPQ\x1A") + QByteArray(size - 4, 'a');
-}
-
 // Options and command words stay; every other argument is a name in `folder`.
 QStringList InFolder(const QString &folder, const QStringList &arguments)
 {
@@ -41,12 +31,7 @@ class TestCliEmbed : public QObject {
     Q_OBJECT
     QTemporaryDir dir;
 
-    QString Folder()
-    {
-        const QString folder = dir.filePath(QString(QTest::currentTestFunction()) + '/' + DataTagFileName());
-        QDir().mkpath(folder);
-        return folder;
-    }
+    QString Folder() { return CaseFolder(dir.path()); }
 
 private slots:
     void embedThenSplitRoundTrip()

@@ -161,6 +161,8 @@ private slots:
             QProcess open;
             QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
             if (!desktop.isEmpty()) environment.insert("XDG_CURRENT_DESKTOP", desktop);
+            // xdg-open looks at desktop entries only in a graphical session.
+            if (!environment.contains("DISPLAY")) environment.insert("DISPLAY", ":0");
             open.setProcessEnvironment(environment);
             open.start("xdg-open", {archive});
             QVERIFY(open.waitForFinished(30000));

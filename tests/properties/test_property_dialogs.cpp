@@ -22,6 +22,7 @@
 #include "shell/folder_tree_widget.h"
 #include "shell/frm_main.h"
 #include "support/archive_factory.h"
+#include "support/window_fixture.h"
 #include "support/scripted_dialogs.h"
 
 using namespace fixtures;
@@ -82,18 +83,8 @@ class TestPropertyDialogs : public QObject {
 
     std::unique_ptr<frmMain> Start(const QString &path, bool explorer = false)
     {
-        const QString tag = QStringLiteral("w%1").arg(++windows);
-        StartupPaths paths;
-        paths.programFolder = dir.filePath(tag + "/program");
-        paths.launchFolder = dir.filePath(tag);
-        paths.iniPath = paths.programFolder + "/Arcavera.ini";
-        paths.tempPath = dir.filePath(tag + "/scratch");
-        QDir().mkpath(paths.programFolder);
-        auto window = std::make_unique<frmMain>(paths);
-        window->Form_Load(path);
-        if (explorer) window->mnuExplorerStyle_Click();
-        window->show();
-        if (!QTest::qWaitForWindowExposed(window.get())) return nullptr;
+        auto window = StartWindow(WindowPaths(dir.filePath(QStringLiteral("w%1").arg(++windows))), path);
+        if (window && explorer) window->mnuExplorerStyle_Click();
         return window;
     }
 

@@ -24,6 +24,7 @@
 #include "shell/folder_tree_widget.h"
 #include "shell/frm_main.h"
 #include "support/archive_factory.h"
+#include "support/window_fixture.h"
 #include "support/scripted_dialogs.h"
 
 using namespace fixtures;
@@ -83,27 +84,12 @@ class TestMainWindow : public QObject {
     QStringList archives;
     int windows = 0;
 
-    StartupPaths Paths()
-    {
-        const QString tag = QStringLiteral("w%1").arg(++windows);
-        StartupPaths paths;
-        paths.programFolder = dir.filePath(tag + "/program");
-        paths.launchFolder = dir.filePath(tag);
-        paths.iniPath = paths.programFolder + "/Arcavera.ini";
-        paths.tempPath = dir.filePath(tag + "/scratch");
-        QDir().mkpath(paths.programFolder);
-        return paths;
-    }
+    StartupPaths Paths() { return WindowPaths(dir.filePath(QStringLiteral("w%1").arg(++windows))); }
 
     // A window started with no archive, shown offscreen at a known size.
     std::unique_ptr<frmMain> Start(const QString &commandLine = {}, const QSize size = {900, 600})
     {
-        auto window = std::make_unique<frmMain>(Paths());
-        window->Form_Load(commandLine);
-        window->resize(size);
-        window->show();
-        if (!QTest::qWaitForWindowExposed(window.get())) return nullptr;
-        return window;
+        return StartWindow(Paths(), commandLine, size);
     }
 
 private slots:

@@ -20,6 +20,7 @@
 #include "shell/folder_tree_widget.h"
 #include "shell/frm_main.h"
 #include "support/archive_factory.h"
+#include "support/window_fixture.h"
 #include "support/scripted_dialogs.h"
 
 using namespace fixtures;
@@ -102,19 +103,8 @@ class TestRowCommands : public QObject {
 
     std::unique_ptr<frmMain> Start(const QString &archive, bool explorer = false)
     {
-        const QString tag = QStringLiteral("w%1").arg(++windows);
-        StartupPaths paths;
-        paths.programFolder = dir.filePath(tag + "/program");
-        paths.launchFolder = dir.filePath(tag);
-        paths.iniPath = paths.programFolder + "/Arcavera.ini";
-        paths.tempPath = dir.filePath(tag + "/scratch");
-        QDir().mkpath(paths.programFolder);
-        auto window = std::make_unique<frmMain>(paths);
-        window->Form_Load(archive);
-        if (explorer) window->mnuExplorerStyle_Click();
-        window->resize(900, 600);
-        window->show();
-        if (!QTest::qWaitForWindowExposed(window.get())) return nullptr;
+        auto window = StartWindow(WindowPaths(dir.filePath(QStringLiteral("w%1").arg(++windows))), archive);
+        if (window && explorer) window->mnuExplorerStyle_Click();
         return window;
     }
 

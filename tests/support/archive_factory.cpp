@@ -16,6 +16,27 @@
 
 namespace fixtures {
 
+QString CaseFolder(const QString &root)
+{
+    const QString folder = root + '/' + QString(QTest::currentTestFunction()) + '/' + DataTagFileName();
+    QDir().mkpath(folder);
+    return folder;
+}
+
+QByteArray ExeBytes(qint64 size)
+{
+    QByteArray bytes(size, '\0');
+    for (qint64 i = 0; i < size; ++i) bytes[i] = char('a' + i % 23);
+    return bytes.replace(0, 2, "MZ");
+}
+
+QByteArray ArchiveBytes(qint64 size)
+{
+    QByteArray bytes(size, '\0');
+    for (qint64 i = 0; i < size; ++i) bytes[i] = char(i % 251);
+    return bytes.replace(0, 4, "MPQ\x1A");
+}
+
 QString DataTagFileName()
 {
     QString tag = QString::fromLatin1(QTest::currentDataTag());

@@ -26,6 +26,15 @@ QString WriteFile(const QString &path, const QByteArray &bytes);
 QByteArray ReadFile(const QString &path);
 std::string Bytes(const QString &path);  // a disk path as the engine takes it
 
+// A folder below `root` for the current test function and data row, made.
+QString CaseFolder(const QString &root);
+
+// An executable's bytes: "MZ", then a pattern that holds no signature.
+QByteArray ExeBytes(qint64 size);
+// An archive's bytes as the header scan sees them: a header at 0, then a
+// pattern.
+QByteArray ArchiveBytes(qint64 size);
+
 // Data that compresses well, of the given size.
 QByteArray TextData(int size, char seed = 'a');
 // A 16-bit PCM wave of the given length, mono.

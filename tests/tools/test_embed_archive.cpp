@@ -16,36 +16,11 @@
 
 using namespace fixtures;
 
-namespace {
-
-// An executable's bytes: "MZ", then a pattern that holds no signature.
-QByteArray ExeBytes(qint64 size)
-{
-    QByteArray bytes(size, '\0');
-    for (qint64 i = 0; i < size; ++i) bytes[i] = char('a' + i % 23);
-    return bytes.replace(0, 2, "MZ");
-}
-
-// An archive's bytes as the scan sees them: a header at 0, then a pattern.
-QByteArray ArchiveBytes(qint64 size)
-{
-    QByteArray bytes(size, '\0');
-    for (qint64 i = 0; i < size; ++i) bytes[i] = char(i % 251);
-    return bytes.replace(0, 4, "MPQ\x1A");
-}
-
-}  // namespace
-
 class TestEmbedArchive : public QObject {
     Q_OBJECT
     QTemporaryDir dir;
 
-    QString Folder()
-    {
-        const QString folder = dir.filePath(QString(QTest::currentTestFunction()) + '/' + DataTagFileName());
-        QDir().mkpath(folder);
-        return folder;
-    }
+    QString Folder() { return CaseFolder(dir.path()); }
 
 private slots:
     // The executable unchanged, zeros to the next multiple of 512, the

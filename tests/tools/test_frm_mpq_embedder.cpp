@@ -20,16 +20,6 @@ using namespace fixtures;
 
 namespace {
 
-QByteArray ExeBytes(qint64 size)
-{
-    return QByteArray("MZ") + QByteArray(size - 2, 'e');
-}
-
-QByteArray ArchiveBytes(qint64 size)
-{
-    return QByteArray("MPQ\x1A") + QByteArray(size - 4, 'a');
-}
-
 // What the dialog shows: "file | verdict | add, export MPQ, export EXE" with
 // + for an enabled button and - for a disabled one.
 QString Shown(const QString &file, const QString &verdict, const char *buttons)

@@ -10,6 +10,7 @@
 #include "editing/helpers/run_and_wait.h"
 #include "shell/frm_main.h"
 #include "support/archive_factory.h"
+#include "support/window_fixture.h"
 #include "tools/self_executing.h"
 
 using namespace fixtures;
@@ -49,17 +50,10 @@ class TestSelfExecuting : public QObject {
     QTemporaryDir dir;
     QByteArray savedPath;
 
-    std::unique_ptr<frmMain> Start(const QString &programFolder, const QString &archive)
+    // A window whose program folder is `folder`/program.
+    std::unique_ptr<frmMain> Start(const QString &folder, const QString &archive)
     {
-        StartupPaths paths;
-        paths.programFolder = programFolder;
-        paths.launchFolder = dir.path();
-        paths.iniPath = programFolder + "/Arcavera.ini";
-        paths.tempPath = dir.filePath("scratch");
-        QDir().mkpath(programFolder);
-        auto window = std::make_unique<frmMain>(paths);
-        window->Form_Load(archive);
-        return window;
+        return StartWindow(WindowPaths(folder), archive);
     }
 
 private slots:
@@ -123,12 +117,13 @@ private slots:
     {
         const QString archive = ArchiveIn(dir.filePath("maps with blanks"), "x.mpq", {{"a.txt", TextData(100)}});
         auto window = Start(dir.filePath("bare program"), archive);
+        QVERIFY(window);
         window->ToolButton("exe")->trigger();
         QCOMPARE(ReadRegistry(kWizard + "SEMPQ Wizard\\MPQ Path"), archive);
         QCOMPARE(ReadRegistry(kWizard + "SEMPQ Wizard\\SEMPQ Path"), archive + ".exe");
         QCOMPARE(ReadRegistry(kWizard + "Patch Wizard\\MPQ Directory"), dir.filePath("maps with blanks") + "/");
         QCOMPARE(ReadRegistry(kWizard + "SEMPQ Wizard\\Custom Name"), QStringLiteral("Arcavera"));
-        QVERIFY(QFile::exists(dir.filePath("bare program/Arcavera.reg")));
+        QVERIFY(QFile::exists(dir.filePath("bare program/program/Arcavera.reg")));
         QCOMPARE(window->Session().FileName, archive);
     }
 
@@ -138,12 +133,13 @@ private slots:
     void theToolRunsThroughWineAndIsWaitedFor()
     {
         const QString archive = ArchiveIn(dir.filePath("maps"), "y.w3x", {{"a.txt", TextData(100)}});
-        const QString program = dir.filePath("program");
+        const QString program = dir.filePath("with tool/program");
         WriteFile(program + "/MPQDraft.exe", "MZ");
         const QString bin = dir.filePath("wine-bin");
         WriteFakeWine(bin);
         qputenv("PATH", (bin + ":/usr/bin:/bin").toUtf8());
-        auto window = Start(program, archive);
+        auto window = Start(dir.filePath("with tool"), archive);
+        QVERIFY(window);
         window->mnuMakeEXE_Click();
 
         const QStringList calls = QString::fromUtf8(ReadFile(bin + "/calls.log")).split('\n', Qt::SkipEmptyParts);
