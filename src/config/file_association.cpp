@@ -1,14 +1,13 @@
 #include "config/file_association.h"
 
+#include "config/ini_file.h"
 #include "config/registry.h"
 #include "listing/text_encoding.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QList>
 #include <QProcess>
-#include <QSaveFile>
 #include <QStandardPaths>
 
 #include <utility>
@@ -94,18 +93,6 @@ QByteArray MimePackage()
 }
 
 // ---- Files ----
-
-bool WriteWholeFile(const QString &file, const QByteArray &bytes)
-{
-    if (!QDir().mkpath(QFileInfo(file).absolutePath())) return false;
-    QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly)) return false;
-    if (out.write(bytes) != bytes.size()) {
-        out.cancelWriting();
-        return false;
-    }
-    return out.commit();
-}
 
 void UpdateMimeDatabase(const QString &mimeFolder)
 {
