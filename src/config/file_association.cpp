@@ -2,6 +2,7 @@
 
 #include "config/ini_file.h"
 #include "config/registry.h"
+#include "shell/startup.h"
 #include "listing/text_encoding.h"
 
 #include <QFile>
@@ -279,7 +280,9 @@ void UnregisterFromDesktop()
 
 QString AssociationIconPath(const QString &programFolder)
 {
-    return InFolder(programFolder, QStringLiteral("MPQFile.ico"));
+    // An installed program keeps the icon in its data folder.
+    const QString installed = ProgramDataPath(programFolder, QStringLiteral("MPQFile.ico"));
+    return installed.isEmpty() ? InFolder(programFolder, QStringLiteral("MPQFile.ico")) : installed;
 }
 
 QString AssociationOpenCommand(const QString &programFolder, const QString &executableName)

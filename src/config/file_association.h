@@ -28,7 +28,9 @@
 inline constexpr QLatin1String kMpqMimeType{"application/x-mpq"};
 inline constexpr QLatin1String kDesktopEntryName{"arcavera.desktop"};
 
-// The icon the association names: MPQFile.ico in the program's folder.
+// The icon the association names: MPQFile.ico beside the executable, else in
+// the installed data folder; the one beside the executable when neither has
+// it.
 QString AssociationIconPath(const QString &programFolder);
 
 // The command that opens an archive, in the quoted form the start-up reads:

@@ -6,11 +6,11 @@
 #include <QLineEdit>
 #include <QLinearGradient>
 #include <QPainter>
-#include <QPainterPath>
 #include <QPushButton>
 
 #include "config/catalogue.h"
 #include "editing/helpers/dialogs.h"
+#include "tools/archive_drum_widget.h"
 #include "tools/embed_archive.h"
 #include "tools/mpq_header.h"
 
@@ -60,21 +60,7 @@ protected:
         painter.drawLine(QPointF(mid + 7, arrowTop + 7), QPointF(mid, arrowTop));
 
         // The archive: a drum of stacked discs.
-        const qreal discHeight = w * 0.3;
-        const qreal drumTop = arrowTop + 38;
-        painter.setPen(QPen(QColor(0x8a, 0x5a, 0x12), 1.5));
-        for (int disc = 2; disc >= 0; --disc) {
-            const qreal top = drumTop + disc * discHeight * 0.55;
-            QPainterPath side;
-            side.addRect(QRectF(x, top + discHeight / 2, w, discHeight * 0.55));
-            painter.fillPath(side, QColor(0xc9, 0x86, 0x1c));
-            painter.drawLine(QPointF(x, top + discHeight / 2), QPointF(x, top + discHeight * 1.05));
-            painter.drawLine(QPointF(x + w, top + discHeight / 2), QPointF(x + w, top + discHeight * 1.05));
-            painter.setBrush(QColor(0xc9, 0x86, 0x1c));
-            painter.drawEllipse(QRectF(x, top + discHeight * 0.55, w, discHeight));
-            painter.setBrush(QColor(0xf2, 0xb1, 0x3b));
-            painter.drawEllipse(QRectF(x, top, w, discHeight));
-        }
+        DrawArchiveDrum(painter, x, arrowTop + 38, w);
         QFont font = painter.font();
         font.setBold(true);
         painter.setFont(font);

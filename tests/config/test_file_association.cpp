@@ -82,6 +82,12 @@ private slots:
         QTest::newRow("blanks") << "/opt/My Tools" << "\"/opt/My Tools/arcavera\" %f" << "/opt/My Tools/MPQFile.ico";
         QTest::newRow("quote, dollar, backslash")
             << "/opt/a\"$\\" << "\"/opt/a\\\\\"\\\\$\\\\\\\\/arcavera\" %f" << "/opt/a\"$\\\\/MPQFile.ico";
+        // An installed program: bin/ beside share/arcavera/, which holds the icon.
+        const QString prefix = Home("prefix");
+        fixtures::WriteFile(prefix + "/share/arcavera/MPQFile.ico", "icon");
+        QDir().mkpath(prefix + "/bin");
+        QTest::newRow("installed") << prefix + "/bin" << prefix + "/bin/arcavera %f"
+                                   << prefix + "/share/arcavera/MPQFile.ico";
     }
     void desktopEntry()
     {
