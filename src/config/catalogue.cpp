@@ -1,34 +1,222 @@
 #include "config/catalogue.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QStringList>
+
+#include "config/ini_file.h"
+#include "editing/helpers/file_walk.h"
+#include "shell/startup.h"
 
 namespace {
 
-QString Filter(const QStringList &pairs)
+using M = MessageStrings;
+
+// The catalogue. A row's place is the order of the lookups; its text is the
+// Italian default.
+const CatalogueEntry kCatalogue[] = {
+    {"Language", "Author", &M::LanguageAuthor, ""},
+
+    {"Menu", "File", &M::MenuFile, "&File"},
+    {"Menu", "New", &M::MenuNew, "&Nuovo Archivio"},
+    {"Menu", "Open", &M::MenuOpen, "&Apri Archivio..."},
+    {"Menu", "Close", &M::MenuClose, "&Chiudi Archivio"},
+    {"Menu", "Recents", &M::MenuRecents, "File &Recenti"},
+    {"Menu", "NoRecents", &M::MenuNoRecents, "Nessun file recente"},
+    {"Menu", "Exit", &M::MenuExit, "&Esci"},
+    {"Menu", "Edit", &M::MenuEdit, "&Modifica"},
+    {"Menu", "SelectAll", &M::MenuSelectAll, "Seleziona &tutto"},
+    {"Menu", "SelectNone", &M::MenuSelectNone, "&Deseleziona tutto"},
+    {"Menu", "Invert", &M::MenuInvert, "Inverti selezione"},
+    {"Menu", "Find", &M::MenuFind, "Trova..."},
+    {"Menu", "FindNext", &M::MenuFindNext, "Trova successivo"},
+    {"Menu", "View", &M::MenuView, "&Visualizza"},
+    {"Menu", "ToolBar", &M::MenuToolBar, "&Barra strumenti"},
+    {"Menu", "StatusBar", &M::MenuStatusBar, "Barra di &stato"},
+    {"Menu", "ClassicStyle", &M::MenuClassicStyle, "Stile &classico"},
+    {"Menu", "ExplorerStyle", &M::MenuExplorerStyle, "Stile &Esplora risorse"},
+    {"Menu", "Sort", &M::MenuSort, "D&isponi gli oggetti per..."},
+    {"Menu", "Name", &M::MenuName, "&Nome"},
+    {"Menu", "Ext", &M::MenuExt, "&Estensione"},
+    {"Menu", "Size", &M::MenuSize, "&Dimensione"},
+    {"Menu", "Compressed", &M::MenuCompressed, "Dimensioni &compresse"},
+    {"Menu", "Ratio", &M::MenuRatio, "&Percentuale"},
+    {"Menu", "Attribute", &M::MenuAttribute, "&Attributi"},
+    {"Menu", "Refresh", &M::MenuRefresh, "&Aggiorna"},
+    {"Menu", "Action", &M::MenuAction, "&Azioni"},
+    {"Menu", "AddFiles", &M::MenuAddFiles, "&Aggiungi files..."},
+    {"Menu", "AddDir", &M::MenuAddDir, "A&ggiungi cartella..."},
+    {"Menu", "Extract", &M::MenuExtract, "&Estrai..."},
+    {"Menu", "Rename", &M::MenuRename, "&Rinomina"},
+    {"Menu", "Delete", &M::MenuDelete, "&Cancella"},
+    {"Menu", "Tools", &M::MenuTools, "&Strumenti"},
+    {"Menu", "MakeEXE", &M::MenuMakeEXE, "&Crea file eseguibile..."},
+    {"Menu", "MPQEmbedder", &M::MenuMPQEmbedder, "&MPQ Embedder..."},
+    {"Menu", "Options", &M::MenuOptions, "&Opzioni"},
+    {"Menu", "Configuration", &M::MenuConfiguration, "&Configurazione..."},
+    {"Menu", "About", &M::MenuAbout, "&Informazioni su..."},
+    {"Menu", "HomePage", &M::MenuHomePage, "Visita il sito di &Arcavera..."},
+    {"Menu", "PopupOpen", &M::MenuPopupOpen, "Apri"},
+    {"Menu", "PopupExtract", &M::MenuPopupExtract, "Estrai..."},
+    {"Menu", "PopupRename", &M::MenuPopupRename, "Rinomina"},
+    {"Menu", "PopupDelete", &M::MenuPopupDelete, "Cancella"},
+    {"Menu", "PopupInfoFile", &M::MenuPopupInfoFile, "Proprietà file..."},
+    {"Menu", "PopupCreateDir", &M::MenuPopupCreateDir, "Crea cartella..."},
+
+    {"Column", "Name", &M::ColumnName, "Nome"},
+    {"Column", "Ext", &M::ColumnExt, "Est."},
+    {"Column", "Size", &M::ColumnSize, "Dimensione"},
+    {"Column", "Compressed", &M::ColumnCompressed, "Dim. Compresse"},
+    {"Column", "Ratio", &M::ColumnRatio, "Percentuale"},
+    {"Column", "Attribute", &M::ColumnAttribute, "Attributi"},
+
+    {"ToolBar", "New", &M::ToolBarNew, "Nuovo"},
+    {"ToolBar", "NewToolTip", &M::ToolBarNewToolTip, "Crea nuovo archivio MPQ..."},
+    {"ToolBar", "Open", &M::ToolBarOpen, "Apri"},
+    {"ToolBar", "OpenToolTip", &M::ToolBarOpenToolTip, "Apri un archivio esistente..."},
+    {"ToolBar", "InfoMPQ", &M::ToolBarInfoMPQ, "Info MPQ"},
+    {"ToolBar", "InfoMPQToolTip", &M::ToolBarInfoMPQToolTip, "Mostra le proprietà dell archivio..."},
+    {"ToolBar", "Add", &M::ToolBarAdd, "Aggiungi"},
+    {"ToolBar", "AddToolTip", &M::ToolBarAddToolTip, "Aggiungi file all'archivio..."},
+    {"ToolBar", "Extract", &M::ToolBarExtract, "Estrai"},
+    {"ToolBar", "ExtractToolTip", &M::ToolBarExtractToolTip, "Estrai file dall'archivio..."},
+    {"ToolBar", "Delete", &M::ToolBarDelete, "Cancella"},
+    {"ToolBar", "DeleteToolTip", &M::ToolBarDeleteToolTip, "Cancella file nell'archivio"},
+    {"ToolBar", "View", &M::ToolBarView, "Visualizza"},
+    {"ToolBar", "ViewToolTip", &M::ToolBarViewToolTip, "Visualizza file all'interno dell'archivio"},
+    {"ToolBar", "InfoFile", &M::ToolBarInfoFile, "Info File"},
+    {"ToolBar", "InfoFileToolTip", &M::ToolBarInfoFileToolTip, "Mostra le proprietà del file selezionato..."},
+    {"ToolBar", "MakeEXE", &M::ToolBarMakeEXE, "Crea EXE"},
+    {"ToolBar", "MakeEXEToolTip", &M::ToolBarMakeEXEToolTip, "Crea un file eseguibile con MPQDraft..."},
+    {"ToolBar", "Exit", &M::ToolBarExit, "Esci"},
+    {"ToolBar", "ExitToolTip", &M::ToolBarExitToolTip, "Esci da Arcavera"},
+
+    {"StatusBar", "Delete", &M::StatusBarDelete, "Eliminazione file %v"},
+    {"StatusBar", "Extract", &M::StatusBarExtract, "Estrazione file %v"},
+    {"StatusBar", "Add", &M::StatusBarAdd, "Aggiunta file %v"},
+    {"StatusBar", "Ready", &M::StatusBarReady, "Pronto"},
+    {"StatusBar", "Open", &M::StatusBarOpen, "Apertura archivio MPQ - %v"},
+    {"StatusBar", "ReadList", &M::StatusBarReadList, "Estrazione lista da %v"},
+    {"StatusBar", "AdditionalList", &M::StatusBarAdditionalList, "Lettura lista esterna"},
+
+    {"Message", "Delete", &M::MessageDelete, "Sei sicuro di volere eliminare i files?"},
+    {"Message", "RemoveFileList", &M::MessageRemoveFileList, "Vuoi eliminare la lista?"},
+    {"Message", "CreateDir", &M::MessageCreateDir, "Nuova cartella"},
+
+    {"InfoMPQ", "Property", &M::InfoMPQProperty, "Proprietà"},
+    {"InfoMPQ", "Compression", &M::InfoMPQCompression, "Compressione"},
+    {"InfoMPQ", "Path", &M::InfoMPQPath, "Percorso:"},
+    {"InfoMPQ", "Name", &M::InfoMPQName, "Nome:"},
+    {"InfoMPQ", "Size", &M::InfoMPQSize, "Dimensione:"},
+    {"InfoMPQ", "Decompress", &M::InfoMPQDecompress, "Decompresso:"},
+    {"InfoMPQ", "NFiles", &M::InfoMPQNFiles, "Files in archivio:"},
+    {"InfoMPQ", "NFilesView", &M::InfoMPQNFilesView, "Files visualizzati:"},
+    {"InfoMPQ", "Last", &M::InfoMPQLast, "Ultima modifica:"},
+
+    {"InfoFile", "Property", &M::InfoFileProperty, "Proprietà"},
+    {"InfoFile", "Compression", &M::InfoFileCompression, "Compressione"},
+    {"InfoFile", "Name", &M::InfoFileName, "Nome:"},
+    {"InfoFile", "Type", &M::InfoFileType, "Tipo:"},
+    {"InfoFile", "Size", &M::InfoFileSize, "Dimensione:"},
+    {"InfoFile", "Compress", &M::InfoFileCompress, "Compresso:"},
+    {"InfoFile", "Ratio", &M::InfoFileRatio, "Percentuale:"},
+    {"InfoFile", "Attribute", &M::InfoFileAttribute, "Attributi:"},
+    {"InfoFile", "Path", &M::InfoFilePath, "Percorso:"},
+
+    {"Configuration", "Configuration", &M::ConfigConfiguration, "Configurazioni"},
+    {"Configuration", "General", &M::ConfigGeneral, "Generale"},
+    {"Configuration", "Compression", &M::ConfigCompression, "Compressione"},
+    {"Configuration", "FileList", &M::ConfigFileListTab, "Liste Files"},
+    {"Configuration", "Language", &M::ConfigLanguage, "Lingua"},
+    {"Configuration", "MaxFiles", &M::ConfigMaxFiles,
+     "Numero massimo di file per un nuovo archivio: (non può essere modificato per un archivio esistente)"},
+    {"Configuration", "Encrypt", &M::ConfigEncrypt, "Cripta i files nell'archivio MPQ"},
+    {"Configuration", "Associate", &M::ConfigAssociate, "Associa Arcavera agli archivi MPQ"},
+    {"Configuration", "Standard", &M::ConfigStandard, "Predefiniti"},
+    {"Configuration", "Default", &M::ConfigDefault, "Compressione Standard"},
+    {"Configuration", "Deflate", &M::ConfigDeflate, "Livello Compressione Deflate"},
+    {"Configuration", "Custom", &M::ConfigCustom, "Definisci"},
+    {"Configuration", "Extension", &M::ConfigExtension, "Estensione"},
+    {"Configuration", "CompressionType", &M::ConfigCompressionType, "Tipo Compressione"},
+    {"Configuration", "Audio", &M::ConfigAudio, "Compressione Audio"},
+    {"Configuration", "Lowest", &M::ConfigLowest, "Minima (qualità migliore)"},
+    {"Configuration", "Medium", &M::ConfigMedium, "Normale"},
+    {"Configuration", "Highest", &M::ConfigHighest, "Massima (dimensioni minime)"},
+    {"Configuration", "AddExt", &M::ConfigAddExt, "Agg."},
+    {"Configuration", "RemoveExt", &M::ConfigRemoveExt, "Elimina"},
+    {"Configuration", "FileList", &M::ConfigFileList, "Liste Files"},
+    {"Configuration", "AddList", &M::ConfigAddList, "Aggiungi Lista..."},
+    {"Configuration", "RemoveList", &M::ConfigRemoveList, "Rimuovi Lista"},
+    {"Configuration", "UseList", &M::ConfigUseList, "Non usare le liste se viene trovata nell'archivio"},
+    {"Configuration", "AutoDetectFile", &M::ConfigAutoDetectFile,
+     "Prova a determinare automaticamente il tipo dei file"},
+    {"Configuration", "SelectLanguage", &M::ConfigSelectLanguage, "Seleziona una lingua:"},
+    {"Configuration", "Ok", &M::ConfigOk, "Ok"},
+    {"Configuration", "Cancel", &M::ConfigCancel, "Annulla"},
+
+    {"Various", "Version", &M::VariousVersion, "Versione"},
+    {"Various", "ThisProgramUse", &M::VariousThisProgramUse, "Questo programma utilizza"},
+
+    {"MPQEmbedder", "NoFile", &M::EmbedderNoFile, "Nessun file aperto."},
+    {"MPQEmbedder", "OkMPQ", &M::EmbedderOkMPQ, "Il file selezionato contiene un archivio MPQ."},
+    {"MPQEmbedder", "KoMPQ", &M::EmbedderKoMPQ,
+     "Il file selezionato contiene un archivio MPQ, ma gli altri programmi potrebbero non leggerlo."},
+    {"MPQEmbedder", "NoMPQ", &M::EmbedderNoMPQ, "Il file selezionato non contiene un archivio MPQ."},
+    {"MPQEmbedder", "IsMPQ", &M::EmbedderIsMPQ, "Il file selezionato è un archivio MPQ."},
+    {"MPQEmbedder", "NoEXE", &M::EmbedderNoEXE, "Il file selezionato non è un file eseguibile."},
+    {"MPQEmbedder", "FileName", &M::EmbedderFileName, "Inserisci il nome del file:"},
+    {"MPQEmbedder", "Information", &M::EmbedderInformation, "Informazioni"},
+    {"MPQEmbedder", "Add", &M::EmbedderAdd, "Aggiungi MPQ..."},
+    {"MPQEmbedder", "ExportEXE", &M::EmbedderExportEXE, "Esporta EXE..."},
+    {"MPQEmbedder", "ExportMPQ", &M::EmbedderExportMPQ, "Esporta MPQ..."},
+    {"MPQEmbedder", "Close", &M::EmbedderClose, "Chiudi"},
+
+    {"Filter", "mpq", &M::FilterMpqText, "Archivi MPQ (*.mpq)"},
+    {"Filter", "all", &M::FilterAllText, "Tutti i files (*.*)"},
+    {"Filter", "exe", &M::FilterExeText, "File eseguibili (*.exe)"},
+    {"Filter", "scm", &M::FilterScmText, "Mappe di StarCraft (*.scm;*.scx)"},
+    {"Filter", "w3m", &M::FilterW3mText, "Mappe di WarCraft3 (*.w3m;*.w3x)"},
+    {"Filter", "w3n", &M::FilterW3nText, "Campagne di WarCraft3 (*.w3n)"},
+    {"Filter", "allmpq", &M::FilterAllMpqText,
+     "Tutti gli archivi MPQ (*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n)"},
+
+    {"MPQEmbedder", "OpenFailed", &M::EmbedderOpenFailed, "Impossibile aprire il file \"%v\"."},
+    {"MPQEmbedder", "ReadFailed", &M::EmbedderReadFailed, "Impossibile leggere il file \"%v\"."},
+    {"MPQEmbedder", "WriteFailed", &M::EmbedderWriteFailed, "Impossibile scrivere il file \"%v\"."},
+    {"MPQEmbedder", "SameFile", &M::EmbedderSameFile,
+     "Il file \"%v\" è il file di partenza: scegline un altro."},
+    {"Message", "FileExists", &M::MessageFileExists, "Il file %v esiste già. Vuoi sostituirlo?"},
+};
+
+QString Filter(std::initializer_list<std::pair<const QString *, const char *>> pairs)
 {
-    return pairs.join(QChar(0));
+    QStringList parts;
+    for (const auto &[description, pattern] : pairs) parts << *description << QLatin1String(pattern);
+    return parts.join(QChar(0));
 }
 
 }  // namespace
 
 MessageStrings::MessageStrings()
 {
-    const QString mpq = QStringLiteral("Archivi MPQ (*.mpq)");
-    const QString all = QStringLiteral("Tutti i files (*.*)");
-    const QString exe = QStringLiteral("File eseguibili (*.exe)");
-    const QString scm = QStringLiteral("Mappe di StarCraft (*.scm;*.scx)");
-    const QString w3m = QStringLiteral("Mappe di WarCraft3 (*.w3m;*.w3x)");
-    const QString w3n = QStringLiteral("Campagne di WarCraft3 (*.w3n)");
-    const QString allmpq =
-        QStringLiteral("Tutti gli archivi MPQ (*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n)");
-    FilterMPQ = Filter({mpq, QStringLiteral("*.mpq"), all, QStringLiteral("*.*")});
-    FilterEXE = Filter({exe, QStringLiteral("*.exe"), all, QStringLiteral("*.*")});
-    FilterArchives = Filter({mpq, QStringLiteral("*.mpq"), scm, QStringLiteral("*.scm;*.scx"), w3m,
-                             QStringLiteral("*.w3m;*.w3x"), w3n, QStringLiteral("*.w3n"), exe,
-                             QStringLiteral("*.exe"), allmpq,
-                             QStringLiteral("*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n"), all,
-                             QStringLiteral("*.*")});
+    for (const CatalogueEntry &entry : kCatalogue) this->*entry.field = QString::fromUtf8(entry.italian);
+    BuildFilters();
 }
+
+void MessageStrings::BuildFilters()
+{
+    FilterMPQ = Filter({{&FilterMpqText, "*.mpq"}, {&FilterAllText, "*.*"}});
+    FilterEXE = Filter({{&FilterExeText, "*.exe"}, {&FilterAllText, "*.*"}});
+    FilterArchives = Filter({{&FilterMpqText, "*.mpq"},
+                             {&FilterScmText, "*.scm;*.scx"},
+                             {&FilterW3mText, "*.w3m;*.w3x"},
+                             {&FilterW3nText, "*.w3n"},
+                             {&FilterExeText, "*.exe"},
+                             {&FilterAllMpqText, "*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n"},
+                             {&FilterAllText, "*.*"}});
+}
+
+std::span<const CatalogueEntry> Catalogue() { return kCatalogue; }
 
 MessageStrings &Texts()
 {
@@ -36,8 +224,57 @@ MessageStrings &Texts()
     return strings;
 }
 
+LanguageEvents &LanguageEvents::Instance()
+{
+    static LanguageEvents events;
+    return events;
+}
+
+void LoadLanguage(const QString &file)
+{
+    // One reading of the file answers every lookup; each lookup keeps the
+    // rule of a single read: absent gives the default, present gives its
+    // value, empty or not.
+    const IniDocument doc = IniDocument::Load(file);
+    MessageStrings &texts = Texts();
+    for (const CatalogueEntry &entry : kCatalogue)
+        texts.*entry.field = doc.Get(QLatin1String(entry.section), QLatin1String(entry.key),
+                                     QString::fromUtf8(entry.italian));
+    texts.BuildFilters();
+    emit LanguageEvents::Instance().Loaded();
+}
+
 QString ReplaceValue(const QString &text, const QString &value)
 {
     QString result = text;
     return result.replace(QStringLiteral("%v"), value);
+}
+
+QString LanguagesFolder(const QString &programFolder)
+{
+    const QString found = ProgramDataPath(programFolder, QStringLiteral("Languages"));
+    return found.isEmpty() ? QDir(programFolder).filePath(QStringLiteral("Languages")) : found;
+}
+
+QString LanguageFilePath(const QString &languagesFolder, const QString &name)
+{
+    return name.isEmpty() ? languagesFolder : QDir(languagesFolder).filePath(name);
+}
+
+LanguageList ListLanguages(const QString &languagesFolder, const QString &configuredName)
+{
+    LanguageList list;
+    list.items.append({QString::fromUtf8(kBuiltInLanguageName), QString()});
+    const QString found = ScanFiles(languagesFolder, QStringLiteral("*.lng"), kAttributeHidden | kAttributeSystem,
+                                    true, QStringLiteral("|"));
+    QStringList paths = found.split(u'|');
+    if (!paths.isEmpty()) paths.removeLast();  // the empty piece behind the last separator
+    for (const QString &path : std::as_const(paths)) {
+        const QString fileName = QFileInfo(path).fileName();
+        QString name = ReadIni(QStringLiteral("Language"), QStringLiteral("Name"), path, QString());
+        if (name.isEmpty()) name = fileName;
+        list.items.append({name, fileName});
+        if (fileName.toLower() == configuredName.toLower()) list.selected = list.items.size() - 1;
+    }
+    return list;
 }

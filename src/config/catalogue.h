@@ -1,114 +1,147 @@
-// The program's texts. Every text has its Italian default here; a language
-// file replaces them section by section.
+// The program's texts and the language files that translate them.
+//
+// Every text that a language file can change has its Italian default in the
+// catalogue (catalogue.cpp), a fixed table of section, key and text in the
+// order in which a language file is read. LoadLanguage reads every key of
+// the table from one file: a key that the file holds sets its text, even an
+// empty one; a key that it leaves out gives the Italian default. So the
+// program is complete without any language file, and a file that translates
+// only part of the texts leaves Italian everywhere else.
+//
+// The texts live in one MessageStrings record. Core routines read the
+// message strings from it when they need them; the windows take their
+// captions from it when they are made and again whenever a language has been
+// loaded, which LanguageEvents announces.
 #pragma once
 
+#include <QList>
+#include <QObject>
 #include <QString>
 
-struct MessageStrings {
-    // Menu
-    QString MenuFile = QStringLiteral("&File");
-    QString MenuNew = QStringLiteral("&Nuovo Archivio");
-    QString MenuOpen = QStringLiteral("&Apri Archivio...");
-    QString MenuClose = QStringLiteral("&Chiudi Archivio");
-    QString MenuRecents = QStringLiteral("File &Recenti");
-    QString MenuNoRecents = QStringLiteral("Nessun file recente");
-    QString MenuExit = QStringLiteral("&Esci");
-    QString MenuEdit = QStringLiteral("&Modifica");
-    QString MenuSelectAll = QStringLiteral("Seleziona &tutto");
-    QString MenuSelectNone = QStringLiteral("&Deseleziona tutto");
-    QString MenuInvert = QStringLiteral("Inverti selezione");
-    QString MenuFind = QStringLiteral("Trova...");
-    QString MenuFindNext = QStringLiteral("Trova successivo");
-    QString MenuView = QStringLiteral("&Visualizza");
-    QString MenuToolBar = QStringLiteral("&Barra strumenti");
-    QString MenuStatusBar = QStringLiteral("Barra di &stato");
-    QString MenuClassicStyle = QStringLiteral("Stile &classico");
-    QString MenuExplorerStyle = QStringLiteral("Stile &Esplora risorse");
-    QString MenuSort = QStringLiteral("D&isponi gli oggetti per...");
-    QString MenuName = QStringLiteral("&Nome");
-    QString MenuExt = QStringLiteral("&Estensione");
-    QString MenuSize = QStringLiteral("&Dimensione");
-    QString MenuCompressed = QStringLiteral("Dimensioni &compresse");
-    QString MenuRatio = QStringLiteral("&Percentuale");
-    QString MenuAttribute = QStringLiteral("&Attributi");
-    QString MenuRefresh = QStringLiteral("&Aggiorna");
-    QString MenuAction = QStringLiteral("&Azioni");
-    QString MenuAddFiles = QStringLiteral("&Aggiungi files...");
-    QString MenuAddDir = QStringLiteral("A&ggiungi cartella...");
-    QString MenuExtract = QStringLiteral("&Estrai...");
-    QString MenuRename = QStringLiteral("&Rinomina");
-    QString MenuDelete = QStringLiteral("&Cancella");
-    QString MenuTools = QStringLiteral("&Strumenti");
-    QString MenuMakeEXE = QStringLiteral("&Crea file eseguibile...");
-    QString MenuMPQEmbedder = QStringLiteral("&MPQ Embedder...");
-    QString MenuOptions = QStringLiteral("&Opzioni");
-    QString MenuConfiguration = QStringLiteral("&Configurazione...");
-    QString MenuAbout = QStringLiteral("&Informazioni su...");
-    QString MenuHomePage = QStringLiteral("Visita il sito di &Arcavera...");
-    QString MenuPopupOpen = QStringLiteral("Apri");
-    QString MenuPopupExtract = QStringLiteral("Estrai...");
-    QString MenuPopupRename = QStringLiteral("Rinomina");
-    QString MenuPopupDelete = QStringLiteral("Cancella");
-    QString MenuPopupInfoFile = QStringLiteral("Proprietà file...");
-    QString MenuPopupCreateDir = QStringLiteral("Crea cartella...");
-    // Column
-    QString ColumnName = QStringLiteral("Nome");
-    QString ColumnExt = QStringLiteral("Est.");
-    QString ColumnSize = QStringLiteral("Dimensione");
-    QString ColumnCompressed = QStringLiteral("Dim. Compresse");
-    QString ColumnRatio = QStringLiteral("Percentuale");
-    QString ColumnAttribute = QStringLiteral("Attributi");
-    // ToolBar
-    QString ToolBarNew = QStringLiteral("Nuovo");
-    QString ToolBarNewToolTip = QStringLiteral("Crea nuovo archivio MPQ...");
-    QString ToolBarOpen = QStringLiteral("Apri");
-    QString ToolBarOpenToolTip = QStringLiteral("Apri un archivio esistente...");
-    QString ToolBarInfoMPQ = QStringLiteral("Info MPQ");
-    QString ToolBarInfoMPQToolTip = QStringLiteral("Mostra le proprietà dell archivio...");
-    QString ToolBarAdd = QStringLiteral("Aggiungi");
-    QString ToolBarAddToolTip = QStringLiteral("Aggiungi file all'archivio...");
-    QString ToolBarExtract = QStringLiteral("Estrai");
-    QString ToolBarExtractToolTip = QStringLiteral("Estrai file dall'archivio...");
-    QString ToolBarDelete = QStringLiteral("Cancella");
-    QString ToolBarDeleteToolTip = QStringLiteral("Cancella file nell'archivio");
-    QString ToolBarView = QStringLiteral("Visualizza");
-    QString ToolBarViewToolTip = QStringLiteral("Visualizza file all'interno dell'archivio");
-    QString ToolBarInfoFile = QStringLiteral("Info File");
-    QString ToolBarInfoFileToolTip = QStringLiteral("Mostra le proprietà del file selezionato...");
-    QString ToolBarMakeEXE = QStringLiteral("Crea EXE");
-    QString ToolBarMakeEXEToolTip = QStringLiteral("Crea un file eseguibile con MPQDraft...");
-    QString ToolBarExit = QStringLiteral("Esci");
-    QString ToolBarExitToolTip = QStringLiteral("Esci da Arcavera");
-    // StatusBar
-    QString StatusBarDelete = QStringLiteral("Eliminazione file %v");
-    QString StatusBarExtract = QStringLiteral("Estrazione file %v");
-    QString StatusBarAdd = QStringLiteral("Aggiunta file %v");
-    QString StatusBarReady = QStringLiteral("Pronto");
-    QString StatusBarOpen = QStringLiteral("Apertura archivio MPQ - %v");
-    QString StatusBarReadList = QStringLiteral("Estrazione lista da %v");
-    QString StatusBarAdditionalList = QStringLiteral("Lettura lista esterna");
-    // Message
-    QString MessageDelete = QStringLiteral("Sei sicuro di volere eliminare i files?");
-    QString MessageRemoveFileList = QStringLiteral("Vuoi eliminare la lista?");
-    QString MessageCreateDir = QStringLiteral("Nuova cartella");
-    // MPQEmbedder: the verdicts of the embedder on the file it shows
-    QString EmbedderNoFile = QStringLiteral("Nessun file aperto.");
-    QString EmbedderOkMPQ = QStringLiteral("Il file selezionato contiene un archivio MPQ.");
-    QString EmbedderKoMPQ = QStringLiteral(
-        "Il file selezionato contiene un archivio MPQ, ma gli altri programmi potrebbero non leggerlo.");
-    QString EmbedderNoMPQ = QStringLiteral("Il file selezionato non contiene un archivio MPQ.");
-    QString EmbedderIsMPQ = QStringLiteral("Il file selezionato è un archivio MPQ.");
-    QString EmbedderNoEXE = QStringLiteral("Il file selezionato non è un file eseguibile.");
-    // Filter: description NUL pattern NUL ..., no NUL after the last pattern.
-    QString FilterMPQ;
-    QString FilterEXE;
-    QString FilterArchives;
+#include <span>
 
+struct MessageStrings {
+    // Language: a line about the translation, shown last in the credits.
+    QString LanguageAuthor;
+    // Menu
+    QString MenuFile, MenuNew, MenuOpen, MenuClose, MenuRecents, MenuNoRecents, MenuExit;
+    QString MenuEdit, MenuSelectAll, MenuSelectNone, MenuInvert, MenuFind, MenuFindNext;
+    QString MenuView, MenuToolBar, MenuStatusBar, MenuClassicStyle, MenuExplorerStyle, MenuSort;
+    QString MenuName, MenuExt, MenuSize, MenuCompressed, MenuRatio, MenuAttribute, MenuRefresh;
+    QString MenuAction, MenuAddFiles, MenuAddDir, MenuExtract, MenuRename, MenuDelete;
+    QString MenuTools, MenuMakeEXE, MenuMPQEmbedder, MenuOptions, MenuConfiguration, MenuAbout,
+        MenuHomePage;
+    QString MenuPopupOpen, MenuPopupExtract, MenuPopupRename, MenuPopupDelete, MenuPopupInfoFile,
+        MenuPopupCreateDir;
+    // Column
+    QString ColumnName, ColumnExt, ColumnSize, ColumnCompressed, ColumnRatio, ColumnAttribute;
+    // ToolBar: caption and tool tip of each button
+    QString ToolBarNew, ToolBarNewToolTip, ToolBarOpen, ToolBarOpenToolTip, ToolBarInfoMPQ,
+        ToolBarInfoMPQToolTip, ToolBarAdd, ToolBarAddToolTip, ToolBarExtract, ToolBarExtractToolTip,
+        ToolBarDelete, ToolBarDeleteToolTip, ToolBarView, ToolBarViewToolTip, ToolBarInfoFile,
+        ToolBarInfoFileToolTip, ToolBarMakeEXE, ToolBarMakeEXEToolTip, ToolBarExit, ToolBarExitToolTip;
+    // StatusBar; "%v" stands for the value the caller puts in
+    QString StatusBarDelete, StatusBarExtract, StatusBarAdd, StatusBarReady, StatusBarOpen,
+        StatusBarReadList, StatusBarAdditionalList;
+    // Message
+    QString MessageDelete, MessageRemoveFileList, MessageCreateDir;
+    // InfoMPQ: the archive's property dialog
+    QString InfoMPQProperty, InfoMPQCompression, InfoMPQPath, InfoMPQName, InfoMPQSize,
+        InfoMPQDecompress, InfoMPQNFiles, InfoMPQNFilesView, InfoMPQLast;
+    // InfoFile: a stored file's property dialog
+    QString InfoFileProperty, InfoFileCompression, InfoFileName, InfoFileType, InfoFileSize,
+        InfoFileCompress, InfoFileRatio, InfoFileAttribute, InfoFilePath;
+    // Configuration; "FileList" captions both the third tab and the label above the lists
+    QString ConfigConfiguration, ConfigGeneral, ConfigCompression, ConfigFileListTab, ConfigLanguage;
+    QString ConfigMaxFiles, ConfigEncrypt, ConfigAssociate, ConfigStandard, ConfigDefault, ConfigDeflate;
+    QString ConfigCustom, ConfigExtension, ConfigCompressionType, ConfigAudio, ConfigLowest, ConfigMedium,
+        ConfigHighest, ConfigAddExt, ConfigRemoveExt;
+    QString ConfigFileList, ConfigAddList, ConfigRemoveList, ConfigUseList, ConfigAutoDetectFile,
+        ConfigSelectLanguage, ConfigOk, ConfigCancel;
+    // Various: words of the credits
+    QString VariousVersion, VariousThisProgramUse;
+    // MPQEmbedder: the verdicts on the file shown, then the captions
+    QString EmbedderNoFile, EmbedderOkMPQ, EmbedderKoMPQ, EmbedderNoMPQ, EmbedderIsMPQ, EmbedderNoEXE;
+    QString EmbedderFileName, EmbedderInformation, EmbedderAdd, EmbedderExportEXE, EmbedderExportMPQ,
+        EmbedderClose;
+    // Filter: the descriptions of the file-dialog filters
+    QString FilterMpqText, FilterAllText, FilterExeText, FilterScmText, FilterW3mText, FilterW3nText,
+        FilterAllMpqText;
+    // The messages of failures, read after everything above: a file that
+    // could not be opened, read or written, an export onto its own source,
+    // and a new archive's name that is taken already. "%v" is the file.
+    QString EmbedderOpenFailed, EmbedderReadFailed, EmbedderWriteFailed, EmbedderSameFile;
+    QString MessageFileExists;
+
+    // The file-dialog filters built from the descriptions: description NUL
+    // pattern NUL ..., no NUL after the last pattern. The patterns are fixed.
+    QString FilterMPQ;       // mpq, all
+    QString FilterEXE;       // exe, all
+    QString FilterArchives;  // mpq, scm, w3m, w3n, exe, allmpq, all
+
+    // Every text at its Italian default.
     MessageStrings();
+    // Builds the three filters from the descriptions.
+    void BuildFilters();
 };
 
-// The strings in force.
+// One text of the catalogue: where a language file keeps it, where the
+// program keeps it, and its Italian default (UTF-8).
+struct CatalogueEntry {
+    const char *section;
+    const char *key;
+    QString MessageStrings::*field;
+    const char *italian;
+};
+
+// The catalogue in the order of its lookups: Language's Author, then the
+// sections Menu, Column, ToolBar, StatusBar, Message, InfoMPQ, InfoFile,
+// Configuration, Various, MPQEmbedder and Filter, then the failure messages.
+std::span<const CatalogueEntry> Catalogue();
+
+// The texts in force.
 MessageStrings &Texts();
+
+// Announces each LoadLanguage, so that the windows can take their captions
+// anew.
+class LanguageEvents : public QObject {
+    Q_OBJECT
+public:
+    static LanguageEvents &Instance();
+signals:
+    void Loaded();
+};
+
+// Reads every text of the catalogue from the language file `file` into
+// Texts(), then announces it. A file that is missing, unreadable or empty,
+// or a folder, gives every text its Italian default.
+void LoadLanguage(const QString &file);
 
 // `text` with every "%v" replaced by `value`, from the first character on.
 QString ReplaceValue(const QString &text, const QString &value);
+
+// The language files of the program.
+inline constexpr const char *kBuiltInLanguageName = "Italiano (default)";
+
+// The folder of the language files: "Languages" beside the program, else in
+// the installed data folder; the one beside the program when neither exists.
+QString LanguagesFolder(const QString &programFolder);
+// The file that a configured name stands for. An empty name gives the folder
+// itself, which holds no texts: the built-in Italian.
+QString LanguageFilePath(const QString &languagesFolder, const QString &name);
+
+// One item of the language list: the text shown and the file name it stands
+// for (empty for the built-in Italian).
+struct LanguageItem {
+    QString text;
+    QString tag;
+};
+struct LanguageList {
+    QList<LanguageItem> items;  // in the order they were found, the built-in one first
+    qsizetype selected = 0;     // the item of the configured name, else the first
+};
+// The built-in Italian, then every "*.lng" file in the folder and below it,
+// hidden ones too, each under its "Name" of section "Language", else its file
+// name. The configured name selects the item whose file name equals it
+// without regard to case; the last such item wins.
+LanguageList ListLanguages(const QString &languagesFolder, const QString &configuredName);

@@ -602,11 +602,11 @@ bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t /*unused*/)
     return ok;
 }
 
-bool SFMpqGetVersionString2(char *buffer, std::uint32_t length)
+std::uint32_t SFMpqGetVersionString2(char *buffer, std::uint32_t length)
 {
-    if (buffer == nullptr || length == 0) return false;
+    if (buffer == nullptr || length == 0) return 0;
     std::snprintf(buffer, length, "StormLib %s", STORMLIB_VERSION_STRING);
-    return true;
+    return static_cast<std::uint32_t>(std::strlen(buffer)) + 1;
 }
 
 }  // namespace mpq

@@ -112,7 +112,9 @@ bool MpqDeleteFile(MpqHandle update, const std::string &storedName);
 bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName);
 bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t unused);
 
-// The engine's name and version, cut to fit `length` bytes with the closing zero.
-bool SFMpqGetVersionString2(char *buffer, std::uint32_t length);
+// The engine's name and version, cut to fit `length` bytes with the closing
+// zero. Returns the length of what was written, the closing zero counted; 0
+// when nothing fits.
+std::uint32_t SFMpqGetVersionString2(char *buffer, std::uint32_t length);
 
 }  // namespace mpq

@@ -2,19 +2,29 @@
 
 #include <QLabel>
 
+#include "config/catalogue.h"
 #include "properties/file_properties.h"
 
 frmInfoFile::frmInfoFile(QWidget *parent) : frmProperties(parent)
 {
     setObjectName(QStringLiteral("frmInfoFile"));
-    setWindowTitle(QStringLiteral("Proprietà"));
-    lblName = AddLine(0, 0, QStringLiteral("Nome:"), "lblName", QStringLiteral("%NOME%"));
-    lblType = AddLine(1, 1, QStringLiteral("Tipo:"), "lblType", QStringLiteral("%TIPO%"));
-    lblSize = AddLine(2, 2, QStringLiteral("Dimensione:"), "lblSize", QStringLiteral("%DIMENSIONE%"));
-    lblCompress = AddLine(3, 3, QStringLiteral("Compresso:"), "lblCompress", QStringLiteral("%COMPRESSO%"));
-    lblRatio2 = AddLine(4, 4, QStringLiteral("Percentuale:"), "lblRatio2", QStringLiteral("%PERCENTUALE%"));
-    lblAttibutes = AddLine(5, 5, QStringLiteral("Attributi:"), "lblAttibutes", QStringLiteral("%ATTRIBUTI%"));
-    lblPath = AddLine(6, 6, QStringLiteral("Percorso:"), "lblPath", QStringLiteral("%PERCORSO%"));
+    lblName = AddLine(0, 0, "lblName", QStringLiteral("%NOME%"));
+    lblType = AddLine(1, 1, "lblType", QStringLiteral("%TIPO%"));
+    lblSize = AddLine(2, 2, "lblSize", QStringLiteral("%DIMENSIONE%"));
+    lblCompress = AddLine(3, 3, "lblCompress", QStringLiteral("%COMPRESSO%"));
+    lblRatio2 = AddLine(4, 4, "lblRatio2", QStringLiteral("%PERCENTUALE%"));
+    lblAttibutes = AddLine(5, 5, "lblAttibutes", QStringLiteral("%ATTRIBUTI%"));
+    lblPath = AddLine(6, 6, "lblPath", QStringLiteral("%PERCORSO%"));
+    connect(&LanguageEvents::Instance(), &LanguageEvents::Loaded, this, &frmInfoFile::ApplyTexts);
+    ApplyTexts();
+}
+
+void frmInfoFile::ApplyTexts()
+{
+    const MessageStrings &t = Texts();
+    SetCaptions(t.InfoFileProperty, t.InfoFileCompression,
+                {t.InfoFileName, t.InfoFileType, t.InfoFileSize, t.InfoFileCompress, t.InfoFileRatio,
+                 t.InfoFileAttribute, t.InfoFilePath});
 }
 
 void frmInfoFile::ShowRow(const ListRow &row)

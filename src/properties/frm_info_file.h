@@ -19,4 +19,7 @@ public:
     QLabel *lblRatio2 = nullptr;
     QLabel *lblAttibutes = nullptr;
     QLabel *lblPath = nullptr;
+
+private:
+    void ApplyTexts();
 };

@@ -2,20 +2,30 @@
 
 #include <QLabel>
 
+#include "config/catalogue.h"
 #include "listing/classic_listing.h"
 
 frmInfoMPQ::frmInfoMPQ(QWidget *parent) : frmProperties(parent)
 {
     setObjectName(QStringLiteral("frmInfoMPQ"));
-    setWindowTitle(QStringLiteral("Proprietà"));
-    lblPath = AddLine(0, 0, QStringLiteral("Percorso:"), "lblPath", QStringLiteral("%POSIZIONE%"));
-    lblName = AddLine(1, 1, QStringLiteral("Nome:"), "lblName", QStringLiteral("%NOME%"));
-    lblSize = AddLine(2, 2, QStringLiteral("Dimensione:"), "lblSize", QStringLiteral("%DIMENSIONE%"));
-    lblDecompress = AddLine(3, 3, QStringLiteral("Decompresso:"), "lblDecompress", QStringLiteral("%DECOMPRESSO%"));
-    lblNFiles = AddLine(4, 5, QStringLiteral("Files in archivio:"), "lblNFiles", QStringLiteral("%NUMEROFILES%"));
+    lblPath = AddLine(0, 0, "lblPath", QStringLiteral("%POSIZIONE%"));
+    lblName = AddLine(1, 1, "lblName", QStringLiteral("%NOME%"));
+    lblSize = AddLine(2, 2, "lblSize", QStringLiteral("%DIMENSIONE%"));
+    lblDecompress = AddLine(3, 3, "lblDecompress", QStringLiteral("%DECOMPRESSO%"));
+    lblNFiles = AddLine(4, 5, "lblNFiles", QStringLiteral("%NUMEROFILES%"));
     lblFilesView =
-        AddLine(5, 6, QStringLiteral("Files visualizzati:"), "lblFilesView", QStringLiteral("%FILESVISUALIZZATI%"));
-    lblLast = AddLine(6, 4, QStringLiteral("Ultima modifica:"), "lblLast", QStringLiteral("%ULTIMAMODIFICA%"));
+        AddLine(5, 6, "lblFilesView", QStringLiteral("%FILESVISUALIZZATI%"));
+    lblLast = AddLine(6, 4, "lblLast", QStringLiteral("%ULTIMAMODIFICA%"));
+    connect(&LanguageEvents::Instance(), &LanguageEvents::Loaded, this, &frmInfoMPQ::ApplyTexts);
+    ApplyTexts();
+}
+
+void frmInfoMPQ::ApplyTexts()
+{
+    const MessageStrings &t = Texts();
+    SetCaptions(t.InfoMPQProperty, t.InfoMPQCompression,
+                {t.InfoMPQPath, t.InfoMPQName, t.InfoMPQSize, t.InfoMPQDecompress, t.InfoMPQLast, t.InfoMPQNFiles,
+                 t.InfoMPQNFilesView});
 }
 
 void frmInfoMPQ::ShowArchive(const ArchiveProperties &p)

@@ -20,4 +20,7 @@ public:
     QLabel *lblNFiles = nullptr;
     QLabel *lblFilesView = nullptr;
     QLabel *lblLast = nullptr;
+
+private:
+    void ApplyTexts();
 };

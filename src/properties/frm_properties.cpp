@@ -51,7 +51,7 @@ frmProperties::frmProperties(QWidget *parent) : QDialog(parent)
     setModal(true);
     setFixedSize(X(kDialogWidth), Y(kDialogHeight));
 
-    lblCompression_ = BoldCentred(this, "lblCompression", QStringLiteral("Compressione"));
+    lblCompression_ = BoldCentred(this, "lblCompression", QString());
     lblCompression_->setGeometry(X(0), Y(240), X(kBarColumnWidth), Y(255));
     // The whole bar in the colour of an inactive title, the saved part in
     // the colour of a selection.
@@ -72,11 +72,10 @@ frmProperties::frmProperties(QWidget *parent) : QDialog(parent)
 int frmProperties::X(double twips) const { return TwipsToPixels(twips, logicalDpiX()); }
 int frmProperties::Y(double twips) const { return TwipsToPixels(twips, logicalDpiY()); }
 
-QLabel *frmProperties::AddLine(int line, int labelIndex, const QString &caption, const char *valueName,
-                               const QString &designCaption)
+QLabel *frmProperties::AddLine(int line, int labelIndex, const char *valueName, const QString &designCaption)
 {
     const double top = kLineTop + line * kLineStep;
-    auto *label = new QLabel(caption, this);
+    auto *label = new QLabel(this);
     label->setObjectName(QStringLiteral("lblLabel%1").arg(labelIndex));
     label->setGeometry(X(kLabelLeft), Y(top), X(kValueLeft - kLabelLeft - 60), Y(kLineHeight));
     labels_[static_cast<std::size_t>(labelIndex)] = label;
@@ -86,6 +85,16 @@ QLabel *frmProperties::AddLine(int line, int labelIndex, const QString &caption,
     value->setTextFormat(Qt::PlainText);
     value->setGeometry(X(kValueLeft), Y(top), X(kDialogWidth - kValueLeft - 120), Y(kLineHeight));
     return value;
+}
+
+void frmProperties::SetCaptions(const QString &title, const QString &compression,
+                                std::initializer_list<QString> labels)
+{
+    setWindowTitle(title);
+    lblCompression_->setText(compression);
+    std::size_t index = 0;
+    for (const QString &caption : labels)
+        if (index < labels_.size() && labels_[index]) labels_[index++]->setText(caption);
 }
 
 void frmProperties::SetSavingBar(double share)

@@ -6,6 +6,7 @@
 #include <QDialog>
 
 #include <array>
+#include <initializer_list>
 
 class QLabel;
 class QPushButton;
@@ -33,8 +34,10 @@ protected:
 
     // A static label and its value label on the `line`-th line from the top.
     // The value shows its design caption until it is first set.
-    QLabel *AddLine(int line, int labelIndex, const QString &caption, const char *valueName,
-                    const QString &designCaption);
+    QLabel *AddLine(int line, int labelIndex, const char *valueName, const QString &designCaption);
+    // The captions in the language in force: the title, the bar's caption and
+    // the static labels lblLabel(0), lblLabel(1), ... in their index order.
+    void SetCaptions(const QString &title, const QString &compression, std::initializer_list<QString> labels);
     // The saved part takes `share` of the bar, from its bottom up; a share
     // of 0 or less leaves the bar empty.
     void SetSavingBar(double share);

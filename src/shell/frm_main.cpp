@@ -22,7 +22,9 @@
 #include <QTreeView>
 #include <QUrl>
 
+#include "about/frm_credits.h"
 #include "config/catalogue.h"
+#include "config/frm_config.h"
 #include "editing/add_files.h"
 #include "editing/delete_rename.h"
 #include "editing/drag_drop.h"
@@ -102,6 +104,7 @@ frmMain::frmMain(StartupPaths paths, QWidget *parent) : QMainWindow(parent), pat
     BuildMenus();
     BuildToolBar();
     ApplyTexts();
+    connect(&LanguageEvents::Instance(), &LanguageEvents::Loaded, this, &frmMain::ApplyTexts);
 }
 
 frmMain::~frmMain() = default;
@@ -299,13 +302,13 @@ void frmMain::BuildMenus()
 
     QMenu *option = menu(bar, "mnuOption");
     bar->addMenu(option);
-    entry(option, "mnuConfig");
+    run(entry(option, "mnuConfig"), &frmMain::mnuConfig_Click);
 
     QMenu *info = menu(bar, "mnuInfo");
     bar->addMenu(info);
     run(entry(info, "mnuHomePage"), &frmMain::mnuHomePage_Click);
     separator(info, "mnusep9");
-    entry(info, "mnuAbout");
+    run(entry(info, "mnuAbout"), &frmMain::mnuAbout_Click);
 
     // The two popups stand outside the menu bar.
     mnuPopup_ = menu(this, "mnuPopup");
@@ -401,12 +404,9 @@ void frmMain::ApplyTexts()
     }
     menus_.value(QStringLiteral("mnuInfo"))->setTitle(QStringLiteral("&?"));
     // A recent entry in use keeps its path.
-    QAction *first = MenuEntry(QStringLiteral("mnuRecents1"));
-    if (!first->isEnabled()) {
-        for (int i = 1; i <= 4; ++i) {
-            QAction *entry = MenuEntry(QStringLiteral("mnuRecents%1").arg(i));
-            if (!entry->isEnabled()) entry->setText(t.MenuNoRecents);
-        }
+    for (int i = 1; i <= 4; ++i) {
+        QAction *entry = MenuEntry(QStringLiteral("mnuRecents%1").arg(i));
+        if (!entry->isEnabled()) entry->setText(t.MenuNoRecents);
     }
 
     const std::tuple<const char *, const QString *, const QString *> buttonTexts[] = {
@@ -566,13 +566,18 @@ void frmMain::Form_Load(const QString &commandLine)
     // files, bars, sort order, style.
     ApplyWindowSettings();
 
-    // The settings file comes into being on the first run, with the rules;
-    // the other settings are read from it.
+    // The settings file comes into being on the first run, with the rules.
+    // The configuration dialog, made now and kept, reads the settings into
+    // config_ and puts the configured language on screen.
     firstRun_ = SeedFirstRun(config_.IniPath);
-    LoadAppConfig(config_);
-    ApplyTexts();
-    // This is the first run's place for the configuration dialog on its
-    // language page: the rules are seeded and read, the window not shown yet.
+    config_dialog_ = new frmConfig(config_, paths_.programFolder,
+                                   QFileInfo(QCoreApplication::applicationFilePath()).fileName(), this);
+    // A first start asks for the language before the window shows.
+    if (firstRun_) {
+        config_dialog_->SelectTab(3);
+        config_dialog_->tabConfig_Click();
+        config_dialog_->exec();
+    }
 
     mnuClose_Click();
     session_.FileName = ResolveFromLaunchFolder(FileNameFromCommandLine(commandLine), paths_.launchFolder);
@@ -655,6 +660,14 @@ void frmMain::mnuExit_Click() { close(); }
 
 void frmMain::mnuHomePage_Click() { ShellOpen(QUrl(QString::fromLatin1(kHomePage))); }
 
+void frmMain::mnuConfig_Click() { config_dialog_->exec(); }
+
+void frmMain::mnuAbout_Click()
+{
+    frmCredits credits(this);
+    credits.exec();
+}
+
 // ---------------------------------------------------------------------------
 // The archive session
 
@@ -708,7 +721,7 @@ void frmMain::mnuNew_Click()
         path += QStringLiteral(".mpq");
         // The dialog asked about the name as typed, not about this one.
         if (IsFile(path) &&
-            ShowMessageBox(this, QStringLiteral("Il file %1 esiste già.\nVuoi sostituirlo?").arg(path), QString(),
+            ShowMessageBox(this, ReplaceValue(Texts().MessageFileExists, path), QString(),
                            MessageButton::Yes | MessageButton::No, MessageIcon::Exclamation,
                            MessageButton::No) != MessageButton::Yes)
             return;

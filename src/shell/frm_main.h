@@ -33,6 +33,7 @@ class QTreeWidgetItem;
 class ArchiveListModel;
 class ArchiveListView;
 class FolderTreeWidget;
+class frmConfig;
 class frmInfoFile;
 class frmInfoMPQ;
 class frmMPQEmbedder;
@@ -137,6 +138,9 @@ public:
     void lwMPQ_MouseUp(int button, int shift, QPoint position);
     void mnuExit_Click();
     void mnuHomePage_Click();
+    // The configuration dialog, modal; the credits.
+    void mnuConfig_Click();
+    void mnuAbout_Click();
 
     // StatusPanel and ProgressBar, over panel 1 and pbStatus; EventQueue over
     // the application's queue (repaints and timers, no input).
@@ -152,6 +156,8 @@ public:
     ArchiveListView *List() const { return lwMPQ_; }
     FolderTreeWidget *Tree() const { return tvMPQ_; }
     bool FirstRun() const { return firstRun_; }
+    // The configuration dialog, made at start-up and kept.
+    frmConfig *ConfigDialog() const { return config_dialog_; }
     // The dialogs, loaded at their first use and kept.
     frmInfoFile *InfoFileDialog();
     frmInfoMPQ *InfoMPQDialog();
@@ -220,6 +226,7 @@ private:
     QMenu *mnuExplorerPopup_ = nullptr;
     QActionGroup *styleGroup_ = nullptr;
     QActionGroup *arrangeGroup_ = nullptr;
+    frmConfig *config_dialog_ = nullptr;
     frmInfoFile *infoFile_ = nullptr;
     frmInfoMPQ *infoMPQ_ = nullptr;
     frmMPQEmbedder *embedder_ = nullptr;

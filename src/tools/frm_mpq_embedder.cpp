@@ -84,13 +84,13 @@ QString FailureText(const EmbedResult &result)
 {
     switch (result.status) {
     case EmbedStatus::OpenFailed:
-        return QStringLiteral("Impossibile aprire il file \"%1\".").arg(result.path);
+        return ReplaceValue(Texts().EmbedderOpenFailed, result.path);
     case EmbedStatus::ReadFailed:
-        return QStringLiteral("Impossibile leggere il file \"%1\".").arg(result.path);
+        return ReplaceValue(Texts().EmbedderReadFailed, result.path);
     case EmbedStatus::WriteFailed:
-        return QStringLiteral("Impossibile scrivere il file \"%1\".").arg(result.path);
+        return ReplaceValue(Texts().EmbedderWriteFailed, result.path);
     case EmbedStatus::SameFile:
-        return QStringLiteral("Il file \"%1\" è il file di partenza: scegline un altro.").arg(result.path);
+        return ReplaceValue(Texts().EmbedderSameFile, result.path);
     case EmbedStatus::NoEmbeddedArchive:
         return Texts().EmbedderNoMPQ;
     case EmbedStatus::Done:
@@ -100,10 +100,10 @@ QString FailureText(const EmbedResult &result)
     return QString();
 }
 
-QPushButton *MakeButton(QWidget *parent, const char *name, const QString &caption, int index)
+QPushButton *MakeButton(QWidget *parent, const char *name, int index)
 {
     constexpr int width = (kWidth - kLeft - kMargin - 3 * kGap) / 4;
-    auto *button = new QPushButton(caption, parent);
+    auto *button = new QPushButton(parent);
     button->setObjectName(QString::fromLatin1(name));
     button->setGeometry(kLeft + index * (width + kGap), kHeight - kMargin - kButtonHeight, width, kButtonHeight);
     button->setAutoDefault(false);
@@ -122,7 +122,7 @@ frmMPQEmbedder::frmMPQEmbedder(QWidget *parent) : QDialog(parent)
     Picture1->setObjectName(QStringLiteral("Picture1"));
     Picture1->setGeometry(0, 0, kPictureWidth, kHeight);
 
-    lblFile = new QLabel(QStringLiteral("Inserisci il nome del file:"), this);
+    lblFile = new QLabel(this);
     lblFile->setObjectName(QStringLiteral("lblFile"));
     lblFile->setGeometry(kLeft, kMargin, kWidth - kLeft - kMargin, 18);
 
@@ -137,7 +137,7 @@ frmMPQEmbedder::frmMPQEmbedder(QWidget *parent) : QDialog(parent)
     cmdBrowse->setGeometry(kWidth - kMargin - browseWidth, kMargin + 22, browseWidth, 24);
     cmdBrowse->setAutoDefault(false);
 
-    frmMessage = new QGroupBox(QStringLiteral("Informazioni"), this);
+    frmMessage = new QGroupBox(this);
     frmMessage->setObjectName(QStringLiteral("frmMessage"));
     const int frameTop = kMargin + 56;
     const int frameHeight = kHeight - kMargin - kButtonHeight - kGap - frameTop;
@@ -148,18 +148,33 @@ frmMPQEmbedder::frmMPQEmbedder(QWidget *parent) : QDialog(parent)
     lblMessage->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     lblMessage->setGeometry(10, 20, frmMessage->width() - 20, frameHeight - 26);
 
-    cmdAddMPQ = MakeButton(this, "cmdAddMPQ", QStringLiteral("Aggiungi MPQ..."), 0);
-    cmdSaveMPQ = MakeButton(this, "cmdSaveMPQ", QStringLiteral("Esporta MPQ..."), 1);
-    cmdSaveEXE = MakeButton(this, "cmdSaveEXE", QStringLiteral("Esporta EXE..."), 2);
-    cmdClose = MakeButton(this, "cmdClose", QStringLiteral("Chiudi"), 3);
+    cmdAddMPQ = MakeButton(this, "cmdAddMPQ", 0);
+    cmdSaveMPQ = MakeButton(this, "cmdSaveMPQ", 1);
+    cmdSaveEXE = MakeButton(this, "cmdSaveEXE", 2);
+    cmdClose = MakeButton(this, "cmdClose", 3);
 
     connect(cmdBrowse, &QPushButton::clicked, this, &frmMPQEmbedder::cmdBrowse_Click);
     connect(cmdAddMPQ, &QPushButton::clicked, this, &frmMPQEmbedder::cmdAddMPQ_Click);
     connect(cmdSaveMPQ, &QPushButton::clicked, this, &frmMPQEmbedder::cmdSaveMPQ_Click);
     connect(cmdSaveEXE, &QPushButton::clicked, this, &frmMPQEmbedder::cmdSaveEXE_Click);
     connect(cmdClose, &QPushButton::clicked, this, &frmMPQEmbedder::cmdClose_Click);
+    connect(&LanguageEvents::Instance(), &LanguageEvents::Loaded, this, &frmMPQEmbedder::ApplyTexts);
+    ApplyTexts();
 
     Form_Load();
+}
+
+// The captions, from the texts in force. The verdict on screen keeps its
+// language until the next one is shown.
+void frmMPQEmbedder::ApplyTexts()
+{
+    const MessageStrings &t = Texts();
+    lblFile->setText(t.EmbedderFileName);
+    frmMessage->setTitle(t.EmbedderInformation);
+    cmdAddMPQ->setText(t.EmbedderAdd);
+    cmdSaveEXE->setText(t.EmbedderExportEXE);
+    cmdSaveMPQ->setText(t.EmbedderExportMPQ);
+    cmdClose->setText(t.EmbedderClose);
 }
 
 void frmMPQEmbedder::Form_Load()

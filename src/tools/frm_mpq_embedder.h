@@ -40,6 +40,7 @@ public:
     void cmdClose_Click();
 
 private:
+    void ApplyTexts();
     void SetCommands(bool add, bool exports);
     void ShowVerdict(const QString &text);
     // A message box for a command that failed or was refused, if it says anything.

@@ -8,6 +8,9 @@
 #include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QPushButton>
+#include <QTabBar>
+#include <QTimer>
 #include <QToolBar>
 #include <QTreeView>
 #include <QTreeWidget>
@@ -16,6 +19,7 @@
 #include "config/app_config.h"
 #include "config/ini_file.h"
 #include "shell/archive_list_model.h"
+#include "config/frm_config.h"
 #include "shell/frm_main.h"
 #include "shell/startup.h"
 #include "support/archive_factory.h"
@@ -28,7 +32,9 @@ class TestFrmMain : public QObject {
     QTemporaryDir dir;
     QString archive;
 
-    StartupPaths Paths(const QString &tag) const
+    // With `settings`, the settings file that a first start leaves, so the
+    // window does not ask for the language.
+    StartupPaths Paths(const QString &tag, bool settings = true) const
     {
         StartupPaths paths;
         paths.programFolder = dir.filePath(tag + "/program");
@@ -37,6 +43,7 @@ class TestFrmMain : public QObject {
         paths.tempPath = dir.filePath(tag + "/scratch");
         QDir().mkpath(paths.programFolder);
         QDir().mkpath(paths.launchFolder);
+        if (settings) SeedFirstRun(paths.iniPath);
         return paths;
     }
 
@@ -173,14 +180,27 @@ void TestFrmMain::sortKeyOfTheSettingsOrdersTheList()
 
 void TestFrmMain::firstRunSeedsTheRulesOnce()
 {
-    StartupPaths paths = Paths("first");
+    StartupPaths paths = Paths("first", false);
     {
         frmMain window(paths);
+        // The configuration dialog comes first, on its language tab, before
+        // the window shows; Cancel keeps the seeded rules and no language.
+        bool asked = false;
+        QTimer::singleShot(0, &window, [&] {
+            frmConfig *dialog = window.ConfigDialog();
+            asked = dialog && dialog->isVisible() && !window.isVisible() &&
+                    dialog->findChild<QTabBar *>("tabConfig")->currentIndex() == 3 &&
+                    dialog->findChild<QWidget *>("picLanguage")->isVisible();
+            if (dialog) dialog->findChild<QPushButton *>("cmdCancel")->click();
+        });
         window.Form_Load({});
+        QVERIFY(asked);
         QVERIFY(window.FirstRun());
+        QVERIFY(!window.ConfigDialog()->isVisible());
         QCOMPARE(window.Config().ExtensionRules.size(), 8);
         QCOMPARE(window.Config().ExtensionRules[7].Extension, QStringLiteral(".wav"));
         QCOMPARE(window.Config().ExtensionRules[7].CompressionType, qint16(3));
+        QCOMPARE(ReadIni("Config", "Language", paths.iniPath, "absent"), QStringLiteral("absent"));
         window.Form_Unload();
     }
     WriteIni("Config", "ExtCount", "1", paths.iniPath);

@@ -3,6 +3,8 @@
 #include <QDir>
 #include <QTest>
 
+#include "config/app_config.h"
+
 namespace fixtures {
 
 StartupPaths WindowPaths(const QString &folder)
@@ -13,6 +15,7 @@ StartupPaths WindowPaths(const QString &folder)
     paths.iniPath = paths.programFolder + "/Arcavera.ini";
     paths.tempPath = folder + "/scratch";
     QDir().mkpath(paths.programFolder);
+    SeedFirstRun(paths.iniPath);
     return paths;
 }
 

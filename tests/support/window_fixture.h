@@ -12,7 +12,8 @@ namespace fixtures {
 
 // The folders of one window below `folder`: "program" (holding the settings
 // file), the launch folder itself, and "scratch". The program and launch
-// folders are made.
+// folders are made, and the settings file as a first start leaves it, so
+// that the window does not ask for the language again.
 StartupPaths WindowPaths(const QString &folder);
 
 // A window on `paths`, loaded with `commandLine`, shown at `size`; nullptr
