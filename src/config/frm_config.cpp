@@ -49,12 +49,14 @@ T *Make(QWidget *parent, const char *name, QRect geometry)
     return control;
 }
 
-void Paint(QWidget *control)
+// A panel fills itself with the colour; the controls on it take the colour
+// too and let the panel show through, so the whole page is one surface.
+void Paint(QWidget *control, bool fill)
 {
     QPalette palette = control->palette();
     palette.setColor(QPalette::Window, kPanelColour);
     control->setPalette(palette);
-    control->setAutoFillBackground(true);
+    control->setAutoFillBackground(fill);
 }
 
 template <std::size_t N>
@@ -149,7 +151,6 @@ void frmConfig::BuildControls()
     for (int i = 0; i < 3; ++i) {
         const QByteArray name = "optAudio" + QByteArray::number(i);
         optAudio[i] = Make<QRadioButton>(frmAudioComp, name.constData(), QRect(10, audioTop[i], 212, 26));
-        Paint(optAudio[i]);
         connect(optAudio[i], &QRadioButton::clicked, this, [this, i] { optAudio_Click(i); });
     }
     frmAudioComp->setVisible(false);
@@ -223,10 +224,11 @@ void frmConfig::ApplyTexts()
 
 void frmConfig::Form_Load()
 {
-    for (QWidget *control : {picGeneral, picCompression, picFileList, picLanguage}) Paint(control);
+    for (QWidget *control : {picGeneral, picCompression, picFileList, picLanguage}) Paint(control, true);
     for (QWidget *control : std::initializer_list<QWidget *>{frmDefault, frmCustom, frmAudioComp, chkEncrypt,
-                                                             chkAssociate, chkUse, chkAutoDetectFile})
-        Paint(control);
+                                                             chkAssociate, chkUse, chkAutoDetectFile, optAudio[0],
+                                                             optAudio[1], optAudio[2]})
+        Paint(control, false);
 
     // The settings file into AppConfig: rules, numbers, switches, list files.
     QStringList listPaths;
