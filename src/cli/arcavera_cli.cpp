@@ -535,6 +535,8 @@ int main(int argc, char *argv[])
     }
     const QString iniPath =
         options.iniPath.isEmpty() ? LocateIniPath(QCoreApplication::applicationDirPath()) : options.iniPath;
+    // Status lines speak the language the settings name, as the window does.
+    LoadLanguage(LanguageFilePath(LanguagesFolder(QCoreApplication::applicationDirPath()), ReadLanguage(iniPath)));
     const QString command = options.arguments.first();
     const QStringList rest = options.arguments.mid(1);
     if (options.hasFolder && command != QLatin1String("extract")) {

@@ -349,7 +349,8 @@ void frmConfig::optAudio_Click(int index)
 
 void frmConfig::cmdAdd_Click()
 {
-    QString extension = txtExtension->text();
+    // Blanks cannot stand in the settings file around an extension.
+    QString extension = txtExtension->text().trimmed();
     if (extension.isEmpty()) return;
     if (!extension.startsWith(u'.')) {
         extension.prepend(u'.');

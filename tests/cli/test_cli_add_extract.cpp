@@ -1,5 +1,6 @@
 // arcavera-cli add and extract, run as a build pipeline would run them.
 #include <QDir>
+#include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -115,22 +116,33 @@ private slots:
         QCOMPARE(run.out, QByteArray("Estrazione file units\\grunt è.mdx\n"));
     }
 
-    // --verbose: exactly one line per file, naming it; without it, silence.
+    // --verbose: exactly one line per file, naming it, in the language the
+    // settings name; without it, silence.
     void verbosePrintsALinePerFile_data()
     {
         QTest::addColumn<bool>("verbose");
-        QTest::newRow("verbose") << true;
-        QTest::newRow("quiet") << false;
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<QString>("adding");
+        QTest::addColumn<QString>("extracting");
+        QTest::newRow("verbose") << true << "" << "Aggiunta file " << "Estrazione file ";
+        QTest::newRow("verbose in English") << true << "English.lng" << "Adding file " << "Extracting file ";
+        QTest::newRow("quiet") << false << "" << "" << "";
     }
 
     void verbosePrintsALinePerFile()
     {
         QFETCH(bool, verbose);
+        QFETCH(QString, language);
+        QFETCH(QString, adding);
+        QFETCH(QString, extracting);
         const QString tag = QStringLiteral("verbose-") + QTest::currentDataTag();
         const QString archive = dir.filePath(tag + "/a.mpq");
         QDir().mkpath(dir.filePath(tag));
-        QStringList add{"--ini", ini, "add", archive, source + "/tree", source + "/solo.j"};
-        QStringList extract{"--ini", ini, "extract", archive, "--to", dir.filePath(tag + "/out")};
+        const QString settings = dir.filePath(tag + "/settings.ini");
+        QFile::copy(ini, settings);
+        if (!language.isEmpty()) WriteIni("Config", "Language", language, settings);
+        QStringList add{"--ini", settings, "add", archive, source + "/tree", source + "/solo.j"};
+        QStringList extract{"--ini", settings, "extract", archive, "--to", dir.filePath(tag + "/out")};
         if (verbose) {
             add << "-v";
             extract << "--verbose";
@@ -146,18 +158,17 @@ private slots:
         QStringList addLines = QString::fromUtf8(added.out).split('\n');
         QCOMPARE(addLines.takeLast(), QString());
         addLines.sort();
-        QCOMPARE(addLines, (QStringList{"Aggiunta file .hidden", "Aggiunta file readme.txt", "Aggiunta file solo.j",
-                                        "Aggiunta file sounds/hit.wav", "Aggiunta file units/grunt è.mdx"}));
+        QCOMPARE(addLines, (QStringList{adding + ".hidden", adding + "readme.txt", adding + "solo.j",
+                                        adding + "sounds/hit.wav", adding + "units/grunt è.mdx"}));
         QStringList extractLines = QString::fromUtf8(extracted.out).split('\n');
         QCOMPARE(extractLines.takeLast(), QString());
         extractLines.sort();
         // The internal list has no name of its own in the listing: it comes
         // out as an unknown, as every listed row does.
         QCOMPARE(extractLines.size(), 6);
-        QVERIFY(extractLines.takeLast().startsWith("Estrazione file ~unknowns\\"));
-        QCOMPARE(extractLines, (QStringList{"Estrazione file .hidden", "Estrazione file readme.txt",
-                                            "Estrazione file solo.j", "Estrazione file sounds\\hit.wav",
-                                            "Estrazione file units\\grunt è.mdx"}));
+        QVERIFY(extractLines.takeLast().startsWith(extracting + "~unknowns\\"));
+        QCOMPARE(extractLines, (QStringList{extracting + ".hidden", extracting + "readme.txt", extracting + "solo.j",
+                                            extracting + "sounds\\hit.wav", extracting + "units\\grunt è.mdx"}));
     }
 
     // A path that is missing is named, the others still go in; an archive

@@ -108,6 +108,9 @@ private slots:
                                                  << rules + QStringList{".WAV,0,0"} << "" << false;
         QTest::newRow("a comma is refused") << QStringList{"type .a,b", "add"} << entries << rules << ".a,b" << false;
         QTest::newRow("an empty box adds nothing") << QStringList{"add"} << entries << rules << "" << false;
+        QTest::newRow("blanks are dropped") << QStringList{"type  ogg ", "add"}
+                                            << QStringList{".bik", ".ogg", ".smk", ".wav"}
+                                            << rules + QStringList{".ogg,0,0"} << "" << false;
         QTest::newRow("the type of the rule selected last")
             << QStringList{"select .wav", "type ogg", "add"} << QStringList{".bik", ".ogg", ".smk", ".wav"}
             << rules + QStringList{".ogg,3,1"} << "" << true;
@@ -143,7 +146,7 @@ private slots:
                 combo->setCurrentIndex(argument.toInt());
                 f->dialog->cmbCompression_Click();
             } else if (step.startsWith("type ")) {
-                f->Control<QLineEdit>("txtExtension")->setText(argument);
+                f->Control<QLineEdit>("txtExtension")->setText(step.mid(5));
             } else if (step == "add") {
                 f->Control<QPushButton>("cmdAdd")->click();
             } else if (step.startsWith("select")) {
