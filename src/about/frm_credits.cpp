@@ -14,7 +14,7 @@
 #include "config/catalogue.h"
 #include "editing/helpers/dialogs_qt.h"
 #include "listing/mpq_library.h"
-#include "shell/frm_main.h"
+#include "shell/startup.h"
 #include "tools/archive_drum_widget.h"
 
 namespace {

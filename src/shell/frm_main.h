@@ -19,6 +19,7 @@
 #include "config/app_config.h"
 #include "listing/reporting.h"
 #include "shell/archive_session.h"
+#include "shell/startup.h"
 
 class QAction;
 class QActionGroup;
@@ -56,8 +57,6 @@ struct TwipsBox {
     float height = 0;
 };
 
-// The program's home page, opened by the Info menu.
-inline constexpr const char *kHomePage = "https://github.com/arcavera/arcavera";
 
 class frmMain : public QMainWindow, public StatusPanel, public ProgressBar, public EventQueue {
     Q_OBJECT

@@ -4,6 +4,9 @@
 #include <QString>
 #include <QStringList>
 
+// The program's home page: the Info menu opens it, the credits name it.
+inline constexpr const char *kHomePage = "https://github.com/arcavera/arcavera";
+
 // The archive named on the command line: a line that begins with a double
 // quote loses its first and its last character; otherwise the whole line is
 // the name. Blanks belong to the name.
