@@ -47,7 +47,8 @@ constexpr const char *kUsage =
     "                  Write the named stored files (all of them when no name is\n"
     "                  given) below FOLDER, which is made when missing. Names use\n"
     "                  \\ between folders, as the list prints them, and are taken\n"
-    "                  as UTF-8. Nothing is written outside FOLDER.\n"
+    "                  as UTF-8. Nothing is written outside FOLDER, nor through\n"
+    "                  a link below it.\n"
     "  delete ARCHIVE NAME... [--verbose]\n"
     "                  Delete the named stored files. A NAME that is not stored\n"
     "                  is named and the others are still deleted. The room of\n"
@@ -504,6 +505,10 @@ int ExtractCommand(const QStringList &arguments, const Options &options, const Q
     }
     for (const QByteArray &name : report.refused) {
         PrintError(QStringLiteral("%1: refused, it would be written outside %2").arg(DecodeBytes(name), folder));
+        status = 4;
+    }
+    for (const QByteArray &name : report.linked) {
+        PrintError(QStringLiteral("%1: refused, a link stands in its place below %2").arg(DecodeBytes(name), folder));
         status = 4;
     }
     if (report.diskFailure) {

@@ -113,7 +113,8 @@ QString ExtractForViewing(const QString &archivePath, const QByteArray &name, co
                           StatusPanel &status, EventQueue &events)
 {
     if (!EnsureScratchFolder(tempPath)) return {};
-    ExtractFiles(archivePath, {name}, tempPath, status, events);
-    const QString copy = DiskPathBelow(tempPath, DecodeBytes(name));
-    return IsFile(copy) ? copy : QString();
+    // Only the copy just written: whatever else lies at its place (a link
+    // among it) is not this file.
+    if (ExtractFiles(archivePath, {name}, tempPath, status, events).extracted != 1) return {};
+    return DiskPathBelow(tempPath, DecodeBytes(name));
 }

@@ -48,7 +48,7 @@ QStringList StageDragOut(const QString &archivePath, const QList<QByteArray> &na
 
 // Opening a stored file: extracts `name` into the scratch folder (made when
 // missing, its other content kept) and returns the disk path of the copy,
-// or the empty text when there is no file there afterwards (a name that
-// cannot be stored below the folder, a file the archive cannot give).
+// or the empty text when no copy was written (a name that cannot be stored
+// below the folder, a link in its place, a file the archive cannot give).
 QString ExtractForViewing(const QString &archivePath, const QByteArray &name, const QString &tempPath,
                           StatusPanel &status, EventQueue &events);

@@ -9,6 +9,9 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <utility>
+
+#include <QStringList>
 
 #include "config/catalogue.h"
 #include "editing/helpers/paths.h"
@@ -17,39 +20,125 @@
 
 namespace {
 
-// Makes the folders of `target` that lie below `base` (which ends in "/"),
-// from the top down; folders that exist are left alone. False, with the
-// failing level in `failed`, when a level cannot be made, such as when a
-// plain file stands in its place.
-bool MakeFoldersBelow(const QString &base, const QString &target, QString &failed)
-{
-    for (qsizetype slash = target.indexOf(QLatin1Char('/'), base.size()); slash >= 0;
-         slash = target.indexOf(QLatin1Char('/'), slash + 1)) {
-        const QString level = target.left(slash);
-        if (IsDirectory(level)) continue;
-        if (::mkdir(PathBytes(level).constData(), 0777) != 0) {
-            failed = level;
-            return false;
+// A file descriptor that closes itself.
+class Descriptor {
+public:
+    explicit Descriptor(int fd = -1) : fd_(fd) {}
+    Descriptor(Descriptor &&other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+    Descriptor &operator=(Descriptor &&other) noexcept
+    {
+        if (this != &other) {
+            if (fd_ >= 0) ::close(fd_);
+            fd_ = std::exchange(other.fd_, -1);
         }
+        return *this;
     }
-    return true;
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    ~Descriptor()
+    {
+        if (fd_ >= 0) ::close(fd_);
+    }
+    int get() const { return fd_; }
+    bool valid() const { return fd_ >= 0; }
+    // Closes now; false when the close failed (data that never reached the disk).
+    bool Close() { return ::close(std::exchange(fd_, -1)) == 0; }
+
+private:
+    int fd_;
+};
+
+// How a step on the disk below the chosen folder went.
+enum class Placed { Ready, Link, Failed };
+
+// Whether the entry `name` of the folder `dirfd` is a link, not followed.
+bool IsLinkAt(int dirfd, const QByteArray &name)
+{
+    struct stat st {};
+    return ::fstatat(dirfd, name.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(st.st_mode);
 }
 
-// Writes `size` bytes as the whole content of `path`, replacing any file of
-// that name. A short write (a full disk) is a failure like any other.
-bool WriteWholeFile(const QString &path, const char *data, std::size_t size)
+// Opens the folder `name` of the folder `dirfd`, making it when missing. A
+// link in its place is never followed, whether it points to a folder, to
+// anything else or nowhere.
+Placed OpenLevel(int dirfd, const QByteArray &name, Descriptor &level)
 {
-    const int fd = ::open(PathBytes(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) return false;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        level = Descriptor(::openat(dirfd, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+        if (level.valid()) return Placed::Ready;
+        if (errno != ENOENT) break;
+        // Made by someone else in between: the next opening looks at it.
+        if (::mkdirat(dirfd, name.constData(), 0777) != 0 && errno != EEXIST) return Placed::Failed;
+    }
+    return IsLinkAt(dirfd, name) ? Placed::Link : Placed::Failed;
+}
+
+// The folders below the chosen one, reached level by level without
+// following a link. The folder reached last stays open: the names of one
+// folder follow each other, and its levels are then walked once.
+class FolderWalk {
+public:
+    // `base` ends in "/".
+    explicit FolderWalk(const QString &base) : base_(base) {}
+
+    // Opens `levels` below the base, from the top down, making the missing
+    // ones; Ready with the last of them in Fd(). Else `failed` is the disk
+    // path of the level that is a link or could not be opened or made.
+    Placed Reach(const QStringList &levels, QString &failed)
+    {
+        if (current_.valid() && levels == reached_) return Placed::Ready;
+        current_ = Descriptor();
+        // The base is the user's choice and may be reached through links.
+        Descriptor level(::open(PathBytes(base_).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!level.valid()) {
+            failed = base_.size() > 1 ? base_.chopped(1) : base_;
+            return Placed::Failed;
+        }
+        QString path = base_;
+        for (const QString &name : levels) {
+            path += name;
+            Descriptor next;
+            const Placed placed = OpenLevel(level.get(), PathBytes(name), next);
+            if (placed != Placed::Ready) {
+                failed = path;
+                return placed;
+            }
+            level = std::move(next);
+            path += QLatin1Char('/');
+        }
+        current_ = std::move(level);
+        reached_ = levels;
+        return Placed::Ready;
+    }
+    int Fd() const { return current_.get(); }
+
+private:
+    const QString base_;
+    Descriptor current_;
+    QStringList reached_;
+};
+
+// Writes `size` bytes as the whole content of the file `name` of the folder
+// `dirfd`, replacing a file of that name. A link in its place is neither
+// followed nor replaced; a pipe or device there is no file to replace. A
+// short write (a full disk) is a failure like any other.
+Placed WriteWholeFileAt(int dirfd, const QByteArray &name, const char *data, std::size_t size)
+{
+    // Not blocking, so that a pipe without a reader cannot hold the batch up.
+    Descriptor fd(::openat(dirfd, name.constData(),
+                           O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666));
+    if (!fd.valid()) return IsLinkAt(dirfd, name) ? Placed::Link : Placed::Failed;
+    struct stat st {};
+    if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return Placed::Failed;
     std::size_t done = 0;
     while (done < size) {
-        const ssize_t wrote = ::write(fd, data + done, size - done);
+        const ssize_t wrote = ::write(fd.get(), data + done, size - done);
         if (wrote < 0 && errno == EINTR) continue;
         if (wrote <= 0) break;
         done += static_cast<std::size_t>(wrote);
     }
-    const bool closed = ::close(fd) == 0;
-    return done == size && closed;
+    const bool closed = fd.Close();
+    return done == size && closed ? Placed::Ready : Placed::Failed;
 }
 
 // The whole stored file in one buffer of exactly its size, or null when the
@@ -79,8 +168,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
     mpq::MpqHandle archive = nullptr;
     mpq::SFileOpenArchive(PathBytes(archivePath).toStdString(), 0, 0, &archive);
 
-    // Names of one folder follow each other: its levels are checked once.
-    QString madeFolder;
+    FolderWalk walk(base);
     for (const QByteArray &name : names) {
         const QString shown = DecodeBytes(name);
         status.SetStatusText(ReplaceValue(Texts().StatusBarExtract, shown));
@@ -98,26 +186,31 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         const std::int64_t size = opened ? mpq::SFileGetFileInfo(file, mpq::SFILE_INFO_SIZE) : -1;
         const std::unique_ptr<char[]> data =
             size >= 0 ? ReadWholeStoredFile(file, static_cast<std::uint32_t>(size)) : nullptr;
+        if (opened) mpq::SFileCloseFile(file);
         if (data == nullptr) {
             report.missing.append(name);
         } else {
+            QStringList levels = target.mid(base.size()).split(QLatin1Char('/'));
+            const QString leaf = levels.takeLast();
             QString failedPath = target;
-            const QString targetFolder = target.left(target.lastIndexOf(QLatin1Char('/')));
-            const bool foldersReady = targetFolder == madeFolder || MakeFoldersBelow(base, target, failedPath);
-            if (foldersReady) madeFolder = targetFolder;
-            if (!foldersReady ||
-                !WriteWholeFile(target, data.get(), static_cast<std::size_t>(size))) {
+            Placed placed = walk.Reach(levels, failedPath);
+            if (placed == Placed::Ready)
+                placed = WriteWholeFileAt(walk.Fd(), PathBytes(leaf), data.get(), static_cast<std::size_t>(size));
+            if (placed == Placed::Link) {
+                report.linked.append(name);
+                events.Yield();
+                continue;
+            }
+            if (placed == Placed::Failed) {
                 // The disk ends the batch. The status keeps this entry's text,
                 // so the user sees where it stopped.
                 report.diskFailure = true;
                 report.failedPath = failedPath;
-                if (opened) mpq::SFileCloseFile(file);
                 mpq::SFileCloseArchive(archive);
                 return report;
             }
             ++report.extracted;
         }
-        if (opened) mpq::SFileCloseFile(file);
         events.Yield();
     }
     status.SetStatusText(Texts().StatusBarReady);

@@ -213,6 +213,8 @@ private slots:
                                         << "unknown option --too";
         QTest::newRow("extract all with a climbing name") << QStringList{"extract", "@/good.mpq", "--to", "@/o4"}
                                                           << 4 << "outside";
+        QTest::newRow("extract through a link") << QStringList{"extract", "@/good.mpq", "a.txt", "--to", "@/o6"}
+                                                << 4 << "a.txt: refused, a link stands in its place";
         QTest::newRow("extract onto a file") << QStringList{"extract", "@/good.mpq", "--to", "@/text.mpq"} << 2
                                              << "cannot be made a folder";
     }
@@ -226,6 +228,7 @@ private slots:
         if (!QFileInfo::exists(folder + "/good.mpq")) {
             QVERIFY(MakeArchive(folder + "/good.mpq", {{"a.txt", "a"}, {"..\\up.txt", "up"}}, folder + "/scratch"));
             WriteFile(folder + "/text.mpq", "just some text\n");
+            QVERIFY(QDir().mkpath(folder + "/o6") && QFile::link(folder + "/text.mpq", folder + "/o6/a.txt"));
         }
         const QByteArray textBefore = ReadFile(folder + "/text.mpq");
         for (QString &argument : arguments) argument.replace('@', folder);

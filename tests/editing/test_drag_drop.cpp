@@ -295,6 +295,12 @@ void TestDragDrop::viewing()
     QCOMPARE(ExtractForViewing(archive, "gone\\x.txt", scratch, trace, trace), QString());
     QVERIFY(!QFileInfo::exists(scratch + "/gone"));
     QCOMPARE(Tree(scratch).size(), 4);
+
+    // A link in the copy's place is neither written through nor handed on.
+    WriteFile(Path("view-outside.txt"), "keep");
+    QVERIFY(QFile::remove(scratch + "/a.txt") && QFile::link(Path("view-outside.txt"), scratch + "/a.txt"));
+    QCOMPARE(ExtractForViewing(archive, "a.txt", scratch, trace, trace), QString());
+    QCOMPARE(ReadFile(Path("view-outside.txt")), QByteArray("keep"));
 }
 
 QTEST_GUILESS_MAIN(TestDragDrop)

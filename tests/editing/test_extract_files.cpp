@@ -1,5 +1,6 @@
 // Extracting stored files from real archives to the disk.
 #include <QDir>
+#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -25,6 +26,8 @@ private slots:
     void unopenedNamesAreSkipped();
     void namesThatClimbOut_data();
     void namesThatClimbOut();
+    void linksAreNeverFollowed_data();
+    void linksAreNeverFollowed();
     void diskFailureEndsTheBatch_data();
     void diskFailureEndsTheBatch();
     void unknownEntryByItsListedName();
@@ -125,6 +128,46 @@ void TestExtractFiles::namesThatClimbOut()
                                                     {"dest/inner/ok.txt", "ok"}}));
     QVERIFY(!QFileInfo::exists("/evil.txt"));
     QCOMPARE(trace.events.first(), "Estrazione file " + QString::fromLatin1(name));
+    QCOMPARE(trace.events.last(), QStringLiteral("Pronto"));
+}
+
+void TestExtractFiles::linksAreNeverFollowed_data()
+{
+    QTest::addColumn<QString>("linkAt");    // below the chosen folder; empty for none
+    QTest::addColumn<QString>("pointsTo");  // below a folder beside it
+    QTest::addColumn<QByteArray>("name");
+    QTest::newRow("link to a folder outside as a folder level") << "sub" << "dir" << QByteArray("sub\\x.txt");
+    QTest::newRow("link to a file outside as the file") << "f.txt" << "file.txt" << QByteArray("f.txt");
+    QTest::newRow("dangling link as the file") << "f.txt" << "gone" << QByteArray("f.txt");
+    QTest::newRow("dangling link as a folder level") << "sub" << "gone" << QByteArray("sub\\x.txt");
+    QTest::newRow("no link") << "" << "" << QByteArray("sub\\x.txt");
+}
+
+void TestExtractFiles::linksAreNeverFollowed()
+{
+    QFETCH(QString, linkAt);
+    QFETCH(QString, pointsTo);
+    QFETCH(QByteArray, name);
+    const QString base = Path("links-" + DataTagFileName());
+    const QString archive = Archive("links.mpq", {{"sub\\x.txt", "x"}, {"f.txt", "f"}, {"ok.txt", "ok"}});
+    WriteFile(base + "/outside/file.txt", "keep");
+    QDir().mkpath(base + "/outside/dir");
+    const QString out = base + "/out";
+    QDir().mkpath(out);
+    if (!linkAt.isEmpty()) QVERIFY(QFile::link(base + "/outside/" + pointsTo, out + "/" + linkAt));
+    const QMap<QString, QByteArray> outside = Tree(base + "/outside");
+
+    BatchTrace trace;
+    const ExtractReport report = ExtractFiles(archive, {name, "ok.txt"}, out, trace, trace);
+    const bool linked = !linkAt.isEmpty();
+    QCOMPARE(report.linked, linked ? QList<QByteArray>{name} : QList<QByteArray>{});
+    QCOMPARE(report.extracted, linked ? 1 : 2);
+    QVERIFY(!report.diskFailure && report.refused.isEmpty() && report.missing.isEmpty());
+    // Nothing went through the link, which stays; the rest of the batch goes on.
+    QCOMPARE(Tree(base + "/outside"), outside);
+    QCOMPARE(QFileInfo(out + "/" + linkAt).isSymLink(), linked);
+    QCOMPARE(ReadFile(out + "/ok.txt"), QByteArray("ok"));
+    if (!linked) QCOMPARE(ReadFile(out + "/sub/x.txt"), QByteArray("x"));
     QCOMPARE(trace.events.last(), QStringLiteral("Pronto"));
 }
 
