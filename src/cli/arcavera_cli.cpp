@@ -92,7 +92,8 @@ constexpr const char *kUsage =
     "\n"
     "Attributes: C compressed, E encrypted, X key adjusted to the position.\n"
     "Files that no list names are shown as ~unknowns\\...; names are printed as\n"
-    "UTF-8, with tabs and line breaks inside a name printed as '?'.\n"
+    "UTF-8, with control characters (tabs and line breaks among them) written\n"
+    "out as \\x and two hex digits, such as \\x1b for escape.\n"
     "\n"
     "Exit status:\n"
     "  0  done\n"
@@ -260,7 +261,8 @@ int InfoCommand(const QStringList &arguments, const QString &iniPath)
         {"modified", p.lastChange.toString(Qt::ISODate)},
         {"saving", saving ? QString::number(*saving * 100.0, 'f', 2) + QLatin1Char('%') : QStringLiteral("-")},
     };
-    for (const auto &[key, value] : lines) std::printf("%s\t%s\n", key, value.toUtf8().constData());
+    for (const auto &[key, value] : lines)
+        std::printf("%s\t%s\n", key, EscapeControls(value).toUtf8().constData());
     return 0;
 }
 
@@ -271,7 +273,7 @@ struct VerbosePanel : StatusPanel {
     void SetStatusText(const QString &text) override
     {
         if (!verbose || text == Texts().StatusBarReady) return;
-        std::fputs(text.toUtf8().constData(), stdout);
+        std::fputs(EscapeControls(text).toUtf8().constData(), stdout);
         std::fputc('\n', stdout);
     }
 };

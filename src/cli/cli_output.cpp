@@ -3,32 +3,29 @@
 #include <cstdio>
 #include <string>
 
+#include "listing/text_encoding.h"
+
 void PrintError(const QString &message)
 {
-    std::fprintf(stderr, "arcavera-cli: %s\n", message.toUtf8().constData());
+    std::fprintf(stderr, "arcavera-cli: %s\n", EscapeControls(message).toUtf8().constData());
 }
 
 namespace {
 
-// A column as UTF-8, with the characters that would break a line or a
-// column printed as "?".
+// A column as UTF-8, its control characters written out as EscapeControls
+// does, so that no name breaks a line or a column or acts on the terminal.
 template <typename Buffer>
 void AppendColumn(Buffer &out, const QString &text)
 {
     for (QChar c : text) {
         const char16_t u = c.unicode();
-        if (u >= 0x80) {  // rare: the whole text the slow way
-            QByteArray utf8 = text.toUtf8();
-            for (char &b : utf8)
-                if (b == '\t' || b == '\n' || b == '\r') b = '?';
+        if (u >= 0x7F || u < 0x20) {  // rare: the whole text the slow way
+            const QByteArray utf8 = EscapeControls(text).toUtf8();
             out.append(utf8.constData(), static_cast<std::size_t>(utf8.size()));
             return;
         }
     }
-    for (QChar c : text) {
-        const auto b = static_cast<char>(c.unicode());
-        out.push_back((b == '\t' || b == '\n' || b == '\r') ? '?' : b);
-    }
+    for (QChar c : text) out.push_back(static_cast<char>(c.unicode()));
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "listing/text_encoding.h"
 
 #include <QFile>
+
+#include <algorithm>
 #include <QStringDecoder>
 
 namespace {
@@ -32,7 +34,63 @@ bool IsAscii(const QByteArray &bytes)
     return true;
 }
 
+// C0 controls and DEL: what the window shows as marks.
+bool IsC0OrDel(char16_t u) { return u < 0x20 || u == 0x7F; }
+// Those and the C1 controls: what a terminal takes as commands.
+bool IsControl(char16_t u) { return IsC0OrDel(u) || (u >= 0x80 && u < 0xA0); }
+
+// The place of the first character that `test` picks, or the text's length.
+template <typename Test>
+qsizetype FirstOf(const QString &text, Test test)
+{
+    const auto found = std::find_if(text.cbegin(), text.cend(), [&](QChar c) { return test(c.unicode()); });
+    return found - text.cbegin();
+}
+
 }  // namespace
+
+QString EscapeControls(const QString &text)
+{
+    qsizetype i = FirstOf(text, IsControl);
+    if (i == text.size()) return text;
+    static const char kHex[] = "0123456789abcdef";
+    QString out = text.left(i);
+    out.reserve(text.size() + 8);
+    for (; i < text.size(); ++i) {
+        const char16_t u = text[i].unicode();
+        if (IsControl(u)) {
+            out += QLatin1String("\\x");
+            out += QLatin1Char(kHex[u >> 4]);
+            out += QLatin1Char(kHex[u & 0xF]);
+        } else {
+            out += text[i];
+        }
+    }
+    return out;
+}
+
+QString MarkControls(const QString &text)
+{
+    qsizetype i = FirstOf(text, IsC0OrDel);
+    if (i == text.size()) return text;
+    QString out = text;
+    for (; i < out.size(); ++i) {
+        const char16_t u = out[i].unicode();
+        if (IsC0OrDel(u)) out[i] = QChar(u == 0x7F ? char16_t(0x2421) : char16_t(0x2400 + u));
+    }
+    return out;
+}
+
+QString UnmarkEdit(const QString &original, const QString &edited)
+{
+    const QString shown = MarkControls(original);
+    const qsizetype limit = std::min(shown.size(), edited.size());
+    qsizetype head = 0;
+    while (head < limit && shown[head] == edited[head]) ++head;
+    qsizetype tail = 0;
+    while (tail < limit - head && shown[shown.size() - 1 - tail] == edited[edited.size() - 1 - tail]) ++tail;
+    return original.left(head) + edited.mid(head, edited.size() - head - tail) + original.right(tail);
+}
 
 QString DecodeBytes(const QByteArray &bytes)
 {

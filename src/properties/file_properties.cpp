@@ -18,9 +18,10 @@ FileProperties ReadFileProperties(const ListRow &row)
     const QString name = DecodeBytes(nul < 0 ? row.Tag : row.Tag.left(nul));
 
     FileProperties p;
-    p.name = GetFileName(name);
-    p.path = GetFolder(name);
-    p.type = GetFileTypeName(name);
+    // Shown with the control characters of the name as marks.
+    p.name = MarkControls(GetFileName(name));
+    p.path = MarkControls(GetFolder(name));
+    p.type = MarkControls(GetFileTypeName(name));
     p.size = row.columns[ListRow::Size];
     p.compressed = row.columns[ListRow::Compressed];
     p.ratio = row.columns[ListRow::Ratio];

@@ -22,5 +22,6 @@ struct FileProperties {
     double share = 0;    // the saved share, 1 - compressed / size; 0 for an empty file
 };
 
-// The values of a row. Its name is the row's Tag, cut before a NUL.
+// The values of a row. Its name is the row's Tag, cut before a NUL; name,
+// folder and type show its control characters as marks (MarkControls).
 FileProperties ReadFileProperties(const ListRow &row);

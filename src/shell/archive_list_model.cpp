@@ -4,6 +4,7 @@
 
 #include "config/catalogue.h"
 #include "listing/row_order.h"
+#include "listing/text_encoding.h"
 
 ArchiveListModel::ArchiveListModel(QObject *parent) : QAbstractTableModel(parent) {}
 
@@ -25,7 +26,9 @@ QVariant ArchiveListModel::data(const QModelIndex &index, int role) const
     case Qt::DisplayRole:
     case Qt::EditRole:
     case Qt::ToolTipRole:
-        return row.columns[static_cast<std::size_t>(index.column())];
+        // Control characters of a name show as their marks; the row keeps
+        // the name itself.
+        return MarkControls(row.columns[static_cast<std::size_t>(index.column())]);
     case Qt::TextAlignmentRole:
         if (index.column() >= ListRow::Size && index.column() <= ListRow::Ratio)
             return int(Qt::AlignRight | Qt::AlignVCenter);
@@ -63,7 +66,9 @@ Qt::ItemFlags ArchiveListModel::flags(const QModelIndex &index) const
 bool ArchiveListModel::setData(const QModelIndex &index, const QVariant &value, int role)
 {
     if (role != Qt::EditRole || !index.isValid() || index.row() >= rowCount()) return false;
-    emit LabelEdited(index.row(), Row(index.row()).Tag, value.toString());
+    // The marks the edit left alone stand for the controls of the name.
+    const ListRow &row = Row(index.row());
+    emit LabelEdited(index.row(), row.Tag, UnmarkEdit(row.text(), value.toString()));
     return false;
 }
 

@@ -18,8 +18,11 @@ public:
     int columnCount(const QModelIndex &parent = {}) const override;
     QVariant data(const QModelIndex &index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
-    // The name can be edited in place. An edit changes nothing by itself: it
-    // is announced by LabelEdited, and RenameRow carries it out.
+    // Texts show the control characters of names as marks (MarkControls).
+    // The name can be edited in place, marks included. An edit changes
+    // nothing by itself: it is announced by LabelEdited, with the marks it
+    // left alone turned back into the controls they show, and RenameRow
+    // carries it out.
     Qt::ItemFlags flags(const QModelIndex &index) const override;
     bool setData(const QModelIndex &index, const QVariant &value, int role) override;
 

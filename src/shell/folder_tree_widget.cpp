@@ -6,6 +6,7 @@
 #include <QMouseEvent>
 #include <QStyle>
 
+#include "listing/text_encoding.h"
 #include "shell/frm_main_icons.h"
 
 namespace {
@@ -33,7 +34,7 @@ FolderTreeWidget::FolderTreeWidget(QWidget *parent) : QTreeWidget(parent)
 
 void FolderTreeWidget::AddRootNode(const QString &key, const QString &text)
 {
-    auto *item = new QTreeWidgetItem(QStringList{text});
+    auto *item = new QTreeWidgetItem(QStringList{MarkControls(text)});
     item->setData(0, kKeyRole, key);
     item->setIcon(0, archiveIcon_);
     addTopLevelItem(item);
@@ -46,7 +47,7 @@ void FolderTreeWidget::AddFolderNode(const QString &parentKey, const QString &ke
 {
     QTreeWidgetItem *parent = parentKey.isEmpty() ? root_ : nodes_.value(parentKey);
     if (!parent || nodes_.contains(key)) return;
-    auto *item = new QTreeWidgetItem(parent, QStringList{text});
+    auto *item = new QTreeWidgetItem(parent, QStringList{MarkControls(text)});
     item->setData(0, kKeyRole, key);
     item->setIcon(0, folderIcon_);
     nodes_.insert(key, item);

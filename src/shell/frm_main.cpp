@@ -995,7 +995,8 @@ void frmMain::lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString)
         return;
     }
     const QString oldName = model_->Row(row).text();
-    const QString question = QStringLiteral("Vuoi rinominare il file \"%1\" in \"%2\"?").arg(oldName, newString);
+    const QString question = QStringLiteral("Vuoi rinominare il file \"%1\" in \"%2\"?")
+                                 .arg(MarkControls(oldName), MarkControls(newString));
     if (ShowMessageBox(this, question, QString(), MessageButton::Yes | MessageButton::No, MessageIcon::Question,
                        MessageButton::Yes) != MessageButton::Yes) {
         cancel = true;
@@ -1196,8 +1197,9 @@ void frmMain::mnuMakeEXE_Click()
 // ---------------------------------------------------------------------------
 // Reports
 
-void frmMain::SetStatusText(const QString &text)
+void frmMain::SetStatusText(const QString &status)
 {
+    const QString text = MarkControls(status);  // the names in it may hold controls
     if (panel1_->text() == text) return;
     panel1_->setText(text);
     // The listings do not yield: the panel shows each new text at once.

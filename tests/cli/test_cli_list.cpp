@@ -29,7 +29,8 @@ private slots:
     {
         archive = dir.filePath("map.w3x");
         QVERIFY(MakeArchive(archive, {{"war3map.j", TextData(2500)}, {"Units\\b.mdx", TextData(10)},
-                                      {"a\\tab\there.txt", "x"}, {"caf\xc3\xa9.txt", "utf"}},
+                                      {"a\\tab\there.txt", "x"}, {"caf\xc3\xa9.txt", "utf"},
+                                      {"esc\x1b[31m.txt", "esc"}},
                             dir.filePath("src")));
         ini = dir.filePath("cli.ini");
         WriteIni("Config", "AutoDetectFile", "1", ini);
@@ -51,16 +52,20 @@ private slots:
         SortRows(ports.rows, 0, 0);
         QStringList lines = QString::fromUtf8(run.out).split('\n');
         QCOMPARE(lines.takeLast(), QString());  // the output ends with a line end
-        QCOMPARE(lines.size(), 5);
-        QCOMPARE(lines[0], QStringLiteral("a\\tab?here.txt\ttxt\t1\t") + ports.rows[0].columns[3] + "\t" +
+        QCOMPARE(lines.size(), 6);
+        // Control characters of names are written out, never sent raw.
+        QVERIFY(!run.out.contains('\x1b'));
+        QVERIFY(run.out.contains("\nesc\\x1b[31m.txt\ttxt\t3\t"));
+        QCOMPARE(lines[0], QStringLiteral("a\\tab\\x09here.txt\ttxt\t1\t") + ports.rows[0].columns[3] + "\t" +
                                ports.rows[0].columns[4] + "\tC--");
         QVERIFY(lines.contains(QStringLiteral("war3map.j\tj\t2,500\t") + FormatSize(ports.row("war3map.j")->CompressedSize) +
                                "\t" + ports.row("war3map.j")->columns[4] + "\tC--"));
         QVERIFY(lines.contains(QString::fromUtf8("caf\xc3\xa9.txt\ttxt\t3\t") + ports.row(QString::fromUtf8("caf\xc3\xa9.txt"))->columns[3] +
                                "\t" + ports.row(QString::fromUtf8("caf\xc3\xa9.txt"))->columns[4] + "\tC--"));
         for (int i = 0; i < lines.size(); ++i)
-            QCOMPARE(lines[i].section('\t', 0, 0), QString(ports.rows[size_t(i)].text()).replace('\t', '?'));
-        QVERIFY(lines[4].startsWith("~unknowns\\"));
+            QCOMPARE(lines[i].section('\t', 0, 0),
+                     QString(ports.rows[size_t(i)].text()).replace('\t', "\\x09").replace('\x1b', "\\x1b"));
+        QVERIFY(lines.last().startsWith("~unknowns\\"));
     }
 
     void settingsSteerTheListing()

@@ -129,6 +129,7 @@ private slots:
     void renameAfterTheQuestion_data();
     void renameAfterTheQuestion();
     void renameByEditingTheLabel();
+    void controlCharactersShowAsMarks();
     void createFolderInTheTree_data();
     void createFolderInTheTree();
     void dropOnANewFolderStoresUnderItsKey();
@@ -331,6 +332,40 @@ void TestRowCommands::renameByEditingTheLabel()
     QTest::keyClick(editor, Qt::Key_Escape);
     QCoreApplication::processEvents();
     QCOMPARE(extract.asked.size(), 2);
+    window->Form_Unload();
+}
+
+// A name with an escape character shows it as its mark, in the list, the
+// editor, the question and the status bar; the row still reaches the stored
+// file, and an edit beside the mark keeps the escape.
+void TestRowCommands::controlCharactersShowAsMarks()
+{
+    const QString archive = dir.filePath("controls.mpq");
+    QVERIFY(MakeArchive(archive, {{"red\x1b[31m.txt", "esc"}}, dir.filePath("controls-src")));
+    auto window = Start(archive);
+    QVERIFY(window);
+    const QString name = QStringLiteral("red\x1b[31m.txt"), shown = QStringLiteral("red\u241b[31m.txt");
+    QCOMPARE(window->Model()->index(RowOf(*window, name), ListRow::Name).data().toString(), shown);
+    window->SetStatusText("Estrazione file " + name);
+    QCOMPARE(StatusText(*window), "Estrazione file " + shown);
+
+    ScriptedDialogs dialogs;
+    dialogs.answers = {{dir.filePath("controls-out")}};
+    dialogs.messageAnswers = {MessageButton::Yes};
+    QDir().mkpath(dir.filePath("controls-out"));
+    Select(*window, {name}, name);
+    window->mnuExtract_Click();
+    QCOMPARE(ReadFile(dir.filePath("controls-out/" + name)), QByteArray("esc"));
+
+    window->mnuRename_Click();
+    auto *editor = window->List()->findChild<QLineEdit *>();
+    QVERIFY(editor);
+    QCOMPARE(editor->text(), shown);
+    editor->setText(QStringLiteral("red\u241b[31m2.txt"));
+    QTest::keyClick(editor, Qt::Key_Return);
+    QTRY_COMPARE(dialogs.asked.size(), 2);
+    QCOMPARE(dialogs.asked.last().text, "Vuoi rinominare il file \"" + shown + "\" in \"red\u241b[31m2.txt\"?");
+    QCOMPARE(ReadStored(archive, "red\x1b[31m2.txt"), QByteArray("esc"));
     window->Form_Unload();
 }
 
