@@ -10,6 +10,7 @@
 // name, with or without an extension behind it, opens the slot's file again.
 #include "listing/mpq_library.h"
 
+#include "listing/mpq_guards.h"
 #include "listing/mpq_hash.h"
 
 #include <StormLib.h>
@@ -182,50 +183,6 @@ std::string EngineName(MpqHandle archive, const std::string &name)
     return buffer;
 }
 
-// StormLib 9.22 reads a sector offset table whose first entry says it is
-// longer than expected into a buffer cut to whole entries: a length that is
-// no multiple of four writes past the buffer. Damaged or protected archives
-// hold such tables, so a file whose table says so is not read at all.
-//
-// Likewise it reads a file stored whole and uncompressed into a buffer of
-// the file's size, however many stored bytes the block table claims, and
-// takes the size of a patch file from the file's own bytes.
-bool ReadIsSafe(Handle *archive, HANDLE file)
-{
-    const auto *hf = static_cast<const TMPQFile *>(file);
-    const TFileEntry *entry = hf->pFileEntry;
-    const TMPQArchive *ha = hf->ha;
-    if (entry == nullptr || ha == nullptr) return true;
-    // Patch files of incremental updates never occur in these games'
-    // archives; a damaged flag word that claims one sends StormLib to a
-    // size read from the data itself.
-    if (entry->dwFlags & MPQ_FILE_PATCH_FILE) return false;
-    if ((entry->dwFlags & MPQ_FILE_SINGLE_UNIT) && (entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 &&
-        (entry->dwCmpSize > entry->dwFileSize || entry->dwCmpSize > hf->dwDataSize))
-        return false;
-    if ((entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 || (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) ||
-        (entry->dwFlags & MPQ_FILE_PATCH_FILE) || entry->dwFileSize == 0 || ha->dwSectorSize == 0)
-        return true;
-    // An encrypted file whose key StormLib does not know yet gets its key from
-    // a table of the expected length, which never asks for the longer read.
-    if ((entry->dwFlags & MPQ_FILE_ENCRYPTED) && hf->dwFileKey == 0) return true;
-    const std::uint64_t sectors = (std::uint64_t{entry->dwFileSize} - 1) / ha->dwSectorSize + 1;
-    std::uint64_t expected = (sectors + 1) * 4;
-    if (entry->dwFlags & MPQ_FILE_SECTOR_CRC) expected += 4;
-    if (archive->fd < 0) archive->fd = ::open(archive->path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (archive->fd < 0) return false;
-    unsigned char raw[4];
-    if (::pread(archive->fd, raw, 4, static_cast<off_t>(hf->RawFilePos)) != 4) return true;  // StormLib fails the read itself
-    std::uint32_t first = std::uint32_t{raw[0]} | std::uint32_t{raw[1]} << 8 | std::uint32_t{raw[2]} << 16 |
-                          std::uint32_t{raw[3]} << 24;
-    if (entry->dwFlags & MPQ_FILE_ENCRYPTED) {
-        const std::uint32_t key = hf->dwFileKey - 1;
-        const std::uint32_t seed = 0xEEEEEEEE + CryptTable()[0x400 + (key & 0xFF)];
-        first ^= key + seed;
-    }
-    return first <= expected || first % 4 == 0;
-}
-
 // StormLib 9.22 takes the sector size from the header unchecked; a size
 // shifted out to zero divides by zero at the first read.
 bool IsUsableArchive(HANDLE storm)
@@ -312,7 +269,7 @@ bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::
 {
     if (archive == nullptr) return false;
     *archive = nullptr;
-    if (path.empty() || EmbeddedZero(path) || !IsRegularFile(path) || FirstHeaderIsMpk(path)) return false;
+    if (path.empty() || EmbeddedZero(path) || !IsRegularFile(path) || !guards::OpenIsSafe(path)) return false;
     HANDLE storm = nullptr;
     const DWORD openFlags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
     if (!::SFileOpenArchive(path.c_str(), 0, openFlags, &storm)) return false;
@@ -372,7 +329,8 @@ bool SFileOpenFileEx(MpqHandle archive, const std::string &storedName, std::uint
     const std::string engineName = EngineName(archive, storedName);
     HANDLE storm = nullptr;
     if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return false;
-    if (!ReadIsSafe(archive, storm)) {
+    if (archive->fd < 0) archive->fd = ::open(archive->path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (archive->fd < 0 || !guards::ReadIsSafe(archive->fd, storm)) {
         ::SFileCloseFile(storm);
         return false;
     }

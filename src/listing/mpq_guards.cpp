@@ -1,0 +1,368 @@
+// Guards against faults of StormLib 9.22. Debian builds the library with its
+// assertions on, so a check that fails inside it ends the whole program; a
+// damaged or hostile archive must instead list what can be listed, and a file
+// that cannot be read must count as unreadable. Each guard below names the
+// fault it keeps the engine away from.
+#include "listing/mpq_guards.h"
+
+#include "listing/mpq_hash.h"
+
+#include <StormLib.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+// StormLib's own sector buffer and sector table loaders and sector position,
+// exported by the library though not declared in its header. The guards
+// prepare a file the way its first read would, so they see exactly what that
+// read will use.
+DWORD AllocateSectorBuffer(TMPQFile *hf);
+DWORD AllocateSectorOffsets(TMPQFile *hf, bool bLoadFromFile);
+ULONGLONG CalculateRawSectorOffset(TMPQFile *hf, DWORD dwSectorOffset);
+
+namespace mpq::guards {
+
+namespace {
+
+constexpr std::uint32_t kUserDataId = 0x1B51504D;  // "MPQ\x1B"
+constexpr std::uint32_t kMpkId = 0x1A4B504D;       // "MPK\x1A"
+constexpr std::uint32_t kWarcraft3MapId = 0x57334D48;  // "HM3W"
+constexpr std::uint64_t kHeaderSearchEnd = 0x08000000;  // the engine looks no further
+constexpr std::size_t kHeaderBytes = MPQ_HEADER_SIZE_V4;
+
+std::uint32_t Le32(const unsigned char *p)
+{
+    return std::uint32_t{p[0]} | std::uint32_t{p[1]} << 8 | std::uint32_t{p[2]} << 16 | std::uint32_t{p[3]} << 24;
+}
+
+std::uint16_t Le16(const unsigned char *p) { return static_cast<std::uint16_t>(p[0] | p[1] << 8); }
+
+std::uint64_t Le64(const unsigned char *p) { return Le32(p) | std::uint64_t{Le32(p + 4)} << 32; }
+
+// Reads up to `size` bytes at `offset`; what lies past the end stays zero.
+// Returns the count read.
+std::size_t ReadAt(int fd, std::uint64_t offset, void *buffer, std::size_t size)
+{
+    if (size == 0) return 0;
+    std::memset(buffer, 0, size);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t got = ::pread(fd, static_cast<char *>(buffer) + done, size - done,
+                                    static_cast<off_t>(offset + done));
+        if (got <= 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
+}
+
+// Decrypts whole 32-bit words in place, as MPQ tables and file data are encrypted.
+void Decrypt(std::vector<std::uint32_t> &words, std::uint32_t key)
+{
+    const auto &table = CryptTable();
+    std::uint32_t seed = 0xEEEEEEEE;
+    for (std::uint32_t &word : words) {
+        seed += table[0x400 + (key & 0xFF)];
+        word ^= key + seed;
+        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
+        seed = word + seed + (seed << 5) + 3;
+    }
+}
+
+std::uint32_t DecryptFirstWord(std::uint32_t word, std::uint32_t key)
+{
+    return word ^ (key + 0xEEEEEEEE + CryptTable()[0x400 + (key & 0xFF)]);
+}
+
+// The archive header as the engine reads it.
+struct Header {
+    enum class Kind { None, Mpq, Mpk } kind = Kind::None;
+    std::uint64_t at = 0;  // its offset in the file
+    std::array<unsigned char, kHeaderBytes> bytes{};
+    bool warcraft3Map = false;  // the engine then takes every header as version 1
+};
+
+// Finds the header where StormLib finds it: the first "MPQ\x1A" (or "MPK\x1A")
+// at a multiple of 512 bytes within the first 128 MiB, or the header that an
+// "MPQ\x1B" user-data header there points at. Files that begin as a Warcraft
+// III map have their user-data headers ignored.
+Header FindHeader(int fd, std::uint64_t fileSize)
+{
+    Header header;
+    unsigned char first[16] = {};
+    if (ReadAt(fd, 0, first, sizeof first) < sizeof first) return header;
+    header.warcraft3Map = Le32(first) == kWarcraft3MapId && Le32(first + 4) == 0;
+    const std::uint64_t end = std::min(fileSize, kHeaderSearchEnd);
+    std::vector<unsigned char> chunk(1 << 16);
+    for (std::uint64_t base = 0; base < end; base += chunk.size()) {
+        const std::size_t got = ReadAt(fd, base, chunk.data(), chunk.size());
+        for (std::size_t at = 0; at < got && base + at < end; at += 512) {
+            std::uint64_t offset = base + at;
+            std::array<unsigned char, kHeaderBytes> bytes{};
+            std::memcpy(bytes.data(), chunk.data() + at, std::min(kHeaderBytes, chunk.size() - at));
+            if (at + kHeaderBytes > chunk.size()) ReadAt(fd, offset, bytes.data(), bytes.size());
+            std::uint32_t id = Le32(bytes.data());
+            if (id == kUserDataId && !header.warcraft3Map) {
+                const std::uint32_t userDataSize = Le32(&bytes[4]), headerOffset = Le32(&bytes[8]),
+                                    userDataHeader = Le32(&bytes[12]);
+                if (userDataHeader <= userDataSize && userDataSize <= headerOffset &&
+                    offset + headerOffset + MPQ_HEADER_SIZE_V1 < fileSize) {
+                    offset += headerOffset;
+                    ReadAt(fd, offset, bytes.data(), bytes.size());
+                    id = Le32(bytes.data());
+                }
+            }
+            if (id == ID_MPQ && Le32(&bytes[4]) >= MPQ_HEADER_SIZE_V1) {
+                header.kind = Header::Kind::Mpq;
+            } else if (id == kMpkId) {
+                header.kind = Header::Kind::Mpk;
+            } else {
+                continue;
+            }
+            header.at = offset;
+            header.bytes = bytes;
+            return header;
+        }
+        if (got < chunk.size()) break;
+    }
+    return header;
+}
+
+// The format version the engine gives a header. A version 2 header must be
+// exactly of its size, else it is read as version 1; a Warcraft III map's
+// header is always version 1, and so is one of a version the engine does not
+// know.
+int FormatVersion(const Header &header)
+{
+    if (header.warcraft3Map) return MPQ_FORMAT_VERSION_1;
+    switch (Le16(&header.bytes[12])) {
+    case MPQ_FORMAT_VERSION_2:
+        return Le32(&header.bytes[4]) == MPQ_HEADER_SIZE_V2 ? MPQ_FORMAT_VERSION_2 : MPQ_FORMAT_VERSION_1;
+    case MPQ_FORMAT_VERSION_3: return MPQ_FORMAT_VERSION_3;
+    case MPQ_FORMAT_VERSION_4: return MPQ_FORMAT_VERSION_4;
+    default: return MPQ_FORMAT_VERSION_1;
+    }
+}
+
+// StormLib 9.22 asserts, and so aborts, while it reads a version 2 header
+// whose tables do not lie in the order hash table, block table, high block
+// table, each at most as long as its entries need; it measures them from the
+// next table's position, or from the archive's end. This repeats the
+// engine's measure.
+bool Version2TablesInOrder(const Header &header, std::uint64_t fileSize)
+{
+    const unsigned char *h = header.bytes.data();
+    const std::uint32_t archiveSize = Le32(h + 8), blockPos = Le32(h + 20), blockEntries = Le32(h + 28);
+    const std::uint64_t hashAt = std::uint64_t{Le16(h + 40)} << 32 | Le32(h + 16);
+    const std::uint64_t blockAt = std::uint64_t{Le16(h + 42)} << 32 | blockPos;
+    const std::uint64_t highBlockAt = Le64(h + 32);
+    const std::uint64_t blockBytes = std::uint64_t{blockEntries} * 16;
+    if (blockAt < hashAt) return true;  // taken as damaged, not measured
+    auto archiveEnd = [&]() -> std::uint64_t {
+        if ((fileSize >> 32) == 0 && blockPos < archiveSize) {
+            if (std::uint64_t{archiveSize - blockPos} <= blockBytes) return archiveSize;
+            if (archiveSize <= static_cast<std::uint32_t>(fileSize - header.at)) return archiveSize;
+        }
+        return fileSize - header.at;
+    };
+    if (highBlockAt != 0)
+        return highBlockAt - blockAt <= blockBytes && archiveEnd() - highBlockAt == std::uint64_t{blockEntries} * 2;
+    return archiveEnd() - blockAt <= blockBytes;
+}
+
+// A table position (relative to the header) as a file offset. In version 1
+// offsets are 32-bit and wrap around.
+std::uint64_t TableOffset(const Header &header, int version, std::uint32_t low, std::uint16_t high)
+{
+    if (version == MPQ_FORMAT_VERSION_1) return static_cast<std::uint32_t>(header.at + low);
+    return header.at + (std::uint64_t{high} << 32 | low);
+}
+
+// The table's words as far as the file holds them, decrypted.
+std::vector<std::uint32_t> ReadTable(int fd, std::uint64_t fileSize, std::uint64_t offset, std::uint64_t bytes,
+                                     std::uint32_t key)
+{
+    if (offset >= fileSize) return {};
+    const std::uint64_t present = std::min(bytes, fileSize - offset) / 4;
+    std::vector<std::uint32_t> words(static_cast<std::size_t>(present));
+    const std::size_t got = ReadAt(fd, offset, words.data(), words.size() * 4);
+    words.resize(got / 4);
+    for (std::uint32_t &word : words) word = Le32(reinterpret_cast<const unsigned char *>(&word));
+    Decrypt(words, key);
+    return words;
+}
+
+}  // namespace
+
+bool OpenIsSafe(const std::string &path)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return true;  // StormLib fails the open itself
+    struct stat st {};
+    bool safe = ::fstat(fd, &st) == 0;
+    const auto fileSize = static_cast<std::uint64_t>(st.st_size);
+    const Header header = safe ? FindHeader(fd, fileSize) : Header{};
+
+    // StormLib 9.22 as Debian builds it asserts, and so aborts, on an MPK
+    // header whose size field is off.
+    if (header.kind == Header::Kind::Mpk) safe = false;
+
+    if (safe && header.kind == Header::Kind::Mpq) {
+        const int version = FormatVersion(header);
+        const unsigned char *h = header.bytes.data();
+        // StormLib 9.22 allocates, fills and decrypts the hash and block
+        // tables at the size the header claims (up to 2^28 entries of 16
+        // bytes), and a file table beside them, before it looks at what the
+        // file holds: a small file that claims huge tables costs gigabytes
+        // and tens of seconds. Tables of these versions are stored whole, so
+        // none can be larger than the file. A version 4 table may be
+        // compressed; it can then unpack to no more than a fixed multiple of
+        // what it takes in the file.
+        const std::uint64_t hashBytes = std::uint64_t{Le32(h + 24) & BLOCK_INDEX_MASK} * 16;
+        const std::uint64_t blockBytes = std::uint64_t{Le32(h + 28) & BLOCK_INDEX_MASK} * 16;
+        std::uint64_t hashLimit = fileSize, blockLimit = fileSize;
+        if (version == MPQ_FORMAT_VERSION_4) {
+            constexpr std::uint64_t kLargestUnpacking = 64;
+            hashLimit = std::min(fileSize, Le64(h + 68)) * kLargestUnpacking;
+            blockLimit = std::min(fileSize, Le64(h + 76)) * kLargestUnpacking;
+        }
+        if (hashBytes > hashLimit || blockBytes > blockLimit) safe = false;
+        if (version == MPQ_FORMAT_VERSION_2 && !Version2TablesInOrder(header, fileSize)) safe = false;
+
+        // StormLib 9.22 asserts, and so aborts, while it opens an archive
+        // whose "(signature)" hash entry points at a file-table entry without
+        // the flag that says a file exists there. The engine leaves an entry
+        // empty when its block is no file, lies past the block table, claims
+        // 2 GiB or more, or begins past the end of the file. Such entries are
+        // looked for in the whole hash table, whatever their locale.
+        if (safe) {
+            const std::uint64_t hashAt = TableOffset(header, version, Le32(h + 16), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 40) : 0);
+            const std::uint64_t blockAt = TableOffset(header, version, Le32(h + 20), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 42) : 0);
+            const std::vector<std::uint32_t> hashes = ReadTable(fd, fileSize, hashAt, hashBytes, MPQ_KEY_HASH_TABLE);
+            const std::uint64_t blockCount = blockBytes / 16;
+            const std::uint64_t fileTableSize = std::max(hashBytes / 16, blockCount);
+            static const std::uint32_t nameA = HashString(SIGNATURE_NAME, std::strlen(SIGNATURE_NAME), HashType::NameA);
+            static const std::uint32_t nameB = HashString(SIGNATURE_NAME, std::strlen(SIGNATURE_NAME), HashType::NameB);
+            std::vector<std::uint32_t> blocks;
+            bool blocksRead = false;
+            for (std::size_t i = 0; safe && i + 4 <= hashes.size(); i += 4) {
+                if (hashes[i] != nameA || hashes[i + 1] != nameB) continue;
+                const std::uint32_t index = hashes[i + 3] & BLOCK_INDEX_MASK;
+                if (index >= fileTableSize) continue;
+                if (!blocksRead) {
+                    blocks = ReadTable(fd, fileSize, blockAt, blockBytes, MPQ_KEY_BLOCK_TABLE);
+                    blocksRead = true;
+                }
+                const std::size_t at = std::size_t{index} * 4;
+                const bool present = index < blockCount && at + 4 <= blocks.size();
+                const std::uint32_t flags = present ? blocks[at + 3] : 0, fullSize = present ? blocks[at + 2] : 0;
+                const std::uint64_t begins = TableOffset(header, version, present ? blocks[at] : 0, 0);
+                if ((flags & MPQ_FILE_EXISTS) == 0 || (fullSize & 0x80000000u) != 0 || begins >= fileSize)
+                    safe = false;
+            }
+        }
+    }
+    ::close(fd);
+    return safe;
+}
+
+namespace {
+
+// StormLib 9.22 reads a sector offset table whose first entry says it is
+// longer than expected into a buffer cut to whole entries: a length that is
+// no multiple of four writes past the buffer. Damaged or protected archives
+// hold such tables, so a file whose table says so is not read at all.
+//
+// Likewise it reads a file stored whole and uncompressed into a buffer of
+// the file's size, however many stored bytes the block table claims, and
+// takes the size of a patch file from the file's own bytes.
+bool SectorTableFits(int fd, const TMPQFile *hf)
+{
+    const TFileEntry *entry = hf->pFileEntry;
+    const TMPQArchive *ha = hf->ha;
+    // Patch files of incremental updates never occur in these games'
+    // archives; a damaged flag word that claims one sends StormLib to a
+    // size read from the data itself.
+    if (entry->dwFlags & MPQ_FILE_PATCH_FILE) return false;
+    if ((entry->dwFlags & MPQ_FILE_SINGLE_UNIT) && (entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 &&
+        (entry->dwCmpSize > entry->dwFileSize || entry->dwCmpSize > hf->dwDataSize))
+        return false;
+    if ((entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 || (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) ||
+        entry->dwFileSize == 0 || ha->dwSectorSize == 0)
+        return true;
+    // An encrypted file whose key StormLib does not know yet gets its key from
+    // a table of the expected length, which never asks for the longer read.
+    if ((entry->dwFlags & MPQ_FILE_ENCRYPTED) && hf->dwFileKey == 0) return true;
+    const std::uint64_t sectors = (std::uint64_t{entry->dwFileSize} - 1) / ha->dwSectorSize + 1;
+    std::uint64_t expected = (sectors + 1) * 4;
+    if (entry->dwFlags & MPQ_FILE_SECTOR_CRC) expected += 4;
+    unsigned char raw[4];
+    if (ReadAt(fd, hf->RawFilePos, raw, 4) != 4) return true;  // StormLib fails the read itself
+    std::uint32_t first = Le32(raw);
+    if (entry->dwFlags & MPQ_FILE_ENCRYPTED) first = DecryptFirstWord(first, hf->dwFileKey - 1);
+    return first <= expected || first % 4 == 0;
+}
+
+// The first byte of a compressed block, decrypted as the engine decrypts it
+// (whole words only, so a block under four bytes stays as it is).
+int CompressionMask(int fd, std::uint64_t at, std::uint32_t length, bool encrypted, std::uint32_t key)
+{
+    unsigned char raw[4];
+    if (ReadAt(fd, at, raw, 4) == 0) return -1;
+    if (!encrypted || length < 4) return raw[0];
+    return static_cast<int>(DecryptFirstWord(Le32(raw), key) & 0xFF);
+}
+
+// StormLib 9.22 asserts, and so aborts, when a compressed block of a version
+// 1 archive names LZMA as its compression: that method only exists from
+// version 2 on. Every block the engine would unpack is looked at before the
+// first read; the sector table is loaded by the engine's own loader, which
+// the first read would otherwise call, so this check sees the key and the
+// sector positions that read will use.
+bool CompressionFitsTheVersion(int fd, TMPQFile *hf)
+{
+    const TFileEntry *entry = hf->pFileEntry;
+    const TMPQArchive *ha = hf->ha;
+    if ((entry->dwFlags & MPQ_FILE_COMPRESS) == 0 || ha->pHeader->wFormatVersion >= MPQ_FORMAT_VERSION_2 ||
+        hf->dwDataSize == 0)
+        return true;
+    const bool encrypted = (entry->dwFlags & MPQ_FILE_ENCRYPTED) != 0;
+    if (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) {
+        const std::uint32_t stored = entry->dwCmpSize;
+        if (stored == 0 || stored >= hf->dwDataSize) return true;  // nothing to unpack
+        return CompressionMask(fd, hf->RawFilePos, stored, encrypted, hf->dwFileKey) != MPQ_COMPRESSION_LZMA;
+    }
+    // The first read allocates the sector buffer, which sets the sector
+    // size that the table loader divides by, then loads the table.
+    if (hf->pbFileSector == nullptr && (AllocateSectorBuffer(hf) != ERROR_SUCCESS || hf->pbFileSector == nullptr))
+        return true;  // the read fails the same way
+    if (hf->SectorOffsets == nullptr && (AllocateSectorOffsets(hf, true) != ERROR_SUCCESS || hf->SectorOffsets == nullptr))
+        return true;
+    if (encrypted && hf->dwFileKey == 0) return false;  // the engine would guess the key from the data
+    const std::uint32_t sectorSize = ha->dwSectorSize;
+    for (std::uint32_t i = 0; i < hf->dwSectorCount; ++i) {
+        const std::uint32_t full = std::min<std::uint32_t>(sectorSize, hf->dwDataSize - i * sectorSize);
+        const std::uint32_t stored = hf->SectorOffsets[i + 1] - hf->SectorOffsets[i];
+        if (stored == 0 || stored >= full) continue;  // not unpacked
+        const std::uint64_t at = CalculateRawSectorOffset(hf, hf->SectorOffsets[i]);
+        if (CompressionMask(fd, at, stored, encrypted, hf->dwFileKey + i) == MPQ_COMPRESSION_LZMA) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+bool ReadIsSafe(int archiveFd, void *stormFile)
+{
+    auto *hf = static_cast<TMPQFile *>(stormFile);
+    if (hf == nullptr || hf->pFileEntry == nullptr || hf->ha == nullptr) return true;
+    return SectorTableFits(archiveFd, hf) && CompressionFitsTheVersion(archiveFd, hf);
+}
+
+}  // namespace mpq::guards

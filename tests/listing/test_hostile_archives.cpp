@@ -1,0 +1,133 @@
+// Archives made to meet faults of the engine: each one lists and reads in a
+// child process that must end normally, within 10 seconds and (outside the
+// sanitizer build) 1 GiB of address space.
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "config/app_config.h"
+#include "listing/classic_listing.h"
+#include "support/archive_factory.h"
+#include "support/recording_ports.h"
+
+using namespace fixtures;
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kBoundMemory = false;  // the sanitizer reserves terabytes of address space
+#else
+constexpr bool kBoundMemory = true;
+#endif
+
+// Lists the archive as the window does and reads every row; the number of
+// rows listed, or -1 for a process that did not end normally.
+int ListAndReadInChild(const QString &path)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (kBoundMemory) {
+            const rlimit limit{rlim_t{1} << 30, rlim_t{1} << 30};
+            ::setrlimit(RLIMIT_AS, &limit);
+        }
+        ::alarm(10);
+        AppConfig config;
+        RecordingPorts out;
+        auto ports = out.ports();
+        qint64 total = 0;
+        LoadArchiveClassic(path, config, ports, total);
+        for (const ListRow &row : out.rows) ReadStored(path, row.Tag.toStdString());
+        ::_exit(static_cast<int>(std::min<std::size_t>(out.rows.size(), 100)));
+    }
+    int status = 0;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+    return WEXITSTATUS(status);
+}
+
+QByteArray Word(quint32 value)
+{
+    QByteArray bytes(4, '\0');
+    for (int i = 0; i < 4; ++i) bytes[i] = char((value >> (8 * i)) & 0xFF);
+    return bytes;
+}
+
+// A file compressed in one sector whose compression byte is `mask`.
+HandFile CompressedWithMask(const QByteArray &name, char mask)
+{
+    QByteArray data = Word(8) + Word(8 + 24) + mask + QByteArray(23, 'x');
+    const auto stored = quint32(data.size());
+    data.resize(200, 'x');  // the full size: the sector unpacks to 200 bytes
+    HandFile file{name, data};
+    file.flags = 0x80000200u;  // exists, compressed
+    file.storedSizeOverride = stored;
+    return file;
+}
+
+}  // namespace
+
+class TestHostileArchives : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+
+private slots:
+    void listsWithinBounds_data()
+    {
+        QTest::addColumn<QByteArray>("archive");
+        QTest::addColumn<int>("rows");
+
+        const HandFile list{"(listfile)", "a.txt\r\nlzma.txt\r\n"};
+        const HandFile a{"a.txt", TextData(600)};
+        HandFile signature{"(signature)", QByteArray(72, 's')};
+        signature.flags = 0;  // the entry holds no file
+        QTest::newRow("signature entry without a file") << HandMadeArchive(8, {signature, a}) << 0;
+
+        // LZMA exists from format version 2 on; the file is listed but unreadable.
+        const HandFile lzma = CompressedWithMask("lzma.txt", '\x12');
+        QTest::newRow("LZMA in version 1, named") << HandMadeArchive(8, {list, a, lzma}) << 3;
+        // Nameless: the type detection reads its first bytes while listing.
+        QTest::newRow("LZMA in version 1, nameless") << HandMadeArchive(8, {a, lzma}) << 2;
+
+        // Tables far larger than the file: refused before the engine allocates
+        // them. The engine itself would list these after seconds and gigabytes
+        // for the largest size, or quickly for the smaller one.
+        QByteArray mapHeader = QByteArray("HM3W") + QByteArray(4, '\0');
+        mapHeader.resize(512, '\0');
+        QByteArray userData = "MPQ\x1B" + Word(16) + Word(512) + Word(16);
+        userData.resize(512, '\0');
+        const struct { const char *tag; QByteArray prefix; int field; quint32 size; } tables[] = {
+            {"hash table, largest", {}, 6, 0x0FFFFFFFu},
+            {"block table, largest", {}, 7, 0x0FFFFFFFu},
+            {"hash table behind a map header", mapHeader, 6, 0x00400000u},
+            {"block table behind user data", userData, 7, 0x00400000u},
+        };
+        for (const auto &table : tables) {
+            QByteArray bytes = HandMadeArchive(8, {list, a}, table.prefix);
+            bytes.replace(table.prefix.size() + table.field * 4, 4, Word(table.size));
+            QTest::newRow(table.tag) << bytes << 0;
+        }
+    }
+
+    void listsWithinBounds()
+    {
+        QFETCH(QByteArray, archive);
+        QFETCH(int, rows);
+        const QString path = WriteFile(dir.filePath(DataTagFileName() + ".mpq"), archive);
+        QCOMPARE(ListAndReadInChild(path), rows);
+    }
+
+    void lzmaFileIsUnreadableAndItsNeighbourReads()
+    {
+        const QString path = WriteFile(dir.filePath("lzma.mpq"),
+                                       HandMadeArchive(8, {{"a.txt", TextData(600)}, CompressedWithMask("lzma.txt", '\x12')}));
+        bool ok = true;
+        ReadStored(path, "lzma.txt", &ok);
+        QVERIFY(!ok);
+        QCOMPARE(ReadStored(path, "a.txt"), TextData(600));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestHostileArchives)
+#include "test_hostile_archives.moc"
