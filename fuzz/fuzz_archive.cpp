@@ -1,0 +1,80 @@
+// libFuzzer target: an archive made of the input goes through what opening
+// it in Arcavera does: the Classic listing (names from the internal list,
+// type detection of the nameless), then a read of every listed file, as an
+// extraction reads it. The engine opens paths, so the input is written to a
+// file of this process first.
+#include <unistd.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "config/app_config.h"
+#include "listing/classic_listing.h"
+#include "listing/mpq_library.h"
+
+namespace {
+
+struct SilentPorts : StatusPanel, ProgressBar, RowSink {
+    std::vector<ListRow> rows;
+    void SetStatusText(const QString &) override {}
+    void SetProgressMax(int) override {}
+    void SetProgressValue(int) override {}
+    void SetProgressVisible(bool) override {}
+    void SetSorted(bool) override {}
+    void AddRow(ListRow row) override { rows.push_back(std::move(row)); }
+    void ClearRows() override { rows.clear(); }
+};
+
+const std::string &ArchivePath()
+{
+    static const std::string path = [] {
+        const char *tmp = std::getenv("TMPDIR");
+        return std::string(tmp != nullptr && *tmp != '\0' ? tmp : "/tmp") + "/arcavera-fuzz-" +
+               std::to_string(::getpid()) + ".mpq";
+    }();
+    return path;
+}
+
+bool WriteInput(const std::uint8_t *data, std::size_t size)
+{
+    std::FILE *file = std::fopen(ArchivePath().c_str(), "wb");
+    if (file == nullptr) return false;
+    const bool written = size == 0 || std::fwrite(data, 1, size, file) == size;
+    return std::fclose(file) == 0 && written;
+}
+
+// Reads a stored file to its end in pieces, as far as the engine gives it.
+void ReadWhole(mpq::MpqHandle archive, const QByteArray &name)
+{
+    mpq::MpqHandle file = nullptr;
+    if (!mpq::SFileOpenFileEx(archive, name.toStdString(), 0, &file)) return;
+    static std::vector<char> buffer(1 << 16);
+    std::uint32_t read = 0;
+    while (mpq::SFileReadFile(file, buffer.data(), static_cast<std::uint32_t>(buffer.size()), &read, nullptr) &&
+           read == buffer.size()) {
+    }
+    mpq::SFileCloseFile(file);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
+{
+    if (!WriteInput(data, size)) return 0;
+    const QString path = QString::fromLocal8Bit(ArchivePath().c_str());
+    AppConfig config;  // the first start's settings: internal list, type detection on
+    SilentPorts ports;
+    ListingPorts listing{ports, ports, ports};
+    qint64 totalSize = 0;
+    LoadArchiveClassic(path, config, listing, totalSize);
+
+    mpq::MpqHandle archive = nullptr;
+    if (mpq::SFileOpenArchive(ArchivePath(), 0, 0, &archive)) {
+        for (const ListRow &row : ports.rows) ReadWhole(archive, row.Tag);
+        mpq::SFileCloseArchive(archive);
+    }
+    return 0;
+}

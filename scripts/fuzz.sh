@@ -1,0 +1,63 @@
+#!/usr/bin/env bash
+# Fuzzing of what opening an archive does (open, Classic listing with type
+# detection, a read of every listed file) with libFuzzer, built by clang with
+# AddressSanitizer and UndefinedBehaviorSanitizer into BUILD_DIR (default
+# build-fuzz/), where the corpus, the findings and the logs stay.
+#
+#   scripts/fuzz.sh build              build the target and make the seeds
+#   scripts/fuzz.sh smoke              about two minutes from the seeds, fixed
+#                                      seed; fails on any finding (CI runs it)
+#   scripts/fuzz.sh campaign [SECONDS] a long run (default 7200 s) of a copy of
+#                                      the target that goes on past findings;
+#                                      findings in BUILD_DIR/campaign/artifacts/
+#   scripts/fuzz.sh run INPUT...       runs the target once on each input
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build_dir=$(realpath -m "${BUILD_DIR:-build-fuzz}")
+mode=${1:-smoke}
+[ $# -gt 0 ] && shift
+
+bash scripts/install-deps.sh
+CC=clang CXX=clang++ cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+  -DARCAVERA_FUZZ=ON -DARCAVERA_TESTS=OFF >/dev/null
+cmake --build "$build_dir" --parallel "$(nproc)" --target arcavera-fuzz-archive arcavera-fuzz-seeds
+
+target=$build_dir/fuzz/arcavera-fuzz-archive
+seeds=$build_dir/seeds
+rm -rf "$seeds" && mkdir -p "$seeds"
+"$build_dir/fuzz/arcavera-fuzz-seeds" "$seeds"
+
+export ASAN_OPTIONS=${ASAN_OPTIONS:-allocator_may_return_null=1:detect_leaks=0}
+export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+common=(-timeout=10 -rss_limit_mb=2048 -max_len=131072 -print_final_stats=1)
+
+case "$mode" in
+build) ;;
+smoke)
+  # A fresh corpus each time, so that every run does the same work.
+  work=$build_dir/smoke
+  rm -rf "$work" && mkdir -p "$work/corpus" "$work/artifacts"
+  cp "$seeds"/* "$work/corpus/"
+  TMPDIR=$work "$target" "${common[@]}" -seed=1 -max_total_time="${FUZZ_SECONDS:-100}" \
+    -artifact_prefix="$work/artifacts/" "$work/corpus"
+  ;;
+campaign)
+  seconds=${1:-7200}
+  work=$build_dir/campaign
+  mkdir -p "$work/corpus" "$work/artifacts" "$work/tmp"
+  cp "$seeds"/* "$work/corpus/"
+  # A copy of its own, so that rebuilding meanwhile leaves the run alone.
+  cp "$target" "$work/arcavera-fuzz-archive"
+  cd "$work"
+  TMPDIR=$work/tmp exec ./arcavera-fuzz-archive "${common[@]}" -fork=1 -ignore_crashes=1 \
+    -ignore_timeouts=1 -ignore_ooms=1 -max_total_time="$seconds" -artifact_prefix="$work/artifacts/" \
+    "$work/corpus"
+  ;;
+run)
+  "$target" "${common[@]}" "$@"
+  ;;
+*)
+  echo "usage: $0 build | smoke | campaign [SECONDS] | run INPUT..." >&2
+  exit 1
+  ;;
+esac
