@@ -5,8 +5,9 @@
 # build-fuzz/), where the corpus, the findings and the logs stay.
 #
 #   scripts/fuzz.sh build              build the target and make the seeds
-#   scripts/fuzz.sh smoke              about two minutes from the seeds, fixed
-#                                      seed; fails on any finding (CI runs it)
+#   scripts/fuzz.sh smoke              a fixed number of runs from the seeds
+#                                      with a fixed seed, about two minutes;
+#                                      fails on any finding (CI runs it)
 #   scripts/fuzz.sh campaign [SECONDS] a long run (default 7200 s) of a copy of
 #                                      the target that goes on past findings;
 #                                      findings in BUILD_DIR/campaign/artifacts/
@@ -38,7 +39,7 @@ smoke)
   work=$build_dir/smoke
   rm -rf "$work" && mkdir -p "$work/corpus" "$work/artifacts"
   cp "$seeds"/* "$work/corpus/"
-  TMPDIR=$work "$target" "${common[@]}" -seed=1 -max_total_time="${FUZZ_SECONDS:-100}" \
+  TMPDIR=$work "$target" "${common[@]}" -seed=1 -runs="${FUZZ_RUNS:-30000}" -max_total_time=150 \
     -artifact_prefix="$work/artifacts/" "$work/corpus"
   ;;
 campaign)

@@ -356,13 +356,32 @@ bool CompressionFitsTheVersion(int fd, TMPQFile *hf)
     return true;
 }
 
+// StormLib 9.22 takes a file's size from the block table and reads into
+// buffers of that size (a file stored whole, and every caller that reads a
+// whole file, the internal list among them); sectors stored empty it fills
+// with zeros. A file of a few kilobytes can so claim gigabytes. Stored bytes
+// lie in the archive's file, and no compression of the engine unpacks a
+// sector to more than about a thousand times what it takes with its entry
+// of the sector table: a larger size than that cannot be read.
+bool SizeFitsTheStoredBytes(int fd, const TMPQFile *hf)
+{
+    constexpr std::uint64_t kLargestUnpacking = 1024;
+    struct stat st {};
+    if (::fstat(fd, &st) != 0) return false;
+    const auto fileSize = static_cast<std::uint64_t>(st.st_size);
+    const std::uint64_t room = hf->RawFilePos < fileSize ? fileSize - hf->RawFilePos : 0;
+    const bool compressed = (hf->pFileEntry->dwFlags & MPQ_FILE_COMPRESS_MASK) != 0;
+    return hf->dwDataSize <= (compressed ? room * kLargestUnpacking : room);
+}
+
 }  // namespace
 
 bool ReadIsSafe(int archiveFd, void *stormFile)
 {
     auto *hf = static_cast<TMPQFile *>(stormFile);
     if (hf == nullptr || hf->pFileEntry == nullptr || hf->ha == nullptr) return true;
-    return SectorTableFits(archiveFd, hf) && CompressionFitsTheVersion(archiveFd, hf);
+    return SizeFitsTheStoredBytes(archiveFd, hf) && SectorTableFits(archiveFd, hf) &&
+           CompressionFitsTheVersion(archiveFd, hf);
 }
 
 }  // namespace mpq::guards

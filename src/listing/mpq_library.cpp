@@ -184,11 +184,13 @@ std::string EngineName(MpqHandle archive, const std::string &name)
 }
 
 // StormLib 9.22 takes the sector size from the header unchecked; a size
-// shifted out to zero divides by zero at the first read.
+// shifted out to zero divides by zero at the first read, and a huge one is
+// allocated for every file read. Archives use sectors of a few kilobytes.
 bool IsUsableArchive(HANDLE storm)
 {
+    constexpr DWORD kLargestSector = 1u << 24;
     const auto *ha = static_cast<const TMPQArchive *>(storm);
-    return ha != nullptr && ha->dwSectorSize != 0;
+    return ha != nullptr && ha->dwSectorSize != 0 && ha->dwSectorSize <= kLargestSector;
 }
 
 // StormLib 9.22 as Debian builds it asserts, and so aborts, on an MPK header

@@ -90,6 +90,16 @@ private slots:
         // Nameless: the type detection reads its first bytes while listing.
         QTest::newRow("LZMA in version 1, nameless") << HandMadeArchive(8, {a, lzma}) << 2;
 
+        // A list file that claims 2 GiB of a few stored bytes: unreadable, so
+        // the files list without names.
+        const auto listSize = quint32(list.data.size());
+        QTest::newRow("list file claims gigabytes")
+            << WithBlockEntry(HandMadeArchive(8, {list, a}), 0, 0, 32, listSize, 0x7FFFFFF0u, 0x80000000u) << 2;
+        // Sectors of 2 GiB would be allocated for every file read.
+        QByteArray hugeSectors = HandMadeArchive(8, {list, a});
+        hugeSectors[14] = 22;
+        QTest::newRow("sectors of 2 GiB") << hugeSectors << 0;
+
         // Tables far larger than the file: refused before the engine allocates
         // them. The engine itself would list these after seconds and gigabytes
         // for the largest size, or quickly for the smaller one.

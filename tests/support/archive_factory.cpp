@@ -268,3 +268,34 @@ QMap<QString, QByteArray> Tree(const QString &folder)
 }
 
 }  // namespace fixtures
+
+namespace fixtures {
+
+QByteArray WithBlockEntry(QByteArray archive, int headerAt, int index, std::uint32_t position,
+                          std::uint32_t storedSize, std::uint32_t fullSize, std::uint32_t flags)
+{
+    const auto word = [&](qsizetype at) { return qFromLittleEndian<std::uint32_t>(archive.constData() + at); };
+    const qsizetype tableAt = headerAt + qsizetype{word(headerAt + 20)};
+    std::vector<std::uint32_t> blocks(word(headerAt + 28) * 4);
+    for (std::size_t i = 0; i < blocks.size(); ++i) blocks[i] = word(tableAt + qsizetype(i) * 4);
+    // Decrypting: the same walk as encrypting, with each plain word taken from the result.
+    const auto &table = mpq::CryptTable();
+    std::uint32_t key = 0xEC83B3A3, seed = 0xEEEEEEEE;
+    for (std::uint32_t &value : blocks) {
+        seed += table[0x400 + (key & 0xFF)];
+        value ^= key + seed;
+        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
+        seed = value + seed + (seed << 5) + 3;
+    }
+    const std::size_t at = std::size_t(index) * 4;
+    blocks[at] = position;
+    blocks[at + 1] = storedSize;
+    blocks[at + 2] = fullSize;
+    blocks[at + 3] = flags;
+    Encrypt(blocks, 0xEC83B3A3);
+    QByteArray table32;
+    AppendWords(table32, blocks);
+    return archive.replace(tableAt, table32.size(), table32);
+}
+
+}  // namespace fixtures

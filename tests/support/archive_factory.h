@@ -91,3 +91,12 @@ struct BatchTrace : StatusPanel, EventQueue {
 QMap<QString, QByteArray> Tree(const QString &folder);
 
 }  // namespace fixtures
+
+namespace fixtures {
+
+// A hand-made archive (header at `headerAt`) with block table entry `index`
+// written anew: position (relative to the header), stored and full size, flags.
+QByteArray WithBlockEntry(QByteArray archive, int headerAt, int index, std::uint32_t position,
+                          std::uint32_t storedSize, std::uint32_t fullSize, std::uint32_t flags);
+
+}  // namespace fixtures
