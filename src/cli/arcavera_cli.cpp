@@ -377,6 +377,11 @@ int AddCommand(const QStringList &arguments, const Options &options, const QStri
         if (group.names.isEmpty()) continue;  // an empty folder adds nothing
         const AddReport report = AddFiles(archive, group.names, group.folder, prefix, config, panel, events);
         if (!report.opened) return std::max(status, ReportArchiveNotOpened(archive, hadContent));
+        if (!report.written) {
+            PrintError(QStringLiteral("%1: the archive could not be written (is the disk full?); it is as it was")
+                           .arg(archive));
+            status = std::max(status, 4);
+        }
         const QString folder = group.folder.endsWith(QLatin1Char('/')) ? group.folder : group.folder + QLatin1Char('/');
         for (const QString &name : report.failed) {
             PrintError(QStringLiteral("%1: could not be added").arg(folder + name));
@@ -435,6 +440,9 @@ int DeleteCommand(const QStringList &arguments, const Options &options, const QS
     panel.verbose = options.verbose;
     const DeleteReport report = DeleteStoredFiles(archive, names, DefaultMaxFiles(iniPath), panel);
     if (!report.opened) return ReportArchiveNotOpened(archive, true);
+    if (!report.written)
+        PrintError(QStringLiteral("%1: the archive could not be written (is the disk full?); it is as it was")
+                       .arg(archive));
     for (const QByteArray &name : report.notDeleted)
         PrintError((IsStored(archive, name) ? QStringLiteral("%1: could not be deleted")
                                             : QStringLiteral("%1: not stored"))
@@ -460,6 +468,10 @@ int RenameCommand(const QStringList &arguments, const QString &iniPath)
     case RenameResult::NameInUse:
         PrintError(QStringLiteral("%1: a file of that name is stored already; nothing renamed").arg(arguments[2]));
         return 5;
+    case RenameResult::NotWritten:
+        PrintError(QStringLiteral("%1: the archive could not be written (is the disk full?); nothing renamed")
+                       .arg(archive));
+        return 4;
     case RenameResult::Refused:
         break;
     }

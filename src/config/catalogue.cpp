@@ -186,6 +186,8 @@ const CatalogueEntry kCatalogue[] = {
     {"MPQEmbedder", "SameFile", &M::EmbedderSameFile,
      "Il file \"%v\" è il file di partenza: scegline un altro."},
     {"Message", "FileExists", &M::MessageFileExists, "Il file %v esiste già. Vuoi sostituirlo?"},
+    {"StatusBar", "NotWritten", &M::StatusBarNotWritten,
+     "Impossibile scrivere l'archivio: è rimasto com'era."},
 };
 
 QString Filter(std::initializer_list<std::pair<const QString *, const char *>> pairs)

@@ -42,7 +42,8 @@ struct MessageStrings {
         ToolBarInfoFileToolTip, ToolBarMakeEXE, ToolBarMakeEXEToolTip, ToolBarExit, ToolBarExitToolTip;
     // StatusBar; "%v" stands for the value the caller puts in
     QString StatusBarDelete, StatusBarExtract, StatusBarAdd, StatusBarReady, StatusBarOpen,
-        StatusBarReadList, StatusBarAdditionalList;
+        StatusBarReadList, StatusBarAdditionalList,
+        StatusBarNotWritten;  // the archive could not be written and was left as it was
     // Message
     QString MessageDelete, MessageRemoveFileList, MessageCreateDir;
     // InfoMPQ: the archive's property dialog

@@ -80,6 +80,14 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
         }
         events.Yield();
     }
-    mpq::MpqCloseUpdatedArchive(update, 0);
+    // The batch goes in whole or not at all: when the archive cannot be
+    // written at its close, the engine puts it back as it was.
+    if (!mpq::MpqCloseUpdatedArchive(update, 0)) {
+        report.written = false;
+        report.added = 0;
+        report.failed.clear();
+        for (const QString &name : names)
+            if (!report.skipped.contains(name)) report.failed.append(name);
+    }
     return report;
 }

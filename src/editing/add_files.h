@@ -37,6 +37,8 @@ struct AddReport {
     int added = 0;             // files the engine took
     QStringList failed;        // batch entries the engine refused (missing, unreadable, ...)
     QStringList skipped;       // batch entries left out by a rule of an unknown type
+    bool written = true;       // false: the archive could not be written at the end (a full disk, ...)
+                               // and is as it was before; every entry of the batch is in `failed`
 };
 
 // Adds a batch to the archive at `archivePath`, opening it for update (or

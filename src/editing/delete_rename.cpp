@@ -19,8 +19,14 @@ DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArra
         else
             report.notDeleted.append(name);
     }
+    if (!mpq::MpqCloseUpdatedArchive(update, 0)) {
+        report.written = false;
+        report.deleted = 0;
+        report.notDeleted = names;
+        status.SetStatusText(Texts().StatusBarNotWritten);
+        return report;
+    }
     status.SetStatusText(Texts().StatusBarReady);
-    mpq::MpqCloseUpdatedArchive(update, 0);
     return report;
 }
 
@@ -36,6 +42,6 @@ RenameResult RenameStoredFile(const QString &archivePath, const QByteArray &oldN
         return RenameResult::NameInUse;
     }
     const bool renamed = mpq::MpqRenameFile(update, oldName.toStdString(), newName.toStdString());
-    mpq::MpqCloseUpdatedArchive(update, 0);
+    if (!mpq::MpqCloseUpdatedArchive(update, 0)) return RenameResult::NotWritten;
     return renamed ? RenameResult::Renamed : RenameResult::Refused;
 }

@@ -14,6 +14,8 @@ struct DeleteReport {
     bool opened = false;           // false: the archive could not be opened for update; nothing happened
     int deleted = 0;               // names the engine removed
     QList<QByteArray> notDeleted;  // names the engine refused (not stored, or the archive is read-only)
+    bool written = true;           // false: the archive could not be written at the end and is as it
+                                   // was before; every name is in `notDeleted`
 };
 
 // Deletes the stored files `names` (exact bytes) from the archive, opened for
@@ -29,6 +31,7 @@ enum class RenameResult {
     NameInUse,  // a file is stored under the new name already (the old name itself too): nothing changed
     Renamed,
     Refused,    // the engine refused (the old name is not stored, an empty new name, ...)
+    NotWritten, // the archive could not be written at the end and is as it was before
 };
 
 // Renames the stored file `oldName` to `newName`, both exact bytes, after

@@ -12,6 +12,7 @@
 
 #include "listing/mpq_guards.h"
 #include "listing/mpq_hash.h"
+#include "listing/mpq_journal.h"
 
 #include <StormLib.h>
 
@@ -23,10 +24,12 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
@@ -41,7 +44,13 @@ struct Handle {
     std::string path;           // an archive's path on disk
     int fd = -1;                // an archive's own descriptor, for the checks before a read
     bool keepsList = false;     // an update that keeps "(listfile)" current
+    std::unique_ptr<UpdateJournal> journal;  // an update's way back
+    bool tailMoved = false;     // a delete since the journal last kept the tail
 
+    Handle(Kind kind_, HANDLE storm_, Handle *archive_, std::string path_, int fd_, bool keepsList_ = false)
+        : kind(kind_), storm(storm_), archive(archive_), path(std::move(path_)), fd(fd_), keepsList(keepsList_)
+    {
+    }
     ~Handle()
     {
         if (fd >= 0) ::close(fd);
@@ -241,16 +250,12 @@ DWORD EngineFileFlags(std::uint32_t flags)
     return result;
 }
 
-// A full hash table grows instead of refusing the file.
-template <typename AddFn>
-bool AddGrowing(MpqHandle update, AddFn &&add)
+// A point where the tests stop the process as a crash would, named by the
+// environment variable ARCAVERA_FAULT; nothing stops without it.
+bool FaultPoint(const char *name)
 {
-    if (add()) return true;
-    if (GetLastError() != ERROR_DISK_FULL) return false;
-    const DWORD current = SFileGetMaxFileCount(update->storm);
-    const DWORD grown = std::max<DWORD>(current * 2, 16);
-    if (grown <= current || !SFileSetMaxFileCount(update->storm, grown)) return false;
-    return add();
+    const char *fault = std::getenv("ARCAVERA_FAULT");
+    return fault != nullptr && std::strcmp(fault, name) == 0;
 }
 
 bool FileSize(const std::string &path, long long &size)
@@ -271,7 +276,10 @@ bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::
 {
     if (archive == nullptr) return false;
     *archive = nullptr;
-    if (path.empty() || EmbeddedZero(path) || !IsRegularFile(path) || !guards::OpenIsSafe(path)) return false;
+    if (path.empty() || EmbeddedZero(path)) return false;
+    // An update that was cut off is undone before anyone reads the archive.
+    RecoverInterruptedUpdate(path);
+    if (!IsRegularFile(path) || !guards::OpenIsSafe(path)) return false;
     HANDLE storm = nullptr;
     const DWORD openFlags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
     if (!::SFileOpenArchive(path.c_str(), 0, openFlags, &storm)) return false;
@@ -434,10 +442,93 @@ bool SFileCloseArchive(MpqHandle archive)
 
 constexpr std::uint32_t kLargestHashTable = 1u << 20;
 
+namespace {
+
+// The names of the files the engine writes anew when an update closes.
+constexpr std::array<const char *, 3> kInternalFiles = {LISTFILE_NAME, ATTRIBUTES_NAME, SIGNATURE_NAME};
+
+bool IsInternalEntry(TMPQArchive *ha, const TFileEntry &entry, const std::array<std::uint64_t, 3> &keys)
+{
+    if (entry.szFileName != nullptr)
+        for (const char *name : kInternalFiles)
+            if (std::strcmp(entry.szFileName, name) == 0) return true;
+    if (ha->pHashTable == nullptr) return false;
+    // Unnamed entries: an internal file is the one its name's hash slot points at.
+    const auto index = static_cast<DWORD>(&entry - ha->pFileTable);
+    for (DWORD slot = 0; slot < ha->pHeader->dwHashTableSize; ++slot) {
+        const TMPQHash *hash = ha->pHashTable + slot;
+        if (MPQ_BLOCK_INDEX(hash) != index) continue;
+        const std::uint64_t key = (std::uint64_t{hash->dwName1} << 32) | hash->dwName2;
+        if (std::find(keys.begin(), keys.end(), key) != keys.end()) return true;
+    }
+    return false;
+}
+
+// Where in the file the engine may begin to write: past the end of the last
+// file it keeps. New data, its internal files and its tables all go there;
+// the internal files, rewritten at the close, do not count, and neither do
+// the old tables, which the engine never writes over in place.
+std::uint64_t TailStart(TMPQArchive *ha)
+{
+    std::array<std::uint64_t, 3> keys {};
+    for (std::size_t n = 0; n < kInternalFiles.size(); ++n)
+        keys[n] = NameKey(kInternalFiles[n], std::strlen(kInternalFiles[n]));
+    std::uint64_t end = ha->pHeader->dwHeaderSize;
+    const DWORD chunk = ha->pHeader->dwRawChunkSize;
+    for (DWORD n = 0; n < ha->dwFileTableSize; ++n) {
+        const TFileEntry &entry = ha->pFileTable[n];
+        if ((entry.dwFlags & MPQ_FILE_EXISTS) == 0 || entry.dwCmpSize == 0) continue;
+        std::uint64_t fileEnd = entry.ByteOffset + entry.dwCmpSize;
+        if (chunk != 0) fileEnd += (std::uint64_t{entry.dwCmpSize} - 1) / chunk * 16 + 16;  // MD5 per chunk
+        if (fileEnd > end && !IsInternalEntry(ha, entry, keys)) end = fileEnd;
+    }
+    return ha->MpqPos + end;
+}
+
+// Keeps in the journal what the engine's next writes may cover: the tail
+// from where the last kept file ends, once a delete may have moved it down.
+bool KeepTail(MpqHandle update)
+{
+    if (!update->tailMoved) return true;
+    if (!update->journal->KeepFrom(TailStart(Archive(update)))) return false;
+    update->tailMoved = false;
+    return true;
+}
+
+// Whether the engine's "disk full" means its tables are full: no room in
+// the file table or no free hash slot. Otherwise the disk itself is full, and a
+// larger table would only make things worse.
+bool TablesFull(TMPQArchive *ha)
+{
+    // The entries the engine keeps for its internal files count as taken.
+    if (ha->dwFileTableSize + ha->dwReservedFiles >= ha->dwMaxFileCount) return true;
+    if (ha->pHashTable == nullptr) return false;
+    for (DWORD slot = 0; slot < ha->pHeader->dwHashTableSize; ++slot)
+        if (ha->pHashTable[slot].dwBlockIndex >= HASH_ENTRY_DELETED) return false;
+    return true;
+}
+
+// A full hash table grows instead of refusing the file, up to the largest
+// table the engine handles.
+template <typename AddFn>
+bool AddGrowing(MpqHandle update, AddFn &&add)
+{
+    if (!KeepTail(update)) return false;
+    if (add()) return true;
+    if (GetLastError() != ERROR_DISK_FULL || !TablesFull(Archive(update))) return false;
+    const DWORD current = SFileGetMaxFileCount(update->storm);
+    const DWORD grown = std::min<DWORD>(std::max<DWORD>(current * 2, 16), kLargestHashTable);
+    if (grown <= current || !SFileSetMaxFileCount(update->storm, grown)) return false;
+    return add();
+}
+
+}  // namespace
+
 MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
                                   std::uint32_t maximumFiles)
 {
     if (path.empty() || EmbeddedZero(path)) return nullptr;
+    RecoverInterruptedUpdate(path);
     long long size = -1;
     const bool exists = FileSize(path, size);
     struct stat st {};
@@ -447,14 +538,20 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
     const bool openAlways = (flags & MOAU_OPEN_ALWAYS) != 0;
     const bool createAlways = (flags & MOAU_CREATE_ALWAYS) != 0;
     HANDLE storm = nullptr;
+    std::unique_ptr<UpdateJournal> journal;
 
     if ((openExisting || openAlways) && exists && size > 0) {
         if (FirstHeaderIsMpk(path) || !::SFileOpenArchive(path.c_str(), 0, 0, &storm)) return nullptr;
-        if (!IsUsableArchive(storm)) {
+        TMPQArchive *ha = static_cast<TMPQArchive *>(storm);
+        // Nothing is written before the journal keeps what the update may
+        // cover: the header (and the user data before it), and the tail.
+        if (!IsUsableArchive(storm) || !(journal = UpdateJournal::Begin(path)) ||
+            !journal->Keep(ha->MpqPos, std::max<std::uint64_t>(ha->pHeader->dwHeaderSize, MPQ_HEADER_SIZE_V4)) ||
+            (ha->pUserData != nullptr && !journal->Keep(ha->UserDataPos, ha->MpqPos - ha->UserDataPos)) ||
+            !journal->KeepFrom(TailStart(ha))) {
             ::SFileCloseArchive(storm);
             return nullptr;
         }
-        TMPQArchive *ha = static_cast<TMPQArchive *>(storm);
         if ((flags & MOAU_MAINTAIN_LISTFILE) && ha->dwFileFlags1 == 0) {
             // The archive had no "(listfile)": have StormLib write one on close.
             ha->dwFileFlags1 = MPQ_FILE_EXISTS;
@@ -465,6 +562,8 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
         if (openExisting) return nullptr;
         // Never write over an archive or any other data unless told to.
         if (exists && size > 0 && !createAlways) return nullptr;
+        journal = UpdateJournal::Begin(path);
+        if (!journal) return nullptr;
         if (exists && ::unlink(path.c_str()) != 0) return nullptr;
         DWORD createFlags = MPQ_CREATE_ARCHIVE_V1;
         if (flags & MOAU_MAINTAIN_LISTFILE) createFlags |= MPQ_CREATE_LISTFILE;
@@ -478,7 +577,9 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
         const DWORD engineMaximum = wanted > reserved + 1 ? wanted - reserved : 1;
         if (!::SFileCreateArchive(path.c_str(), createFlags, engineMaximum, &storm)) return nullptr;
     }
-    return new Handle{Handle::Kind::Update, storm, nullptr, path, -1, (flags & MOAU_MAINTAIN_LISTFILE) != 0};
+    auto *update = new Handle{Handle::Kind::Update, storm, nullptr, path, -1, (flags & MOAU_MAINTAIN_LISTFILE) != 0};
+    update->journal = std::move(journal);
+    return update;
 }
 
 bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
@@ -541,7 +642,10 @@ bool MpqDeleteFile(MpqHandle update, const std::string &storedName)
     if (storedName.empty() || EmbeddedZero(storedName)) return false;
     const std::string engineName = EngineName(update, storedName);
     if (IsKeptList(update, engineName)) return false;
-    return ::SFileRemoveFile(update->storm, engineName.c_str(), 0);
+    // The room the file took may be where the next write goes.
+    if (!::SFileRemoveFile(update->storm, engineName.c_str(), 0)) return false;
+    update->tailMoved = true;
+    return true;
 }
 
 bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName)
@@ -551,15 +655,34 @@ bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::stri
         return false;
     const std::string engineName = EngineName(update, oldName);
     if (IsKeptList(update, engineName)) return false;
+    // An encrypted file is encrypted anew for its new name, where it lies.
+    const TFileEntry *entry = EntryOf(update->storm, engineName.c_str());
+    if (entry != nullptr && (entry->dwFlags & MPQ_FILE_ENCRYPTED) &&
+        !update->journal->Keep(Archive(update)->MpqPos + entry->ByteOffset, entry->dwCmpSize))
+        return false;
     return ::SFileRenameFile(update->storm, engineName.c_str(), newName.c_str());
 }
 
 bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t /*unused*/)
 {
     if (update == nullptr || update->kind != Handle::Kind::Update) return false;
-    const bool ok = ::SFileCloseArchive(update->storm);
-    delete update;
-    return ok;
+    std::unique_ptr<Handle> owned(update);
+    TMPQArchive *ha = Archive(update);
+    update->tailMoved = true;
+    if (!KeepTail(update)) {
+        // What the close would write cannot be kept: it writes nothing, and
+        // the archive goes back to how it was.
+        ha->dwFlags &= ~(MPQ_FLAG_CHANGED | MPQ_FLAG_LISTFILE_NEW | MPQ_FLAG_ATTRIBUTES_NEW | MPQ_FLAG_SIGNATURE_NEW);
+        ::SFileCloseArchive(update->storm);
+        update->journal->RollBack();
+        return false;
+    }
+    if (!::SFileCloseArchive(update->storm)) {
+        update->journal->RollBack();
+        return false;
+    }
+    if (FaultPoint("before-commit")) ::_exit(86);
+    return update->journal->Commit();
 }
 
 std::uint32_t SFMpqGetVersionString2(char *buffer, std::uint32_t length)

@@ -883,15 +883,18 @@ void frmMain::tbMenu_ButtonClick(const QString &key)
 // Files in and out
 
 // After an add every row is new: the list, or tree and list, are made again.
-void frmMain::ListAfterAdd()
+void frmMain::ListAfterAdd(const AddReport &report)
 {
+    if (!report.opened) return;
     if (session_.ExplorerStyle) {
         mnuRefresh_Click();
-        return;
+    } else {
+        model_->Clear();
+        ListingPorts ports{*this, *this, *model_};
+        LoadArchiveClassic(session_.FileName, config_, ports, session_.TotalSize);
     }
-    model_->Clear();
-    ListingPorts ports{*this, *this, *model_};
-    LoadArchiveClassic(session_.FileName, config_, ports, session_.TotalSize);
+    // The listing ends on "ready"; an archive that could not be written says so.
+    if (!report.written) SetStatusText(Texts().StatusBarNotWritten);
 }
 
 void frmMain::mnuAdd_Click()
@@ -909,7 +912,7 @@ void frmMain::mnuAdd_Click()
         folder = parts.first();
         names = parts.mid(1);
     }
-    if (AddFiles(session_.FileName, names, folder, QByteArray(), config_, *this, *this).opened) ListAfterAdd();
+    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, *this, *this));
 }
 
 void frmMain::mnuAddDir_Click()
@@ -924,7 +927,7 @@ void frmMain::mnuAddDir_Click()
     QStringList names;
     names.reserve(paths.size());
     for (const QString &path : std::as_const(paths)) names.append(path.mid(cut));
-    if (AddFiles(session_.FileName, names, folder, QByteArray(), config_, *this, *this).opened) ListAfterAdd();
+    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, *this, *this));
 }
 
 void frmMain::mnuExtract_Click()
@@ -969,7 +972,8 @@ void frmMain::mnuDelete_Click()
     const QList<QByteArray> tags = SelectedTags();
     // The rows go whatever the engine answered; the next listing shows the truth.
     const int current = CurrentRow();
-    if (!DeleteStoredFiles(session_.FileName, tags, config_.DefaultMaxFiles, *this).opened) return;
+    const DeleteReport report = DeleteStoredFiles(session_.FileName, tags, config_.DefaultMaxFiles, *this);
+    if (!report.opened || !report.written) return;  // the rows stay as the archive does
     model_->RemoveRows(rows);
     // The current row is the one that now stands in its place.
     if (model_->rowCount() == 0) return;
@@ -1005,6 +1009,10 @@ void frmMain::lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString)
     const QByteArray newTag = EncodeText(newString);
     switch (RenameStoredFile(session_.FileName, model_->Row(row).Tag, newTag, config_.DefaultMaxFiles)) {
     case RenameResult::NotOpened:
+        cancel = true;
+        return;
+    case RenameResult::NotWritten:
+        SetStatusText(Texts().StatusBarNotWritten);
         cancel = true;
         return;
     case RenameResult::NameInUse:
@@ -1122,8 +1130,7 @@ void frmMain::lwMPQ_OLEDragDrop(const QMimeData *drag)
         const QString key = node ? FolderTreeWidget::Key(node) : QString();
         if (node && key != FolderTreeWidget::Key(tvMPQ_->topLevelItem(0))) prefix = EncodeText(key);
     }
-    if (AddFiles(session_.FileName, batch.names, batch.baseFolder, prefix, config_, *this, *this).opened)
-        ListAfterAdd();
+    ListAfterAdd(AddFiles(session_.FileName, batch.names, batch.baseFolder, prefix, config_, *this, *this));
 }
 
 QMimeData *frmMain::lwMPQ_OLEStartDrag()

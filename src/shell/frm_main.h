@@ -31,6 +31,7 @@ class QStatusBar;
 class QToolBar;
 class QTreeView;
 class QTreeWidgetItem;
+struct AddReport;
 class ArchiveListModel;
 class ArchiveListView;
 class FolderTreeWidget;
@@ -188,7 +189,8 @@ private:
     void SetOpenCommandsEnabled(bool enabled);
     void ShowRecentEntries();
     void SetStyle(bool explorer);
-    void ListAfterAdd();
+    // Lists the archive anew after an add that opened it.
+    void ListAfterAdd(const AddReport &report);
     // The selected rows, and their Tags, in the order the list shows them.
     std::vector<int> SelectedRows() const;
     QList<QByteArray> SelectedTags() const;
