@@ -1,6 +1,7 @@
 // An update either happens whole or leaves the archive as it was: cut off
 // at its worst moment, killed at any moment, or out of disk.
 #include <QProcess>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QThread>
 #include <QtTest>

@@ -9,10 +9,14 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeWidget>
 #include <QUrl>
+
+#include <signal.h>
+#include <sys/resource.h>
 
 #include "editing/helpers/shell_open.h"
 #include "shell/archive_list_model.h"
@@ -145,6 +149,7 @@ private slots:
     void dragOutHandsTheScratchFolder();
     void openingAStoredFile_data();
     void openingAStoredFile();
+    void anArchiveThatCannotBeWrittenSaysSo();
 };
 
 void TestRowCommands::initTestCase()
@@ -759,4 +764,33 @@ void TestRowCommands::openingAStoredFile()
 }
 
 QTEST_MAIN(TestRowCommands)
+// A drop whose archive cannot grow (the file-size limit stands for a full
+// disk): the archive stays as it was, the rows too, and the status bar says so.
+void TestRowCommands::anArchiveThatCannotBeWrittenSaysSo()
+{
+    const QString archive = FreshArchive();
+    const QByteArray before = ReadFile(archive);
+    QByteArray noise(40000, Qt::Uninitialized);
+    for (char &c : noise) c = static_cast<char>(QRandomGenerator::global()->generate());
+    const QString dropped = WriteFile(dir.filePath("noise/big.bin"), noise);
+    auto window = Start(archive);
+    QVERIFY(window);
+    const QStringList rows = Names(*window);
+
+    rlimit old {};
+    ::getrlimit(RLIMIT_FSIZE, &old);
+    const rlimit full{static_cast<rlim_t>(before.size()), old.rlim_max};
+    ::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &full);
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(dropped)});
+    window->lwMPQ_OLEDragDrop(&data);
+    ::setrlimit(RLIMIT_FSIZE, &old);
+
+    QCOMPARE(StatusText(*window), QString("Impossibile scrivere l'archivio: è rimasto com'era."));
+    QCOMPARE(Names(*window), rows);
+    QVERIFY(ReadFile(archive) == before);
+    window->Form_Unload();
+}
+
 #include "test_row_commands.moc"
