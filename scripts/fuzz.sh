@@ -39,7 +39,7 @@ smoke)
   work=$build_dir/smoke
   rm -rf "$work" && mkdir -p "$work/corpus" "$work/artifacts"
   cp "$seeds"/* "$work/corpus/"
-  TMPDIR=$work "$target" "${common[@]}" -seed=1 -runs="${FUZZ_RUNS:-30000}" -max_total_time=150 \
+  TMPDIR=$work "$target" "${common[@]}" -seed=1 -runs="${FUZZ_RUNS:-20000}" -max_total_time=150 \
     -artifact_prefix="$work/artifacts/" "$work/corpus"
   ;;
 campaign)

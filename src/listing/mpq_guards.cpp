@@ -11,10 +11,13 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <csignal>
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -309,51 +312,126 @@ bool SectorTableFits(int fd, const TMPQFile *hf)
     return first <= expected || first % 4 == 0;
 }
 
-// The first byte of a compressed block, decrypted as the engine decrypts it
-// (whole words only, so a block under four bytes stays as it is).
-int CompressionMask(int fd, std::uint64_t at, std::uint32_t length, bool encrypted, std::uint32_t key)
-{
-    unsigned char raw[4];
-    if (ReadAt(fd, at, raw, 4) == 0) return -1;
-    if (!encrypted || length < 4) return raw[0];
-    return static_cast<int>(DecryptFirstWord(Le32(raw), key) & 0xFF);
-}
+// A block of a compressed file that the engine unpacks: where it lies, its
+// stored and its unpacked length, and the key it is decrypted with.
+struct PackedBlock {
+    std::uint64_t at;
+    std::uint32_t stored, full, key;
+};
 
-// StormLib 9.22 asserts, and so aborts, when a compressed block of a version
-// 1 archive names LZMA as its compression: that method only exists from
-// version 2 on. Every block the engine would unpack is looked at before the
-// first read; the sector table is loaded by the engine's own loader, which
-// the first read would otherwise call, so this check sees the key and the
-// sector positions that read will use.
-bool CompressionFitsTheVersion(int fd, TMPQFile *hf)
+// The blocks of a file that its reads unpack: the whole file when it is
+// stored as one unit, else every sector stored shorter than it unpacks to.
+// The sector table is loaded by the engine's own loader, which the first read
+// would otherwise call, so the walk sees the key and the sector positions
+// that read will use. False when the engine would guess the key from the
+// data, which these checks cannot follow.
+template <typename Fn>
+bool ForEachPackedBlock(TMPQFile *hf, Fn &&fn)
 {
     const TFileEntry *entry = hf->pFileEntry;
-    const TMPQArchive *ha = hf->ha;
-    if ((entry->dwFlags & MPQ_FILE_COMPRESS) == 0 || ha->pHeader->wFormatVersion >= MPQ_FORMAT_VERSION_2 ||
-        hf->dwDataSize == 0)
-        return true;
-    const bool encrypted = (entry->dwFlags & MPQ_FILE_ENCRYPTED) != 0;
+    if ((entry->dwFlags & MPQ_FILE_COMPRESS) == 0 || hf->dwDataSize == 0) return true;
     if (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) {
         const std::uint32_t stored = entry->dwCmpSize;
         if (stored == 0 || stored >= hf->dwDataSize) return true;  // nothing to unpack
-        return CompressionMask(fd, hf->RawFilePos, stored, encrypted, hf->dwFileKey) != MPQ_COMPRESSION_LZMA;
+        fn(PackedBlock{hf->RawFilePos, stored, hf->dwDataSize, hf->dwFileKey});
+        return true;
     }
     // The first read allocates the sector buffer, which sets the sector
-    // size that the table loader divides by, then loads the table.
+    // size that the table loader divides by, then loads the table; when
+    // either fails, so does the read.
+    if (hf->ha->dwSectorSize == 0) return false;
     if (hf->pbFileSector == nullptr && (AllocateSectorBuffer(hf) != ERROR_SUCCESS || hf->pbFileSector == nullptr))
-        return true;  // the read fails the same way
+        return true;
     if (hf->SectorOffsets == nullptr && (AllocateSectorOffsets(hf, true) != ERROR_SUCCESS || hf->SectorOffsets == nullptr))
         return true;
-    if (encrypted && hf->dwFileKey == 0) return false;  // the engine would guess the key from the data
-    const std::uint32_t sectorSize = ha->dwSectorSize;
+    if ((entry->dwFlags & MPQ_FILE_ENCRYPTED) && hf->dwFileKey == 0) return false;
+    const std::uint32_t sectorSize = hf->ha->dwSectorSize;
     for (std::uint32_t i = 0; i < hf->dwSectorCount; ++i) {
         const std::uint32_t full = std::min<std::uint32_t>(sectorSize, hf->dwDataSize - i * sectorSize);
         const std::uint32_t stored = hf->SectorOffsets[i + 1] - hf->SectorOffsets[i];
         if (stored == 0 || stored >= full) continue;  // not unpacked
-        const std::uint64_t at = CalculateRawSectorOffset(hf, hf->SectorOffsets[i]);
-        if (CompressionMask(fd, at, stored, encrypted, hf->dwFileKey + i) == MPQ_COMPRESSION_LZMA) return false;
+        fn(PackedBlock{CalculateRawSectorOffset(hf, hf->SectorOffsets[i]), stored, full, hf->dwFileKey + i});
     }
     return true;
+}
+
+// A block's bytes as the engine unpacks them: decrypted in whole words.
+std::vector<unsigned char> BlockBytes(int fd, const PackedBlock &block, bool encrypted, std::size_t limit)
+{
+    std::vector<unsigned char> bytes(std::min<std::size_t>(block.stored, limit));
+    bytes.resize(ReadAt(fd, block.at, bytes.data(), bytes.size()));
+    if (encrypted && block.stored >= 4) {
+        std::vector<std::uint32_t> words(bytes.size() / 4);
+        for (std::size_t i = 0; i < words.size(); ++i) words[i] = Le32(&bytes[i * 4]);
+        Decrypt(words, block.key);
+        for (std::size_t i = 0; i < words.size(); ++i)
+            for (std::size_t b = 0; b < 4; ++b) bytes[i * 4 + b] = static_cast<unsigned char>(words[i] >> (8 * b));
+    }
+    return bytes;
+}
+
+extern "C" void __sanitizer_set_death_callback(void (*callback)()) __attribute__((weak));
+
+// Unpacks the blocks with the engine in a child process; whether it ended
+// normally. A crash there ends only the child, and quietly: no handler of the
+// program or of a sanitizer runtime reports it as the program's own.
+bool EngineUnpacksInChild(const std::vector<std::pair<std::vector<unsigned char>, std::uint32_t>> &blocks,
+                          bool version1)
+{
+    const pid_t child = ::fork();
+    if (child < 0) return false;
+    if (child == 0) {
+        if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(nullptr);
+        for (int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, SIG_DFL);
+        std::vector<unsigned char> out;
+        for (const auto &[packed, full] : blocks) {
+            std::vector<unsigned char> in = packed;
+            out.assign(full, 0);
+            int outLength = static_cast<int>(full);
+            if (version1)
+                SCompDecompress(out.data(), &outLength, in.data(), static_cast<int>(in.size()));
+            else
+                SCompDecompress2(out.data(), &outLength, in.data(), static_cast<int>(in.size()));
+        }
+        ::_exit(0);
+    }
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) return false;
+    }
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+}
+
+// Guards of the blocks a read unpacks, looked at before the first read:
+//
+// StormLib 9.22 asserts, and so aborts, when a compressed block of a version
+// 1 archive names LZMA as its compression: that method only exists from
+// version 2 on.
+//
+// Its Huffman decoder (the second stage of compressed waves) trusts the
+// stream: a damaged one grows its tree past the end of a fixed array on the
+// stack, or reads past its input, and so crashes the program. Which streams
+// do cannot be told without decoding them, so a file's Huffman blocks are
+// first unpacked by the engine in a child process, and a file whose trial
+// does not end normally is not read. Only files with such blocks pay for it.
+//
+// A file whose key the engine would guess from its data is not read: the
+// checks cannot follow that guess.
+bool PackedBlocksAreSafe(int fd, TMPQFile *hf)
+{
+    const bool encrypted = (hf->pFileEntry->dwFlags & MPQ_FILE_ENCRYPTED) != 0;
+    const bool version1 = hf->ha->pHeader->wFormatVersion < MPQ_FORMAT_VERSION_2;
+    bool lzmaInVersion1 = false;
+    std::vector<std::pair<std::vector<unsigned char>, std::uint32_t>> huffman;  // bytes, unpacked length
+    const bool followed = ForEachPackedBlock(hf, [&](const PackedBlock &block) {
+        const std::vector<unsigned char> head = BlockBytes(fd, block, encrypted, 4);
+        if (head.empty()) return;
+        if (version1 && head[0] == MPQ_COMPRESSION_LZMA) lzmaInVersion1 = true;
+        if ((head[0] & MPQ_COMPRESSION_HUFFMANN) != 0 && !lzmaInVersion1)
+            huffman.emplace_back(BlockBytes(fd, block, encrypted, block.stored), block.full);
+    });
+    if (!followed || lzmaInVersion1) return false;
+    return huffman.empty() || EngineUnpacksInChild(huffman, version1);
 }
 
 // StormLib 9.22 takes a file's size from the block table and reads into
@@ -381,7 +459,26 @@ bool ReadIsSafe(int archiveFd, void *stormFile)
     auto *hf = static_cast<TMPQFile *>(stormFile);
     if (hf == nullptr || hf->pFileEntry == nullptr || hf->ha == nullptr) return true;
     return SizeFitsTheStoredBytes(archiveFd, hf) && SectorTableFits(archiveFd, hf) &&
-           CompressionFitsTheVersion(archiveFd, hf);
+           PackedBlocksAreSafe(archiveFd, hf);
+}
+
+bool UpdateOpenIsSafe(const std::string &path)
+{
+    if (!OpenIsSafe(path)) return false;
+    HANDLE storm = nullptr;
+    const DWORD flags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
+    if (!::SFileOpenArchive(path.c_str(), 0, flags, &storm)) return true;  // the update's own open fails
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    bool safe = fd >= 0;
+    for (const char *name : {LISTFILE_NAME, ATTRIBUTES_NAME}) {
+        HANDLE file = nullptr;
+        if (!safe || !::SFileOpenFileEx(storm, name, SFILE_OPEN_FROM_MPQ, &file)) continue;
+        safe = ReadIsSafe(fd, file);
+        ::SFileCloseFile(file);
+    }
+    if (fd >= 0) ::close(fd);
+    ::SFileCloseArchive(storm);
+    return safe;
 }
 
 }  // namespace mpq::guards

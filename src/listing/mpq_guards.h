@@ -23,4 +23,9 @@ bool OpenIsSafe(const std::string &path);
 // or abort; a file it refuses counts as unreadable.
 bool ReadIsSafe(int archiveFd, void *stormFile);
 
+// Whether StormLib may open the archive at `path` for an update: what
+// OpenIsSafe asks, and whether the internal files that such an open reads by
+// itself ("(listfile)" and "(attributes)") may be read.
+bool UpdateOpenIsSafe(const std::string &path);
+
 }  // namespace mpq::guards

@@ -10,6 +10,7 @@
 
 #include "config/app_config.h"
 #include "listing/classic_listing.h"
+#include "listing/mpq_guards.h"
 #include "support/archive_factory.h"
 #include "support/recording_ports.h"
 
@@ -54,10 +55,10 @@ QByteArray Word(quint32 value)
     return bytes;
 }
 
-// A file compressed in one sector whose compression byte is `mask`.
-HandFile CompressedWithMask(const QByteArray &name, char mask)
+// A file compressed in one sector that holds `block` (its compression byte first).
+HandFile CompressedBlock(const QByteArray &name, const QByteArray &block)
 {
-    QByteArray data = Word(8) + Word(8 + 24) + mask + QByteArray(23, 'x');
+    QByteArray data = Word(8) + Word(8 + quint32(block.size())) + block;
     const auto stored = quint32(data.size());
     data.resize(200, 'x');  // the full size: the sector unpacks to 200 bytes
     HandFile file{name, data};
@@ -65,6 +66,12 @@ HandFile CompressedWithMask(const QByteArray &name, char mask)
     file.storedSizeOverride = stored;
     return file;
 }
+
+// LZMA exists from format version 2 on.
+const QByteArray kLzmaBlock = '\x12' + QByteArray(23, 'x');
+// A Huffman stream (type 1) whose escapes grow the engine's decoding tree
+// past its end.
+const QByteArray kHuffmanBlock = QByteArray::fromHex("0101fd182238bcc5ca2512f651");
 
 }  // namespace
 
@@ -84,11 +91,13 @@ private slots:
         signature.flags = 0;  // the entry holds no file
         QTest::newRow("signature entry without a file") << HandMadeArchive(8, {signature, a}) << 0;
 
-        // LZMA exists from format version 2 on; the file is listed but unreadable.
-        const HandFile lzma = CompressedWithMask("lzma.txt", '\x12');
+        // Blocks the engine cannot unpack safely: listed, but unreadable.
+        const HandFile lzma = CompressedBlock("lzma.txt", kLzmaBlock);
         QTest::newRow("LZMA in version 1, named") << HandMadeArchive(8, {list, a, lzma}) << 3;
         // Nameless: the type detection reads its first bytes while listing.
         QTest::newRow("LZMA in version 1, nameless") << HandMadeArchive(8, {a, lzma}) << 2;
+        QTest::newRow("Huffman stream that breaks the decoder")
+            << HandMadeArchive(8, {a, CompressedBlock("huff.wav", kHuffmanBlock)}) << 2;
 
         // A list file that claims 2 GiB of a few stored bytes: unreadable, so
         // the files list without names.
@@ -128,14 +137,42 @@ private slots:
         QCOMPARE(ListAndReadInChild(path), rows);
     }
 
-    void lzmaFileIsUnreadableAndItsNeighbourReads()
+    void packedFileIsUnreadableAndItsNeighbourReads_data()
     {
-        const QString path = WriteFile(dir.filePath("lzma.mpq"),
-                                       HandMadeArchive(8, {{"a.txt", TextData(600)}, CompressedWithMask("lzma.txt", '\x12')}));
+        QTest::addColumn<QByteArray>("block");
+        QTest::newRow("LZMA in version 1") << kLzmaBlock;
+        QTest::newRow("Huffman stream that breaks the decoder") << kHuffmanBlock;
+    }
+
+    void packedFileIsUnreadableAndItsNeighbourReads()
+    {
+        QFETCH(QByteArray, block);
+        const QString path = WriteFile(dir.filePath(DataTagFileName() + "-read.mpq"),
+                                       HandMadeArchive(8, {{"a.txt", TextData(600)}, CompressedBlock("b.bin", block)}));
         bool ok = true;
-        ReadStored(path, "lzma.txt", &ok);
+        ReadStored(path, "b.bin", &ok);
         QVERIFY(!ok);
         QCOMPARE(ReadStored(path, "a.txt"), TextData(600));
+    }
+
+    // An update's open reads the internal list and attributes by itself.
+    void updateOpenScreensTheInternalFiles_data()
+    {
+        QTest::addColumn<QByteArray>("archive");
+        QTest::addColumn<bool>("safe");
+        const HandFile a{"a.txt", TextData(600)};
+        QTest::newRow("sound") << HandMadeArchive(8, {{"(listfile)", "a.txt\r\n"}, a}) << true;
+        QTest::newRow("list file in LZMA") << HandMadeArchive(8, {CompressedBlock("(listfile)", kLzmaBlock), a}) << false;
+        QTest::newRow("attributes in broken Huffman")
+            << HandMadeArchive(8, {CompressedBlock("(attributes)", kHuffmanBlock), a}) << false;
+    }
+
+    void updateOpenScreensTheInternalFiles()
+    {
+        QFETCH(QByteArray, archive);
+        QFETCH(bool, safe);
+        const QString path = WriteFile(dir.filePath(DataTagFileName() + "-update.mpq"), archive);
+        QCOMPARE(mpq::guards::UpdateOpenIsSafe(Bytes(path)), safe);
     }
 };
 
