@@ -447,21 +447,28 @@ namespace {
 // The names of the files the engine writes anew when an update closes.
 constexpr std::array<const char *, 3> kInternalFiles = {LISTFILE_NAME, ATTRIBUTES_NAME, SIGNATURE_NAME};
 
-bool IsInternalEntry(TMPQArchive *ha, const TFileEntry &entry, const std::array<std::uint64_t, 3> &keys)
+// The file-table entries of the engine's internal files: by the name the
+// engine knows, or else by the hash slot of that name.
+std::vector<DWORD> InternalEntries(TMPQArchive *ha)
 {
-    if (entry.szFileName != nullptr)
-        for (const char *name : kInternalFiles)
-            if (std::strcmp(entry.szFileName, name) == 0) return true;
-    if (ha->pHashTable == nullptr) return false;
-    // Unnamed entries: an internal file is the one its name's hash slot points at.
-    const auto index = static_cast<DWORD>(&entry - ha->pFileTable);
-    for (DWORD slot = 0; slot < ha->pHeader->dwHashTableSize; ++slot) {
-        const TMPQHash *hash = ha->pHashTable + slot;
-        if (MPQ_BLOCK_INDEX(hash) != index) continue;
-        const std::uint64_t key = (std::uint64_t{hash->dwName1} << 32) | hash->dwName2;
-        if (std::find(keys.begin(), keys.end(), key) != keys.end()) return true;
+    std::vector<DWORD> found;
+    for (DWORD n = 0; n < ha->dwFileTableSize; ++n) {
+        const char *name = ha->pFileTable[n].szFileName;
+        if (name == nullptr) continue;
+        for (const char *internal : kInternalFiles)
+            if (std::strcmp(name, internal) == 0) found.push_back(n);
     }
-    return false;
+    if (ha->pHashTable == nullptr) return found;
+    std::array<std::uint64_t, kInternalFiles.size()> keys {};
+    for (std::size_t n = 0; n < kInternalFiles.size(); ++n)
+        keys[n] = NameKey(kInternalFiles[n], std::strlen(kInternalFiles[n]));
+    for (DWORD slot = 0; slot < ha->pHeader->dwHashTableSize; ++slot) {
+        TMPQHash *hash = ha->pHashTable + slot;
+        const std::uint64_t key = (std::uint64_t{hash->dwName1} << 32) | hash->dwName2;
+        if (IsUsedSlot(ha, hash) && std::find(keys.begin(), keys.end(), key) != keys.end())
+            found.push_back(MPQ_BLOCK_INDEX(hash));
+    }
+    return found;
 }
 
 // Where in the file the engine may begin to write: past the end of the last
@@ -470,9 +477,7 @@ bool IsInternalEntry(TMPQArchive *ha, const TFileEntry &entry, const std::array<
 // the old tables, which the engine never writes over in place.
 std::uint64_t TailStart(TMPQArchive *ha)
 {
-    std::array<std::uint64_t, 3> keys {};
-    for (std::size_t n = 0; n < kInternalFiles.size(); ++n)
-        keys[n] = NameKey(kInternalFiles[n], std::strlen(kInternalFiles[n]));
+    const std::vector<DWORD> internal = InternalEntries(ha);
     std::uint64_t end = ha->pHeader->dwHeaderSize;
     const DWORD chunk = ha->pHeader->dwRawChunkSize;
     for (DWORD n = 0; n < ha->dwFileTableSize; ++n) {
@@ -480,7 +485,7 @@ std::uint64_t TailStart(TMPQArchive *ha)
         if ((entry.dwFlags & MPQ_FILE_EXISTS) == 0 || entry.dwCmpSize == 0) continue;
         std::uint64_t fileEnd = entry.ByteOffset + entry.dwCmpSize;
         if (chunk != 0) fileEnd += (std::uint64_t{entry.dwCmpSize} - 1) / chunk * 16 + 16;  // MD5 per chunk
-        if (fileEnd > end && !IsInternalEntry(ha, entry, keys)) end = fileEnd;
+        if (fileEnd > end && std::find(internal.begin(), internal.end(), n) == internal.end()) end = fileEnd;
     }
     return ha->MpqPos + end;
 }
