@@ -10,6 +10,7 @@
 #include <StormLib.h>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -203,76 +204,154 @@ std::vector<std::uint32_t> ReadTable(int fd, std::uint64_t fileSize, std::uint64
 
 }  // namespace
 
-bool OpenIsSafe(const std::string &path)
+namespace {
+
+// What the checks before an open found, and what the screened copy needs.
+struct Examination {
+    OpenVerdict verdict = OpenVerdict::Safe;
+    std::uint64_t hashAt = 0;              // the hash table's offset in the file
+    std::vector<std::uint32_t> hashes;     // its words as far as the file holds them, decrypted
+    std::vector<std::size_t> screenedSlots;  // hash slots to delete in the copy
+};
+
+Examination Examine(int fd, std::uint64_t fileSize)
 {
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return true;  // StormLib fails the open itself
-    struct stat st {};
-    bool safe = ::fstat(fd, &st) == 0;
-    const auto fileSize = static_cast<std::uint64_t>(st.st_size);
-    const Header header = safe ? FindHeader(fd, fileSize) : Header{};
+    Examination result;
+    const Header header = FindHeader(fd, fileSize);
 
     // StormLib 9.22 as Debian builds it asserts, and so aborts, on an MPK
     // header whose size field is off.
-    if (header.kind == Header::Kind::Mpk) safe = false;
+    if (header.kind == Header::Kind::Mpk) result.verdict = OpenVerdict::Unsafe;
+    if (header.kind != Header::Kind::Mpq) return result;
 
-    if (safe && header.kind == Header::Kind::Mpq) {
-        const int version = FormatVersion(header);
-        const unsigned char *h = header.bytes.data();
-        // StormLib 9.22 allocates, fills and decrypts the hash and block
-        // tables at the size the header claims (up to 2^28 entries of 16
-        // bytes), and a file table beside them, before it looks at what the
-        // file holds: a small file that claims huge tables costs gigabytes
-        // and tens of seconds. Tables of these versions are stored whole, so
-        // none can be larger than the file. A version 4 table may be
-        // compressed; it can then unpack to no more than a fixed multiple of
-        // what it takes in the file.
-        const std::uint64_t hashBytes = std::uint64_t{Le32(h + 24) & BLOCK_INDEX_MASK} * 16;
-        const std::uint64_t blockBytes = std::uint64_t{Le32(h + 28) & BLOCK_INDEX_MASK} * 16;
-        std::uint64_t hashLimit = fileSize, blockLimit = fileSize;
-        if (version == MPQ_FORMAT_VERSION_4) {
-            constexpr std::uint64_t kLargestUnpacking = 64;
-            hashLimit = std::min(fileSize, Le64(h + 68)) * kLargestUnpacking;
-            blockLimit = std::min(fileSize, Le64(h + 76)) * kLargestUnpacking;
+    const int version = FormatVersion(header);
+    const unsigned char *h = header.bytes.data();
+    // StormLib 9.22 allocates, fills and decrypts the hash and block tables
+    // at the size the header claims (up to 2^28 entries of 16 bytes), and a
+    // file table beside them, before it looks at what the file holds: a small
+    // file that claims huge tables costs gigabytes and tens of seconds.
+    // Tables of these versions are stored whole, so none can be larger than
+    // the file. A version 4 table may be compressed; it can then unpack to no
+    // more than a fixed multiple of what it takes in the file.
+    const std::uint64_t hashBytes = std::uint64_t{Le32(h + 24) & BLOCK_INDEX_MASK} * 16;
+    const std::uint64_t blockBytes = std::uint64_t{Le32(h + 28) & BLOCK_INDEX_MASK} * 16;
+    std::uint64_t hashLimit = fileSize, blockLimit = fileSize;
+    if (version == MPQ_FORMAT_VERSION_4) {
+        constexpr std::uint64_t kLargestUnpacking = 64;
+        hashLimit = std::min(fileSize, Le64(h + 68)) * kLargestUnpacking;
+        blockLimit = std::min(fileSize, Le64(h + 76)) * kLargestUnpacking;
+    }
+    if (hashBytes > hashLimit || blockBytes > blockLimit ||
+        (version == MPQ_FORMAT_VERSION_2 && !Version2TablesInOrder(header, fileSize))) {
+        result.verdict = OpenVerdict::Unsafe;
+        return result;
+    }
+
+    // StormLib 9.22 asserts, and so aborts, while it opens an archive whose
+    // "(signature)" hash entry points at a file-table entry without the flag
+    // that says a file exists there. The engine leaves an entry empty when
+    // its block is no file, lies past the block table, claims 2 GiB or more,
+    // or begins past the end of the file. Such entries are looked for in the
+    // whole hash table, whatever their locale; the copy that ScreenedCopy
+    // makes has them deleted.
+    result.hashAt = TableOffset(header, version, Le32(h + 16), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 40) : 0);
+    const std::uint64_t blockAt = TableOffset(header, version, Le32(h + 20), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 42) : 0);
+    result.hashes = ReadTable(fd, fileSize, result.hashAt, hashBytes, MPQ_KEY_HASH_TABLE);
+    const std::vector<std::uint32_t> &hashes = result.hashes;
+    const std::uint64_t blockCount = blockBytes / 16;
+    const std::uint64_t fileTableSize = std::max(hashBytes / 16, blockCount);
+    static const std::uint32_t nameA = HashString(SIGNATURE_NAME, std::strlen(SIGNATURE_NAME), HashType::NameA);
+    static const std::uint32_t nameB = HashString(SIGNATURE_NAME, std::strlen(SIGNATURE_NAME), HashType::NameB);
+    std::vector<std::uint32_t> blocks;
+    bool blocksRead = false;
+    for (std::size_t i = 0; i + 4 <= hashes.size(); i += 4) {
+        if (hashes[i] != nameA || hashes[i + 1] != nameB) continue;
+        const std::uint32_t index = hashes[i + 3] & BLOCK_INDEX_MASK;
+        if (index >= fileTableSize) continue;
+        if (!blocksRead) {
+            blocks = ReadTable(fd, fileSize, blockAt, blockBytes, MPQ_KEY_BLOCK_TABLE);
+            blocksRead = true;
         }
-        if (hashBytes > hashLimit || blockBytes > blockLimit) safe = false;
-        if (version == MPQ_FORMAT_VERSION_2 && !Version2TablesInOrder(header, fileSize)) safe = false;
-
-        // StormLib 9.22 asserts, and so aborts, while it opens an archive
-        // whose "(signature)" hash entry points at a file-table entry without
-        // the flag that says a file exists there. The engine leaves an entry
-        // empty when its block is no file, lies past the block table, claims
-        // 2 GiB or more, or begins past the end of the file. Such entries are
-        // looked for in the whole hash table, whatever their locale.
-        if (safe) {
-            const std::uint64_t hashAt = TableOffset(header, version, Le32(h + 16), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 40) : 0);
-            const std::uint64_t blockAt = TableOffset(header, version, Le32(h + 20), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 42) : 0);
-            const std::vector<std::uint32_t> hashes = ReadTable(fd, fileSize, hashAt, hashBytes, MPQ_KEY_HASH_TABLE);
-            const std::uint64_t blockCount = blockBytes / 16;
-            const std::uint64_t fileTableSize = std::max(hashBytes / 16, blockCount);
-            static const std::uint32_t nameA = HashString(SIGNATURE_NAME, std::strlen(SIGNATURE_NAME), HashType::NameA);
-            static const std::uint32_t nameB = HashString(SIGNATURE_NAME, std::strlen(SIGNATURE_NAME), HashType::NameB);
-            std::vector<std::uint32_t> blocks;
-            bool blocksRead = false;
-            for (std::size_t i = 0; safe && i + 4 <= hashes.size(); i += 4) {
-                if (hashes[i] != nameA || hashes[i + 1] != nameB) continue;
-                const std::uint32_t index = hashes[i + 3] & BLOCK_INDEX_MASK;
-                if (index >= fileTableSize) continue;
-                if (!blocksRead) {
-                    blocks = ReadTable(fd, fileSize, blockAt, blockBytes, MPQ_KEY_BLOCK_TABLE);
-                    blocksRead = true;
-                }
-                const std::size_t at = std::size_t{index} * 4;
-                const bool present = index < blockCount && at + 4 <= blocks.size();
-                const std::uint32_t flags = present ? blocks[at + 3] : 0, fullSize = present ? blocks[at + 2] : 0;
-                const std::uint64_t begins = TableOffset(header, version, present ? blocks[at] : 0, 0);
-                if ((flags & MPQ_FILE_EXISTS) == 0 || (fullSize & 0x80000000u) != 0 || begins >= fileSize)
-                    safe = false;
-            }
+        const std::size_t at = std::size_t{index} * 4;
+        const bool present = index < blockCount && at + 4 <= blocks.size();
+        const std::uint32_t flags = present ? blocks[at + 3] : 0, fullSize = present ? blocks[at + 2] : 0;
+        const std::uint64_t begins = TableOffset(header, version, present ? blocks[at] : 0, 0);
+        if ((flags & MPQ_FILE_EXISTS) == 0 || (fullSize & 0x80000000u) != 0 || begins >= fileSize) {
+            result.verdict = OpenVerdict::Screened;
+            result.screenedSlots.push_back(i / 4);
         }
     }
+    return result;
+}
+
+// Encrypts whole 32-bit words in place, as MPQ tables are encrypted.
+void Encrypt(std::vector<std::uint32_t> &words, std::uint32_t key)
+{
+    const auto &table = CryptTable();
+    std::uint32_t seed = 0xEEEEEEEE;
+    for (std::uint32_t &word : words) {
+        seed += table[0x400 + (key & 0xFF)];
+        const std::uint32_t plain = word;
+        word ^= key + seed;
+        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
+        seed = plain + seed + (seed << 5) + 3;
+    }
+}
+
+bool WriteAll(int fd, std::uint64_t offset, const void *data, std::size_t size)
+{
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t wrote = ::pwrite(fd, static_cast<const char *>(data) + done, size - done,
+                                       static_cast<off_t>(offset + done));
+        if (wrote <= 0) return false;
+        done += static_cast<std::size_t>(wrote);
+    }
+    return true;
+}
+
+}  // namespace
+
+OpenVerdict CheckOpen(const std::string &path)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return OpenVerdict::Safe;  // StormLib fails the open itself
+    struct stat st {};
+    const OpenVerdict verdict = ::fstat(fd, &st) == 0 ? Examine(fd, static_cast<std::uint64_t>(st.st_size)).verdict
+                                                      : OpenVerdict::Unsafe;
     ::close(fd);
-    return safe;
+    return verdict;
+}
+
+int ScreenedCopy(const std::string &path)
+{
+    constexpr std::uint64_t kLargestCopy = std::uint64_t{256} << 20;
+    const int source = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (source < 0) return -1;
+    struct stat st {};
+    const auto fileSize = static_cast<std::uint64_t>(::fstat(source, &st) == 0 ? st.st_size : 0);
+    Examination found = fileSize > 0 && fileSize <= kLargestCopy ? Examine(source, fileSize) : Examination{};
+    int copy = found.verdict == OpenVerdict::Screened ? ::memfd_create("arcavera-screened", MFD_CLOEXEC) : -1;
+    std::vector<char> chunk(1 << 20);
+    for (std::uint64_t at = 0; copy >= 0 && at < fileSize; at += chunk.size()) {
+        const std::size_t size = static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size(), fileSize - at));
+        if (ReadAt(source, at, chunk.data(), size) != size || !WriteAll(copy, at, chunk.data(), size)) {
+            ::close(copy);
+            copy = -1;
+        }
+    }
+    ::close(source);
+    if (copy < 0) return -1;
+    for (std::size_t slot : found.screenedSlots) found.hashes[slot * 4 + 3] = HASH_ENTRY_DELETED;
+    Encrypt(found.hashes, MPQ_KEY_HASH_TABLE);
+    std::vector<unsigned char> bytes(found.hashes.size() * 4);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(found.hashes[i / 4] >> (8 * (i % 4)));
+    // The copy must now pass as it is.
+    if (!WriteAll(copy, found.hashAt, bytes.data(), bytes.size()) || Examine(copy, fileSize).verdict != OpenVerdict::Safe) {
+        ::close(copy);
+        return -1;
+    }
+    return copy;
 }
 
 namespace {
@@ -464,7 +543,7 @@ bool ReadIsSafe(int archiveFd, void *stormFile)
 
 bool UpdateOpenIsSafe(const std::string &path)
 {
-    if (!OpenIsSafe(path)) return false;
+    if (CheckOpen(path) != OpenVerdict::Safe) return false;
     HANDLE storm = nullptr;
     const DWORD flags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
     if (!::SFileOpenArchive(path.c_str(), 0, flags, &storm)) return true;  // the update's own open fails

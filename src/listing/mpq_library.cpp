@@ -279,15 +279,28 @@ bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::
     if (path.empty() || EmbeddedZero(path)) return false;
     // An update that was cut off is undone before anyone reads the archive.
     RecoverInterruptedUpdate(path);
-    if (!IsRegularFile(path) || !guards::OpenIsSafe(path)) return false;
+    if (!IsRegularFile(path)) return false;
+    // An archive that StormLib would abort on unless some entries are
+    // screened out is opened as a screened copy, which the handle's
+    // descriptor keeps.
+    std::string enginePath = path;
+    int screened = -1;
+    switch (guards::CheckOpen(path)) {
+    case guards::OpenVerdict::Safe: break;
+    case guards::OpenVerdict::Unsafe: return false;
+    case guards::OpenVerdict::Screened:
+        if ((screened = guards::ScreenedCopy(path)) < 0) return false;
+        enginePath = "/proc/self/fd/" + std::to_string(screened);
+        break;
+    }
     HANDLE storm = nullptr;
     const DWORD openFlags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
-    if (!::SFileOpenArchive(path.c_str(), 0, openFlags, &storm)) return false;
-    if (!IsUsableArchive(storm)) {
-        ::SFileCloseArchive(storm);
+    if (!::SFileOpenArchive(enginePath.c_str(), 0, openFlags, &storm) || !IsUsableArchive(storm)) {
+        if (storm != nullptr) ::SFileCloseArchive(storm);
+        if (screened >= 0) ::close(screened);
         return false;
     }
-    *archive = new Handle{Handle::Kind::Archive, storm, nullptr, path, -1};
+    *archive = new Handle{Handle::Kind::Archive, storm, nullptr, enginePath, screened};
     return true;
 }
 

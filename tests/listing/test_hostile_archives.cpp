@@ -67,6 +67,13 @@ HandFile CompressedBlock(const QByteArray &name, const QByteArray &block)
     return file;
 }
 
+// A "(signature)" entry whose block holds no file.
+const HandFile kEmptySignature = [] {
+    HandFile signature{"(signature)", QByteArray(72, 's')};
+    signature.flags = 0;
+    return signature;
+}();
+
 // LZMA exists from format version 2 on.
 const QByteArray kLzmaBlock = '\x12' + QByteArray(23, 'x');
 // A Huffman stream (type 1) whose escapes grow the engine's decoding tree
@@ -87,9 +94,8 @@ private slots:
 
         const HandFile list{"(listfile)", "a.txt\r\nlzma.txt\r\n"};
         const HandFile a{"a.txt", TextData(600)};
-        HandFile signature{"(signature)", QByteArray(72, 's')};
-        signature.flags = 0;  // the entry holds no file
-        QTest::newRow("signature entry without a file") << HandMadeArchive(8, {signature, a}) << 0;
+        // Opened as a copy without the entry: the other file lists.
+        QTest::newRow("signature entry without a file") << HandMadeArchive(8, {kEmptySignature, a}) << 1;
 
         // Blocks the engine cannot unpack safely: listed, but unreadable.
         const HandFile lzma = CompressedBlock("lzma.txt", kLzmaBlock);
@@ -155,6 +161,14 @@ private slots:
         QCOMPARE(ReadStored(path, "a.txt"), TextData(600));
     }
 
+    void signatureEntryIsScreenedOut()
+    {
+        const QString path = WriteFile(dir.filePath("signature.mpq"),
+                                       HandMadeArchive(8, {kEmptySignature, {"a.txt", TextData(600)}}));
+        QCOMPARE(ReadStored(path, "a.txt"), TextData(600));
+        QCOMPARE(ReadFile(path), HandMadeArchive(8, {kEmptySignature, {"a.txt", TextData(600)}}));  // left as it was
+    }
+
     // An update's open reads the internal list and attributes by itself.
     void updateOpenScreensTheInternalFiles_data()
     {
@@ -163,6 +177,7 @@ private slots:
         const HandFile a{"a.txt", TextData(600)};
         QTest::newRow("sound") << HandMadeArchive(8, {{"(listfile)", "a.txt\r\n"}, a}) << true;
         QTest::newRow("list file in LZMA") << HandMadeArchive(8, {CompressedBlock("(listfile)", kLzmaBlock), a}) << false;
+        QTest::newRow("signature entry without a file") << HandMadeArchive(8, {kEmptySignature, a}) << false;
         QTest::newRow("attributes in broken Huffman")
             << HandMadeArchive(8, {CompressedBlock("(attributes)", kHuffmanBlock), a}) << false;
     }
