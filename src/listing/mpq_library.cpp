@@ -202,35 +202,6 @@ bool IsUsableArchive(HANDLE storm)
     return ha != nullptr && ha->dwSectorSize != 0 && ha->dwSectorSize <= kLargestSector;
 }
 
-// StormLib 9.22 as Debian builds it asserts, and so aborts, on an MPK header
-// (an archive kind of another game) whose size field is off. StormLib takes
-// the first header it meets at a multiple of 512 bytes; when that is an MPK
-// header, the file is not handed to StormLib at all.
-bool FirstHeaderIsMpk(const std::string &path)
-{
-    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return false;
-    std::vector<unsigned char> chunk(1 << 20);
-    bool mpk = false;
-    for (off_t base = 0;;) {
-        const ssize_t got = ::pread(fd, chunk.data(), chunk.size(), base);
-        if (got < 4) break;
-        bool decided = false;
-        for (ssize_t at = 0; at + 4 <= got; at += 512) {
-            const unsigned char *p = chunk.data() + at;
-            if (p[0] == 'M' && p[1] == 'P' && (p[2] == 'Q' || p[2] == 'K') && (p[3] == 0x1A || p[3] == 0x1B)) {
-                mpk = p[2] == 'K' && p[3] == 0x1A;
-                decided = true;
-                break;
-            }
-        }
-        if (decided || got < static_cast<ssize_t>(chunk.size())) break;
-        base += got;
-    }
-    ::close(fd);
-    return mpk;
-}
-
 bool EmbeddedZero(const std::string &text) { return text.find('\0') != std::string::npos; }
 
 std::uint32_t WaveQuality(std::uint32_t quality)
@@ -559,7 +530,7 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
     std::unique_ptr<UpdateJournal> journal;
 
     if ((openExisting || openAlways) && exists && size > 0) {
-        if (FirstHeaderIsMpk(path) || !::SFileOpenArchive(path.c_str(), 0, 0, &storm)) return nullptr;
+        if (!guards::UpdateOpenIsSafe(path) || !::SFileOpenArchive(path.c_str(), 0, 0, &storm)) return nullptr;
         TMPQArchive *ha = static_cast<TMPQArchive *>(storm);
         // Nothing is written before the journal keeps what the update may
         // cover: the header (and the user data before it), and the tail.
