@@ -489,8 +489,12 @@ bool KeepTail(MpqHandle update)
 // larger table would only make things worse.
 bool TablesFull(TMPQArchive *ha)
 {
-    // The entries the engine keeps for its internal files count as taken.
-    if (ha->dwFileTableSize + ha->dwReservedFiles >= ha->dwMaxFileCount) return true;
+    // Free file entries, past the used part of the table or inside it; the
+    // ones the engine keeps for its internal files count as taken.
+    std::uint64_t free = ha->dwMaxFileCount > ha->dwFileTableSize ? ha->dwMaxFileCount - ha->dwFileTableSize : 0;
+    for (DWORD n = 0; free <= ha->dwReservedFiles && n < ha->dwFileTableSize; ++n)
+        free += (ha->pFileTable[n].dwFlags & MPQ_FILE_EXISTS) == 0;
+    if (free <= ha->dwReservedFiles) return true;
     if (ha->pHashTable == nullptr) return false;
     for (DWORD slot = 0; slot < ha->pHeader->dwHashTableSize; ++slot)
         if (ha->pHashTable[slot].dwBlockIndex >= HASH_ENTRY_DELETED) return false;

@@ -6,7 +6,9 @@
 #include <QThread>
 #include <QtTest>
 
+#include <fcntl.h>
 #include <signal.h>
+#include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -190,6 +192,27 @@ void TestSafeUpdate::fullDiskAddNamesWhatStayedOut()
     QVERIFY(run.err.contains("n399.bin: could not be added"));
     QVERIFY(ReadFile(archive) == before);
     QVERIFY(Holds(archive, files));
+
+    // With a few kilobytes left, the engine's "disk full" is no full table:
+    // the table keeps its size (it once doubled at every refusal, to
+    // gigabytes).
+    struct statvfs room {};
+    QVERIFY(::statvfs(QFile::encodeName(disk).constData(), &room) == 0);
+    const qint64 free = qint64(room.f_bavail) * qint64(room.f_frsize);
+    const int filler = ::open(QFile::encodeName(disk + QStringLiteral("/filler")).constData(), O_CREAT | O_WRONLY, 0600);
+    QVERIFY(filler >= 0 && ::posix_fallocate(filler, 0, free - 12 * 1024) == 0);
+    ::close(filler);
+    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(archive), mpq::MOAU_OPEN_EXISTING, 64);
+    QVERIFY(update != nullptr);
+    int refused = 0;
+    for (int n = 0; n < 30; ++n)
+        refused += !mpq::MpqAddFileToArchiveEx(update, Bytes(folder + QStringLiteral("/more/n%1.bin").arg(n)),
+                                               "n" + std::to_string(n), mpq::MAFA_COMPRESS,
+                                               mpq::MAFA_COMPRESS_STANDARD, -1);
+    QVERIFY(refused >= 15);
+    QCOMPARE(mpq::SFileGetFileInfo(update, mpq::SFILE_INFO_HASH_TABLE_SIZE), 64);
+    QVERIFY(!mpq::MpqCloseUpdatedArchive(update, 0));
+    QVERIFY(ReadFile(archive) == before);
 }
 
 QTEST_GUILESS_MAIN(TestSafeUpdate)
