@@ -188,6 +188,7 @@ const CatalogueEntry kCatalogue[] = {
     {"Message", "FileExists", &M::MessageFileExists, "Il file %v esiste già. Vuoi sostituirlo?"},
     {"StatusBar", "NotWritten", &M::StatusBarNotWritten,
      "Impossibile scrivere l'archivio: è rimasto com'era."},
+    {"StatusBar", "NotAdded", &M::StatusBarNotAdded, "File non aggiunti all'archivio: %v"},
 };
 
 QString Filter(std::initializer_list<std::pair<const QString *, const char *>> pairs)

@@ -43,7 +43,8 @@ struct MessageStrings {
     // StatusBar; "%v" stands for the value the caller puts in
     QString StatusBarDelete, StatusBarExtract, StatusBarAdd, StatusBarReady, StatusBarOpen,
         StatusBarReadList, StatusBarAdditionalList,
-        StatusBarNotWritten;  // the archive could not be written and was left as it was
+        StatusBarNotWritten,  // the archive could not be written and was left as it was
+        StatusBarNotAdded;    // "%v": how many files of an add did not go in
     // Message
     QString MessageDelete, MessageRemoveFileList, MessageCreateDir;
     // InfoMPQ: the archive's property dialog

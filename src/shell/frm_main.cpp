@@ -893,8 +893,12 @@ void frmMain::ListAfterAdd(const AddReport &report)
         ListingPorts ports{*this, *this, *model_};
         LoadArchiveClassic(session_.FileName, config_, ports, session_.TotalSize);
     }
-    // The listing ends on "ready"; an archive that could not be written says so.
-    if (!report.written) SetStatusText(Texts().StatusBarNotWritten);
+    // The listing ends on "ready"; an archive that could not be written, or
+    // files that did not go in (a full disk, a file gone), say so instead.
+    if (!report.written)
+        SetStatusText(Texts().StatusBarNotWritten);
+    else if (!report.failed.isEmpty())
+        SetStatusText(ReplaceValue(Texts().StatusBarNotAdded, QString::number(report.failed.size())));
 }
 
 void frmMain::mnuAdd_Click()
