@@ -154,9 +154,9 @@ int FormatVersion(const Header &header)
     }
 }
 
-// StormLib 9.22 asserts, and so aborts, while it reads a version 2 header
-// whose tables do not lie in the order hash table, block table, high block
-// table, each at most as long as its entries need; it measures them from the
+// StormLib 9.22 asserts, and so aborts, or writes past a buffer, while it
+// reads a version 2 header whose tables do not lie in the order hash table,
+// block table, high block table, each at most as long as its entries need; it measures them from the
 // next table's position, or from the archive's end. This repeats the
 // engine's measure.
 bool Version2TablesInOrder(const Header &header, std::uint64_t fileSize)
@@ -168,6 +168,9 @@ bool Version2TablesInOrder(const Header &header, std::uint64_t fileSize)
     const std::uint64_t highBlockAt = Le64(h + 32);
     const std::uint64_t blockBytes = std::uint64_t{blockEntries} * 16;
     if (blockAt < hashAt) return true;  // taken as damaged, not measured
+    // The hash table is read at its measured length into a buffer of its
+    // entries' size: a longer one writes past that buffer.
+    if (blockAt - hashAt > std::uint64_t{Le32(h + 24) & BLOCK_INDEX_MASK} * 16) return false;
     auto archiveEnd = [&]() -> std::uint64_t {
         if ((fileSize >> 32) == 0 && blockPos < archiveSize) {
             if (std::uint64_t{archiveSize - blockPos} <= blockBytes) return archiveSize;

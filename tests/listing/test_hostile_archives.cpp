@@ -3,6 +3,7 @@
 // sanitizer build) 1 GiB of address space.
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -114,6 +115,16 @@ private slots:
         QByteArray hugeSectors = HandMadeArchive(8, {list, a});
         hugeSectors[14] = 22;
         QTest::newRow("sectors of 2 GiB") << hugeSectors << 0;
+
+        // A version 2 header whose hash table begins further before its block
+        // table than its entries need: the engine read the whole gap into the
+        // hash table's buffer.
+        QByteArray gap = HandMadeArchive(8, {list, a});
+        gap.replace(4, 4, Word(44));
+        gap[12] = 1;
+        gap.replace(32, 12, QByteArray(12, '\0'));
+        gap.replace(16, 4, Word(qFromLittleEndian<quint32>(gap.constData() + 16) - 24));
+        QTest::newRow("version 2 hash table with a gap") << gap << 0;
 
         // Tables far larger than the file: refused before the engine allocates
         // them. The engine itself would list these after seconds and gigabytes
