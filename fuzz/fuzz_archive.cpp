@@ -17,17 +17,6 @@
 
 namespace {
 
-struct SilentPorts : StatusPanel, ProgressBar, RowSink {
-    std::vector<ListRow> rows;
-    void SetStatusText(const QString &) override {}
-    void SetProgressMax(int) override {}
-    void SetProgressValue(int) override {}
-    void SetProgressVisible(bool) override {}
-    void SetSorted(bool) override {}
-    void AddRow(ListRow row) override { rows.push_back(std::move(row)); }
-    void ClearRows() override { rows.clear(); }
-};
-
 const std::string &ArchivePath()
 {
     static const std::string path = [] {
@@ -66,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     if (!WriteInput(data, size)) return 0;
     const QString path = QString::fromLocal8Bit(ArchivePath().c_str());
     AppConfig config;  // the first start's settings: internal list, type detection on
-    SilentPorts ports;
+    CollectingPorts ports;
     ListingPorts listing{ports, ports, ports};
     qint64 totalSize = 0;
     LoadArchiveClassic(path, config, listing, totalSize);

@@ -168,18 +168,6 @@ Options ParseOptions(const QStringList &argv)
     return options;
 }
 
-// The listing reports nothing to a script: only the rows matter.
-struct CollectingPorts : StatusPanel, ProgressBar, RowSink {
-    std::vector<ListRow> rows;
-    void SetStatusText(const QString &) override {}
-    void SetProgressMax(int) override {}
-    void SetProgressValue(int) override {}
-    void SetProgressVisible(bool) override {}
-    void SetSorted(bool) override {}
-    void AddRow(ListRow row) override { rows.push_back(std::move(row)); }
-    void ClearRows() override { rows.clear(); }
-};
-
 // Exit status 2 or 3 with a message when `path` is no archive, else 0.
 int CheckArchive(const QString &path)
 {

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <vector>
+
 #include "listing/list_row.h"
 
 class StatusPanel {
@@ -62,4 +64,17 @@ public:
 class NoEvents : public EventQueue {
 public:
     void Yield() override {}
+};
+
+// A listing that reports nothing, for callers to whom only the rows matter
+// (a script, the fuzzing target).
+struct CollectingPorts : StatusPanel, ProgressBar, RowSink {
+    std::vector<ListRow> rows;
+    void SetStatusText(const QString &) override {}
+    void SetProgressMax(int) override {}
+    void SetProgressValue(int) override {}
+    void SetProgressVisible(bool) override {}
+    void SetSorted(bool) override {}
+    void AddRow(ListRow row) override { rows.push_back(std::move(row)); }
+    void ClearRows() override { rows.clear(); }
 };
