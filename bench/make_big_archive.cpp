@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 
 int main(int argc, char *argv[])
 {

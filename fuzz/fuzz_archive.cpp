@@ -13,7 +13,7 @@
 
 #include "config/app_config.h"
 #include "listing/classic_listing.h"
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-#include "listing/mpq_hash.h"
-#include "listing/mpq_library.h"
+#include "mpq/mpq_hash.h"
+#include "mpq/mpq_library.h"
 
 namespace {
 

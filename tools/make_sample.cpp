@@ -12,7 +12,7 @@
 #include <cmath>
 #include <cstdio>
 
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "cli/cli_output.h"
-#include "cli/cli_tools.h"
+#include "cli_output.h"
+#include "cli_tools.h"
 #include "config/app_config.h"
 #include "config/catalogue.h"
 #include "editing/add_files.h"
@@ -20,7 +20,7 @@
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
 #include "listing/classic_listing.h"
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 #include "listing/row_order.h"
 #include "listing/text_encoding.h"
 #include "properties/archive_properties.h"

@@ -1,9 +1,9 @@
-#include "cli/cli_tools.h"
+#include "cli_tools.h"
 
 #include <QDir>
 #include <QFileInfo>
 
-#include "cli/cli_output.h"
+#include "cli_output.h"
 #include "editing/helpers/paths.h"
 #include "tools/embed_archive.h"
 #include "tools/mpq_header.h"

@@ -45,8 +45,8 @@
 #include "shell/archive_list_view.h"
 #include "shell/folder_tree_widget.h"
 #include "shell/frm_main_icons.h"
-#include "shell/startup.h"
-#include "shell/twips.h"
+#include "config/startup.h"
+#include "layout/twips.h"
 #include "tools/frm_mpq_embedder.h"
 #include "tools/self_executing.h"
 

@@ -18,8 +18,8 @@
 
 #include "config/app_config.h"
 #include "listing/reporting.h"
-#include "shell/archive_session.h"
-#include "shell/startup.h"
+#include "session/archive_session.h"
+#include "config/startup.h"
 
 class QAction;
 class QActionGroup;

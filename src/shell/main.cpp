@@ -2,9 +2,9 @@
 #include <QApplication>
 #include <QDir>
 
-#include "editing/helpers/dialogs_qt.h"
+#include "dialogs/dialogs_qt.h"
 #include "shell/frm_main.h"
-#include "shell/startup.h"
+#include "config/startup.h"
 
 int main(int argc, char *argv[])
 {

@@ -7,7 +7,7 @@
 #include <QtTest>
 
 #include "editing/helpers/dialogs.h"
-#include "editing/helpers/dialogs_qt.h"
+#include "dialogs/dialogs_qt.h"
 
 namespace {
 

@@ -11,7 +11,7 @@
 
 #include "config/app_config.h"
 #include "listing/classic_listing.h"
-#include "listing/mpq_guards.h"
+#include "mpq/mpq_guards.h"
 #include "support/archive_factory.h"
 #include "support/recording_ports.h"
 

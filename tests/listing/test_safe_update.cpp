@@ -14,8 +14,8 @@
 
 #include <functional>
 
-#include "listing/mpq_journal.h"
-#include "listing/mpq_library.h"
+#include "mpq/mpq_journal.h"
+#include "mpq/mpq_library.h"
 #include "support/archive_factory.h"
 #include "support/cli_runner.h"
 

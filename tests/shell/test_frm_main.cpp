@@ -21,7 +21,7 @@
 #include "shell/archive_list_model.h"
 #include "config/frm_config.h"
 #include "shell/frm_main.h"
-#include "shell/startup.h"
+#include "config/startup.h"
 #include "support/archive_factory.h"
 #include "support/scripted_dialogs.h"
 

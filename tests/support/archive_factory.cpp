@@ -12,7 +12,7 @@
 
 #include <cmath>
 
-#include "listing/mpq_hash.h"
+#include "mpq/mpq_hash.h"
 
 namespace fixtures {
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 #include "listing/reporting.h"
 
 namespace fixtures {

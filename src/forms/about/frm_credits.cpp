@@ -12,9 +12,9 @@
 
 #include "about/scrolling_credits_widget.h"
 #include "config/catalogue.h"
-#include "editing/helpers/dialogs_qt.h"
-#include "listing/mpq_library.h"
-#include "shell/startup.h"
+#include "dialogs/dialogs_qt.h"
+#include "mpq/mpq_library.h"
+#include "config/startup.h"
 #include "tools/archive_drum_widget.h"
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include "config/registry.h"
 #include "editing/helpers/run_and_wait.h"
-#include "shell/startup.h"
+#include "config/startup.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "listing/mpq_hash.h"
+#include "mpq/mpq_hash.h"
 
 namespace mpq {
 

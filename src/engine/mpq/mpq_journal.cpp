@@ -1,4 +1,4 @@
-#include "listing/mpq_journal.h"
+#include "mpq/mpq_journal.h"
 
 #include <fcntl.h>
 #include <sys/file.h>

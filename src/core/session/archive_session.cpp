@@ -1,4 +1,4 @@
-#include "shell/archive_session.h"
+#include "session/archive_session.h"
 
 void AddRecent(QStringList &recentFiles, const QString &path)
 {

@@ -6,7 +6,7 @@
 
 #include "config/ini_file.h"
 #include "editing/helpers/file_walk.h"
-#include "shell/startup.h"
+#include "config/startup.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 
 #include "config/catalogue.h"
 #include "editing/helpers/paths.h"
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 #include "listing/text_encoding.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "shell/startup.h"
+#include "config/startup.h"
 
 #include <QDir>
 #include <QFileInfo>

@@ -8,11 +8,11 @@
 // it opened, pseudo-names) reaches the list. A slot that no candidate names is
 // listed as "~unknowns\unknownNNNNNNNN", NNNNNNNN being the slot number; that
 // name, with or without an extension behind it, opens the slot's file again.
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 
-#include "listing/mpq_guards.h"
-#include "listing/mpq_hash.h"
-#include "listing/mpq_journal.h"
+#include "mpq/mpq_guards.h"
+#include "mpq/mpq_hash.h"
+#include "mpq/mpq_journal.h"
 
 #include <StormLib.h>
 

@@ -4,7 +4,7 @@
 #include <QPushButton>
 
 #include "properties/archive_properties.h"
-#include "shell/twips.h"
+#include "layout/twips.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "editing/helpers/dialogs_qt.h"
+#include "dialogs/dialogs_qt.h"
 
 #include <QApplication>
 #include <QDesktopServices>

@@ -4,7 +4,7 @@
 
 #include <QString>
 
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 
 // Opens the archive at `archivePath` for update, keeping its internal list
 // current: as an existing archive first, otherwise made new where the file

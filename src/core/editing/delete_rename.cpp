@@ -2,7 +2,7 @@
 
 #include "config/catalogue.h"
 #include "editing/archive_update.h"
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 #include "listing/text_encoding.h"
 
 DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArray> &names, qint32 defaultMaxFiles,

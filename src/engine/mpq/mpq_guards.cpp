@@ -3,9 +3,9 @@
 // damaged or hostile archive must instead list what can be listed, and a file
 // that cannot be read must count as unreadable. Each guard below names the
 // fault it keeps the engine away from.
-#include "listing/mpq_guards.h"
+#include "mpq/mpq_guards.h"
 
-#include "listing/mpq_hash.h"
+#include "mpq/mpq_hash.h"
 
 #include <StormLib.h>
 

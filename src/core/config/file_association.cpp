@@ -2,7 +2,7 @@
 
 #include "config/ini_file.h"
 #include "config/registry.h"
-#include "shell/startup.h"
+#include "config/startup.h"
 #include "listing/text_encoding.h"
 
 #include <QFile>

@@ -7,7 +7,7 @@
 
 #include <vector>
 
-#include "listing/mpq_library.h"
+#include "mpq/mpq_library.h"
 #include "listing/reporting.h"
 
 struct AppConfig;
