@@ -30,17 +30,17 @@ int main(int argc, char *argv[])
         sourcePaths[i] = QFile::encodeName(path).toStdString();
     }
     std::remove(archive.c_str());
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(
         archive, mpq::MOAU_CREATE_NEW | mpq::MOAU_MAINTAIN_LISTFILE, static_cast<std::uint32_t>(count + 16));
-    if (update == nullptr) return 1;
+    if (!update) return 1;
     char name[64];
     for (long i = 0; i < count; ++i) {
         std::snprintf(name, sizeof name, "folder%03ld\\sub%02ld\\file%06ld.txt", i % 500, i % 37, i);
-        if (!mpq::MpqAddFileToArchiveEx(update, sourcePaths[i % 16], name, mpq::MAFA_COMPRESS,
+        if (!mpq::MpqAddFileToArchiveEx(update.get(), sourcePaths[i % 16], name, mpq::MAFA_COMPRESS,
                                         mpq::MAFA_COMPRESS_STANDARD, -1)) {
             std::fprintf(stderr, "add failed at %ld\n", i);
             return 1;
         }
     }
-    return mpq::MpqCloseUpdatedArchive(update, 0) ? 0 : 1;
+    return update.Close() ? 0 : 1;
 }

@@ -38,14 +38,13 @@ bool WriteInput(const std::uint8_t *data, std::size_t size)
 // Reads a stored file to its end in pieces, as far as the engine gives it.
 void ReadWhole(mpq::MpqHandle archive, const QByteArray &name)
 {
-    mpq::MpqHandle file = nullptr;
-    if (!mpq::SFileOpenFileEx(archive, name.toStdString(), 0, &file)) return;
+    const mpq::StoredFile file = mpq::SFileOpenFileEx(archive, name.toStdString());
+    if (!file) return;
     static std::vector<char> buffer(1 << 16);
     std::uint32_t read = 0;
-    while (mpq::SFileReadFile(file, buffer.data(), static_cast<std::uint32_t>(buffer.size()), &read, nullptr) &&
+    while (mpq::SFileReadFile(file.get(), buffer.data(), static_cast<std::uint32_t>(buffer.size()), &read, nullptr) &&
            read == buffer.size()) {
     }
-    mpq::SFileCloseFile(file);
 }
 
 }  // namespace
@@ -60,10 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     qint64 totalSize = 0;
     LoadArchiveClassic(path, config, listing, totalSize);
 
-    mpq::MpqHandle archive = nullptr;
-    if (mpq::SFileOpenArchive(ArchivePath(), 0, 0, &archive)) {
-        for (const ListRow &row : ports.rows) ReadWhole(archive, row.Tag);
-        mpq::SFileCloseArchive(archive);
-    }
+    if (const mpq::Archive archive = mpq::SFileOpenArchive(ArchivePath()))
+        for (const ListRow &row : ports.rows) ReadWhole(archive.get(), row.Tag);
     return 0;
 }

@@ -82,17 +82,17 @@ Bytes Made(const std::string &folder, const std::vector<Stored> &files, bool kee
     const std::string path = folder + "/made.tmp";
     std::remove(path.c_str());
     const std::uint32_t flags = mpq::MOAU_CREATE_NEW | (keepList ? mpq::MOAU_MAINTAIN_LISTFILE : 0);
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(path, flags, 16);
-    if (update == nullptr) return {};
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(path, flags, 16);
+    if (!update) return {};
     const std::string source = folder + "/source.tmp";
     for (const Stored &file : files) {
         WriteFile(source, file.data);
         if (file.wave)
-            mpq::MpqAddWaveToArchive(update, source, file.name, file.flags, file.type);
+            mpq::MpqAddWaveToArchive(update.get(), source, file.name, file.flags, file.type);
         else
-            mpq::MpqAddFileToArchiveEx(update, source, file.name, file.flags, file.type, -1);
+            mpq::MpqAddFileToArchiveEx(update.get(), source, file.name, file.flags, file.type, -1);
     }
-    mpq::MpqCloseUpdatedArchive(update, 0);
+    update.Close();
     std::remove(source.c_str());
     Bytes bytes = ReadFile(path);
     std::remove(path.c_str());

@@ -115,20 +115,20 @@ int main(int argc, char *argv[])
 
     const QString archive = out + QStringLiteral("/sample.mpq");
     QFile::remove(archive);
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(
         QFile::encodeName(archive).toStdString(), mpq::MOAU_CREATE_NEW | mpq::MOAU_MAINTAIN_LISTFILE, 64);
-    if (update == nullptr) {
+    if (!update) {
         std::fprintf(stderr, "cannot create %s\n", qPrintable(archive));
         return 1;
     }
     bool ok = true;
     for (const Sample &s : samples) {
         const std::string source = QFile::encodeName(s.disk).toStdString();
-        ok = (s.wave ? mpq::MpqAddWaveToArchive(update, source, s.stored, mpq::MAFA_COMPRESS, mpq::MAWA_QUALITY_MEDIUM)
-                     : mpq::MpqAddFileToArchiveEx(update, source, s.stored, mpq::MAFA_COMPRESS,
+        ok = (s.wave ? mpq::MpqAddWaveToArchive(update.get(), source, s.stored, mpq::MAFA_COMPRESS, mpq::MAWA_QUALITY_MEDIUM)
+                     : mpq::MpqAddFileToArchiveEx(update.get(), source, s.stored, mpq::MAFA_COMPRESS,
                                                   mpq::MAFA_COMPRESS_STANDARD, -1)) && ok;
     }
-    ok = mpq::MpqCloseUpdatedArchive(update, 0) && ok;
+    ok = update.Close() && ok;
     if (!ok) {
         std::fprintf(stderr, "cannot fill %s\n", qPrintable(archive));
         return 1;

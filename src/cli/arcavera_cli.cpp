@@ -179,12 +179,10 @@ int CheckArchive(const QString &path)
         PrintError(QStringLiteral("%1: is a folder, not an archive").arg(path));
         return 2;
     }
-    mpq::MpqHandle archive = nullptr;
-    if (!mpq::SFileOpenArchive(PathBytes(path).toStdString(), 0, 0, &archive)) {
+    if (!mpq::SFileOpenArchive(PathBytes(path).toStdString())) {
         PrintError(QStringLiteral("%1: holds no MPQ archive").arg(path));
         return 3;
     }
-    mpq::SFileCloseArchive(archive);
     return 0;
 }
 
@@ -295,9 +293,7 @@ int ReportArchiveNotOpened(const QString &archive, bool hadContent)
         PrintError(QStringLiteral("%1: the archive cannot be made there").arg(archive));
         return 2;
     }
-    mpq::MpqHandle readable = nullptr;
-    if (mpq::SFileOpenArchive(PathBytes(archive).toStdString(), 0, 0, &readable)) {
-        mpq::SFileCloseArchive(readable);
+    if (mpq::SFileOpenArchive(PathBytes(archive).toStdString())) {
         PrintError(QStringLiteral("%1: the archive cannot be written").arg(archive));
         return 2;
     }
@@ -397,13 +393,8 @@ int CheckArchiveToChange(const QString &path)
 // Whether the archive stores a file of the name, read apart from any change.
 bool IsStored(const QString &archive, const QByteArray &name)
 {
-    mpq::MpqHandle reading = nullptr;
-    if (!mpq::SFileOpenArchive(PathBytes(archive).toStdString(), 0, 0, &reading)) return false;
-    mpq::MpqHandle file = nullptr;
-    const bool stored = mpq::SFileOpenFileEx(reading, name.toStdString(), 0, &file);
-    if (stored) mpq::SFileCloseFile(file);
-    mpq::SFileCloseArchive(reading);
-    return stored;
+    const mpq::Archive reading = mpq::SFileOpenArchive(PathBytes(archive).toStdString());
+    return reading && mpq::SFileOpenFileEx(reading.get(), name.toStdString());
 }
 
 qint32 DefaultMaxFiles(const QString &iniPath)

@@ -273,10 +273,9 @@ void TestAddFiles::anyMaximumFileCount()
     QCOMPARE(report.added, int(names.size()));
     for (const QString &name : names) QCOMPARE(ReadStored(archive, name.toStdString()), name.toUtf8());
     if (tableSize == 0) return;
-    mpq::MpqHandle handle = nullptr;
-    QVERIFY(mpq::SFileOpenArchive(Bytes(archive), 0, 0, &handle));
-    QCOMPARE(mpq::SFileGetFileInfo(handle, mpq::SFILE_INFO_HASH_TABLE_SIZE), std::int64_t(tableSize));
-    mpq::SFileCloseArchive(handle);
+    const mpq::Archive handle = mpq::SFileOpenArchive(Bytes(archive));
+    QVERIFY(handle);
+    QCOMPARE(mpq::SFileGetFileInfo(handle.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE), std::int64_t(tableSize));
 }
 
 void TestAddFiles::firstRunRulesOnDisk_data()

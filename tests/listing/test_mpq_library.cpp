@@ -32,11 +32,7 @@ const mpq::FileListEntry *Find(const std::vector<mpq::FileListEntry> &entries, c
 
 std::int64_t HashSlots(const QString &path)
 {
-    mpq::MpqHandle h = nullptr;
-    mpq::SFileOpenArchive(Bytes(path), 0, 0, &h);
-    const std::int64_t slotCount = mpq::SFileGetFileInfo(h, mpq::SFILE_INFO_HASH_TABLE_SIZE);
-    mpq::SFileCloseArchive(h);
-    return slotCount;
+    return mpq::SFileGetFileInfo(mpq::SFileOpenArchive(Bytes(path)).get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
 }
 
 }  // namespace
@@ -95,17 +91,16 @@ void TestMpqLibrary::hashSlotsOfThingsThatAreNoArchive()
     if (kind == "text") path = WriteFile(Path("notes.txt"), "just some text\r\nand more\r\n");
     if (kind == "folder") { path = Path("folder.mpq"); QDir().mkpath(path); }
     if (kind == "missing") path = Path("nowhere/none.mpq");
-    mpq::MpqHandle h = nullptr;
-    QVERIFY(!mpq::SFileOpenArchive(Bytes(path), 0, 0, &h));
-    QCOMPARE(h, nullptr);
+    const mpq::Archive archive = mpq::SFileOpenArchive(Bytes(path));
+    QVERIFY(!archive);
+    mpq::MpqHandle h = archive.get();
     QVERIFY(mpq::SFileGetFileInfo(h, mpq::SFILE_INFO_HASH_TABLE_SIZE) < 0);
     std::vector<mpq::FileListEntry> entries(4);
     QVERIFY(!mpq::SFileListFiles(h, "", entries, 0));
     QVERIFY(std::all_of(entries.begin(), entries.end(), [](auto &e) { return e.FileExists == 0; }));
-    mpq::MpqHandle f = nullptr;
-    QVERIFY(!mpq::SFileOpenFileEx(h, "(ListFile)", 0, &f));
-    QVERIFY(mpq::SFileGetFileInfo(f, mpq::SFILE_INFO_SIZE) < 0);
-    QVERIFY(!mpq::SFileCloseArchive(h));
+    const mpq::StoredFile f = mpq::SFileOpenFileEx(h, "(ListFile)");
+    QVERIFY(!f);
+    QVERIFY(mpq::SFileGetFileInfo(f.get(), mpq::SFILE_INFO_SIZE) < 0);
 }
 
 void TestMpqLibrary::hashSlotsOfHandMadeArchives_data()
@@ -138,23 +133,21 @@ void TestMpqLibrary::sizeOfStoredFileAndOfNothing()
 {
     const QString path = Path("sizes.mpq");
     QVERIFY(MakeArchive(path, {{"units\\a.txt", TextData(5000)}, {"empty.txt", {}}}, Path("src-sizes")));
-    mpq::MpqHandle h = nullptr;
-    QVERIFY(mpq::SFileOpenArchive(Bytes(path), 0, 0, &h));
-    mpq::MpqHandle f = nullptr;
-    QVERIFY(mpq::SFileOpenFileEx(h, "UNITS\\A.TXT", 0, &f));  // names are blind to case
-    QCOMPARE(mpq::SFileGetFileInfo(f, mpq::SFILE_INFO_SIZE), qint64(5000));
-    QVERIFY(mpq::SFileGetFileInfo(f, mpq::SFILE_INFO_COMPRESSED_SIZE) < 5000);
-    QVERIFY(mpq::SFileCloseFile(f));
-    QVERIFY(mpq::SFileOpenFileEx(h, "empty.txt", 0, &f));
-    QCOMPARE(mpq::SFileGetFileInfo(f, mpq::SFILE_INFO_SIZE), qint64(0));
+    const mpq::Archive h = mpq::SFileOpenArchive(Bytes(path));
+    QVERIFY(h);
+    mpq::StoredFile f = mpq::SFileOpenFileEx(h.get(), "UNITS\\A.TXT");  // names are blind to case
+    QVERIFY(f);
+    QCOMPARE(mpq::SFileGetFileInfo(f.get(), mpq::SFILE_INFO_SIZE), qint64(5000));
+    QVERIFY(mpq::SFileGetFileInfo(f.get(), mpq::SFILE_INFO_COMPRESSED_SIZE) < 5000);
+    f = mpq::SFileOpenFileEx(h.get(), "empty.txt");
+    QVERIFY(f);
+    QCOMPARE(mpq::SFileGetFileInfo(f.get(), mpq::SFILE_INFO_SIZE), qint64(0));
     char buffer[3] = {1, 2, 3};
     std::uint32_t read = 7;
-    mpq::SFileReadFile(f, buffer, 3, &read, nullptr);
+    mpq::SFileReadFile(f.get(), buffer, 3, &read, nullptr);
     QCOMPARE(read, 0u);
-    QVERIFY(mpq::SFileCloseFile(f));
-    QVERIFY(!mpq::SFileOpenFileEx(h, "missing.txt", 0, &f));
-    QVERIFY(mpq::SFileGetFileInfo(f, mpq::SFILE_INFO_SIZE) < 0);
-    QVERIFY(mpq::SFileCloseArchive(h));
+    f = mpq::SFileOpenFileEx(h.get(), "missing.txt");
+    QVERIFY(!f);
 }
 
 void TestMpqLibrary::listingNamesFromInternalList()
@@ -242,8 +235,9 @@ void TestMpqLibrary::listingFillsFromIndexZeroAndStopsAtTheArraySize()
 {
     const QString path = Path("fill.mpq");
     QVERIFY(MakeArchive(path, {{"1.txt", "1"}, {"2.txt", "22"}, {"3.txt", "333"}}, Path("src-fill"), 16));
-    mpq::MpqHandle h = nullptr;
-    QVERIFY(mpq::SFileOpenArchive(Bytes(path), 0, 0, &h));
+    const mpq::Archive archive = mpq::SFileOpenArchive(Bytes(path));
+    QVERIFY(archive);
+    mpq::MpqHandle h = archive.get();
     std::vector<mpq::FileListEntry> entries(17);
     QVERIFY(mpq::SFileListFiles(h, "1.txt\r\n2.txt\r\n3.txt", entries, 0));
     QVERIFY(std::all_of(entries.begin(), entries.begin() + 4, [](auto &e) { return e.FileExists != 0; }));
@@ -251,7 +245,6 @@ void TestMpqLibrary::listingFillsFromIndexZeroAndStopsAtTheArraySize()
     std::vector<mpq::FileListEntry> small(2);
     QVERIFY(mpq::SFileListFiles(h, "", small, 0));
     QVERIFY(small[0].FileExists && small[1].FileExists);
-    mpq::SFileCloseArchive(h);
 }
 
 void TestMpqLibrary::handMadeArchiveWithBrokenEntries()
@@ -371,23 +364,23 @@ void TestMpqLibrary::openForUpdateRefusals()
     if (kind == "text") before = QFile::exists(WriteFile(path, "plain text, keep me")) ? ReadFile(path) : QByteArray();
     if (kind == "folder") QDir().mkpath(path);
     if (kind == "archive") QVERIFY(MakeArchive(path, {{"x.txt", "x"}}, Path("src-" + tag)));
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(path), flags, 32);
-    QCOMPARE(update != nullptr, opens);
-    if (update) QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), flags, 32);
+    QCOMPARE(bool(update), opens);
+    if (update) QVERIFY(update.Close());
     if (kind == "text") QCOMPARE(ReadFile(path), before);  // never written over
 }
 
 void TestMpqLibrary::createTakesOverEmptyFileWithMaximumSlots()
 {
     const QString path = WriteFile(Path("new.mpq"), {});
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_OPEN_EXISTING | 1, 256);
-    QCOMPARE(update, nullptr);
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_OPEN_EXISTING | 1, 256);
+    QVERIFY(!update);
     update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_MAINTAIN_LISTFILE, 256);
-    QVERIFY(update != nullptr);
+    QVERIFY(update);
     const QString source = WriteFile(Path("new-src/readme.txt"), TextData(321));
-    QVERIFY(mpq::MpqAddFileToArchiveEx(update, Bytes(source), "docs\\readme.txt", mpq::MAFA_COMPRESS,
+    QVERIFY(mpq::MpqAddFileToArchiveEx(update.get(), Bytes(source), "docs\\readme.txt", mpq::MAFA_COMPRESS,
                                        mpq::MAFA_COMPRESS_STANDARD, -1));
-    QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+    QVERIFY(update.Close());
     QCOMPARE(HashSlots(path), qint64(256));
     const auto names = Names(List(path, InternalList(path)));
     QVERIFY(names.count("docs\\readme.txt"));
@@ -398,7 +391,7 @@ void TestMpqLibrary::createNeverOverwritesAnArchive()
     const QString path = Path("keep.mpq");
     QVERIFY(MakeArchive(path, {{"keep.txt", "precious"}}, Path("src-keep")));
     const QByteArray before = ReadFile(path);
-    QCOMPARE(mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_MAINTAIN_LISTFILE, 16), nullptr);
+    QVERIFY(!mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_MAINTAIN_LISTFILE, 16));
     QCOMPARE(ReadFile(path), before);
 }
 
@@ -407,12 +400,12 @@ void TestMpqLibrary::absurdMaximumStillMakesAUsableArchive()
 {
     for (const std::uint32_t maximum : {0xFFFFFFFEu, 0x7FFFFFFFu, 1u << 27}) {
         const QString path = Path(QStringLiteral("absurd-%1.mpq").arg(maximum));
-        mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_MAINTAIN_LISTFILE, maximum);
-        QVERIFY(update != nullptr);
+        mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_MAINTAIN_LISTFILE, maximum);
+        QVERIFY(update);
         const QString source = WriteFile(Path("absurd-src/a.txt"), TextData(100));
-        QVERIFY(mpq::MpqAddFileToArchiveEx(update, Bytes(source), "a.txt", mpq::MAFA_COMPRESS,
+        QVERIFY(mpq::MpqAddFileToArchiveEx(update.get(), Bytes(source), "a.txt", mpq::MAFA_COMPRESS,
                                            mpq::MAFA_COMPRESS_STANDARD, -1));
-        QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+        QVERIFY(update.Close());
         QCOMPARE(HashSlots(path), qint64(1) << 20);
         QCOMPARE(ReadStored(path, "a.txt"), TextData(100));
     }
@@ -423,12 +416,12 @@ void TestMpqLibrary::addingToArchiveWithoutListKeepsNames()
     // An archive written by another tool, without an internal list.
     const QString path = WriteFile(Path("bare.mpq"), HandMadeArchive(16, {{"old.txt", TextData(100)}}));
     QVERIFY(InternalList(path).empty());
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_OPEN_EXISTING | 1, 1024);
-    QVERIFY(update != nullptr);
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_OPEN_EXISTING | 1, 1024);
+    QVERIFY(update);
     const QString source = WriteFile(Path("bare-src/new.txt"), TextData(200));
-    QVERIFY(mpq::MpqAddFileToArchiveEx(update, Bytes(source), "added\\new.txt", mpq::MAFA_COMPRESS,
+    QVERIFY(mpq::MpqAddFileToArchiveEx(update.get(), Bytes(source), "added\\new.txt", mpq::MAFA_COMPRESS,
                                        mpq::MAFA_COMPRESS_DEFLATE, 9));
-    QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+    QVERIFY(update.Close());
     const std::string list = InternalList(path);
     QVERIFY(list.find("added\\new.txt") != std::string::npos);
     const auto entries = List(path, list);
@@ -460,13 +453,13 @@ void TestMpqLibrary::replaceFlagDecidesOverAnExistingName()
     const QString path = Path("replace.mpq");
     QVERIFY(MakeArchive(path, {{"x.txt", "first"}}, Path("src-replace")));
     const QString second = WriteFile(Path("src-replace/second.txt"), "second version");
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 5, 64);
-    QVERIFY(!mpq::MpqAddFileToArchiveEx(update, Bytes(second), "x.txt", 0, 0, -1));
-    QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 5, 64);
+    QVERIFY(!mpq::MpqAddFileToArchiveEx(update.get(), Bytes(second), "x.txt", 0, 0, -1));
+    QVERIFY(update.Close());
     QCOMPARE(ReadStored(path, "x.txt"), QByteArray("first"));
     update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 5, 64);
-    QVERIFY(mpq::MpqAddFileToArchiveEx(update, Bytes(second), "X.TXT", mpq::MAFA_REPLACE_EXISTING, 0, -1));
-    QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+    QVERIFY(mpq::MpqAddFileToArchiveEx(update.get(), Bytes(second), "X.TXT", mpq::MAFA_REPLACE_EXISTING, 0, -1));
+    QVERIFY(update.Close());
     QCOMPARE(ReadStored(path, "x.txt"), QByteArray("second version"));
     QCOMPARE(int(List(path, InternalList(path)).size()), 2);  // the file and the list, once each
 }
@@ -476,12 +469,12 @@ void TestMpqLibrary::deleteAndRenameAreListed()
     const QString path = Path("edit.mpq");
     QVERIFY(MakeArchive(path, {{"keep.txt", TextData(11)}, {"gone.txt", TextData(22)},
                                {"old\\name.txt", TextData(33)}}, Path("src-edit")));
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 5, 64);
-    QVERIFY(mpq::MpqDeleteFile(update, "gone.txt"));
-    QVERIFY(mpq::MpqRenameFile(update, "old\\name.txt", "new\\place\\name.txt"));
-    QVERIFY(!mpq::MpqRenameFile(update, "keep.txt", "new\\place\\name.txt"));  // the name is taken
-    QVERIFY(!mpq::MpqDeleteFile(update, "never.txt"));
-    QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 5, 64);
+    QVERIFY(mpq::MpqDeleteFile(update.get(), "gone.txt"));
+    QVERIFY(mpq::MpqRenameFile(update.get(), "old\\name.txt", "new\\place\\name.txt"));
+    QVERIFY(!mpq::MpqRenameFile(update.get(), "keep.txt", "new\\place\\name.txt"));  // the name is taken
+    QVERIFY(!mpq::MpqDeleteFile(update.get(), "never.txt"));
+    QVERIFY(update.Close());
     const std::string list = InternalList(path);
     QVERIFY(list.find("gone.txt") == std::string::npos);
     const auto entries = List(path, list);
@@ -505,17 +498,17 @@ void TestMpqLibrary::deleteAndRenameOfUnknownEntries()
         if (e.FullSize == 202) nameOfB = e.StoredName;
     }
     QVERIFY(IsUnknown(nameOfA) && IsUnknown(nameOfB));
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 5, 64);
-    QVERIFY(mpq::MpqRenameFile(update, nameOfA + ".txt", "found\\again.txt"));
-    QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 5, 64);
+    QVERIFY(mpq::MpqRenameFile(update.get(), nameOfA + ".txt", "found\\again.txt"));
+    QVERIFY(update.Close());
     QCOMPARE(ReadStored(path, "found\\again.txt"), TextData(101, 'a'));
     QCOMPARE(ReadStored(path, "b.txt"), TextData(202, 'b'));
     entries = List(path, "");
     for (const auto &e : entries)
         if (e.FullSize == 202) nameOfB = e.StoredName;
     update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 5, 64);
-    QVERIFY(mpq::MpqDeleteFile(update, nameOfB));
-    QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+    QVERIFY(mpq::MpqDeleteFile(update.get(), nameOfB));
+    QVERIFY(update.Close());
     bool ok = true;
     ReadStored(path, "b.txt", &ok);
     QVERIFY(!ok);
@@ -526,12 +519,12 @@ void TestMpqLibrary::waveQualities()
 {
     const QString path = Path("waves.mpq");
     const QString source = WriteFile(Path("src-waves/tone.wav"), WaveData(44100));
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 1, 64);
-    QVERIFY(update != nullptr);
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), 1, 64);
+    QVERIFY(update);
     for (std::uint32_t q : {mpq::MAWA_QUALITY_MEDIUM, mpq::MAWA_QUALITY_LOW, mpq::MAWA_QUALITY_HIGH})
-        QVERIFY(mpq::MpqAddWaveToArchive(update, Bytes(source), "q" + std::to_string(q) + ".wav",
+        QVERIFY(mpq::MpqAddWaveToArchive(update.get(), Bytes(source), "q" + std::to_string(q) + ".wav",
                                          mpq::MAFA_COMPRESS, q));
-    QVERIFY(mpq::MpqCloseUpdatedArchive(update, 0));
+    QVERIFY(update.Close());
     const auto entries = List(path, InternalList(path));
     const quint32 normal = Find(entries, "q0.wav")->CompressedSize;
     const quint32 smallest = Find(entries, "q1.wav")->CompressedSize;

@@ -112,31 +112,30 @@ void TestSafeUpdate::cutOffUpdateIsUndone()
 
     const int status = CutOff([&] {
         const auto flags = mpq::MOAU_MAINTAIN_LISTFILE | (fresh ? mpq::MOAU_CREATE_NEW : mpq::MOAU_OPEN_EXISTING);
-        mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(archive), flags, 16);
-        if (update == nullptr) ::_exit(1);
+        mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(archive), flags, 16);
+        if (!update) ::_exit(1);
         const auto add = [&](const std::string &name) {
-            return mpq::MpqAddFileToArchiveEx(update, extra, name, mpq::MAFA_COMPRESS | mpq::MAFA_REPLACE_EXISTING,
+            return mpq::MpqAddFileToArchiveEx(update.get(), extra, name, mpq::MAFA_COMPRESS | mpq::MAFA_REPLACE_EXISTING,
                                               mpq::MAFA_COMPRESS_STANDARD, -1);
         };
         bool ok = true;
         if (change == QLatin1String("add") || fresh) ok = add("new.bin");
         if (change.startsWith(QLatin1String("replace"))) ok = add("file11.txt");
         if (change.startsWith(QLatin1String("delete")))
-            ok = mpq::MpqDeleteFile(update, "file11.txt") && mpq::MpqDeleteFile(update, "file10.txt") &&
+            ok = mpq::MpqDeleteFile(update.get(), "file11.txt") && mpq::MpqDeleteFile(update.get(), "file10.txt") &&
                  add("x.bin");
-        if (change.startsWith(QLatin1String("rename"))) ok = mpq::MpqRenameFile(update, "file3.txt", "moved\\f.txt");
+        if (change.startsWith(QLatin1String("rename"))) ok = mpq::MpqRenameFile(update.get(), "file3.txt", "moved\\f.txt");
         for (int n = 0; change.startsWith(QLatin1String("grow")) && n < 40; ++n)
             ok = add("grown" + std::to_string(n)) && ok;
         if (!ok) ::_exit(2);
-        mpq::MpqCloseUpdatedArchive(update, 0);
+        update.Close();
     });
     QCOMPARE(status, kStoppedBeforeCommit);
     QVERIFY(QFile::exists(QString::fromStdString(mpq::JournalPath(Bytes(archive)))));
     if (!fresh) QVERIFY(ReadFile(archive) != before);
 
     // Any open of the archive puts it back first.
-    mpq::MpqHandle reading = nullptr;
-    if (mpq::SFileOpenArchive(Bytes(archive), 0, 0, &reading)) mpq::SFileCloseArchive(reading);
+    mpq::SFileOpenArchive(Bytes(archive));
     QCOMPARE(QFile::exists(archive), change != QLatin1String("make a new archive"));
     if (QFile::exists(archive)) QVERIFY(ReadFile(archive) == before);
     QVERIFY(!QFile::exists(QString::fromStdString(mpq::JournalPath(Bytes(archive)))));
@@ -202,16 +201,16 @@ void TestSafeUpdate::fullDiskAddNamesWhatStayedOut()
     const int filler = ::open(QFile::encodeName(disk + QStringLiteral("/filler")).constData(), O_CREAT | O_WRONLY, 0600);
     QVERIFY(filler >= 0 && ::posix_fallocate(filler, 0, free - 12 * 1024) == 0);
     ::close(filler);
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(Bytes(archive), mpq::MOAU_OPEN_EXISTING, 64);
-    QVERIFY(update != nullptr);
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(archive), mpq::MOAU_OPEN_EXISTING, 64);
+    QVERIFY(update);
     int refused = 0;
     for (int n = 0; n < 30; ++n)
-        refused += !mpq::MpqAddFileToArchiveEx(update, Bytes(folder + QStringLiteral("/more/n%1.bin").arg(n)),
+        refused += !mpq::MpqAddFileToArchiveEx(update.get(), Bytes(folder + QStringLiteral("/more/n%1.bin").arg(n)),
                                                "n" + std::to_string(n), mpq::MAFA_COMPRESS,
                                                mpq::MAFA_COMPRESS_STANDARD, -1);
     QVERIFY(refused >= 15);
-    QCOMPARE(mpq::SFileGetFileInfo(update, mpq::SFILE_INFO_HASH_TABLE_SIZE), 64);
-    QVERIFY(!mpq::MpqCloseUpdatedArchive(update, 0));
+    QCOMPARE(mpq::SFileGetFileInfo(update.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE), 64);
+    QVERIFY(!update.Close());
     QVERIFY(ReadFile(archive) == before);
 }
 

@@ -97,17 +97,17 @@ bool MakeArchive(const QString &path, const QList<StoredFile> &files, const QStr
                  std::uint32_t maximumFiles)
 {
     QDir().mkpath(QFileInfo(path).absolutePath());
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(
         Bytes(path), mpq::MOAU_CREATE_NEW | mpq::MOAU_MAINTAIN_LISTFILE, maximumFiles);
-    if (update == nullptr) return false;
+    if (!update) return false;
     bool ok = true;
     int n = 0;
     for (const StoredFile &file : files) {
         const QString source = WriteFile(scratch + QStringLiteral("/src%1.bin").arg(n++), file.data);
-        ok = mpq::MpqAddFileToArchiveEx(update, Bytes(source), file.name.toStdString(), file.flags,
+        ok = mpq::MpqAddFileToArchiveEx(update.get(), Bytes(source), file.name.toStdString(), file.flags,
                                         file.type, -1) && ok;
     }
-    return mpq::MpqCloseUpdatedArchive(update, 0) && ok;
+    return update.Close() && ok;
 }
 
 bool HaveSmpq() { return !QStandardPaths::findExecutable(QStringLiteral("smpq")).isEmpty(); }
@@ -201,53 +201,44 @@ QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files
 
 std::vector<mpq::FileListEntry> List(const QString &archive, const std::string &listText)
 {
-    mpq::MpqHandle handle = nullptr;
-    mpq::SFileOpenArchive(Bytes(archive), 0, 0, &handle);
-    const std::int64_t slotCount = mpq::SFileGetFileInfo(handle, mpq::SFILE_INFO_HASH_TABLE_SIZE);
+    const mpq::Archive handle = mpq::SFileOpenArchive(Bytes(archive));
+    const std::int64_t slotCount = mpq::SFileGetFileInfo(handle.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
     std::vector<mpq::FileListEntry> used;
     if (slotCount > 0) {
         std::vector<mpq::FileListEntry> entries(static_cast<std::size_t>(slotCount) + 1);
-        mpq::SFileListFiles(handle, listText, entries, 0);
+        mpq::SFileListFiles(handle.get(), listText, entries, 0);
         for (auto &entry : entries)
             if (entry.FileExists != 0) used.push_back(entry);
     }
-    mpq::SFileCloseArchive(handle);
     return used;
 }
 
 static QByteArray ReadAll(mpq::MpqHandle archive, const std::string &name, bool *ok)
 {
-    mpq::MpqHandle file = nullptr;
-    if (!mpq::SFileOpenFileEx(archive, name, 0, &file)) {
+    const mpq::StoredFile file = mpq::SFileOpenFileEx(archive, name);
+    if (!file) {
         if (ok) *ok = false;
         return {};
     }
-    const std::int64_t size = mpq::SFileGetFileInfo(file, mpq::SFILE_INFO_SIZE);
+    const std::int64_t size = mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE);
     QByteArray data(static_cast<qsizetype>(std::max<std::int64_t>(size, 0)), '\0');
     std::uint32_t read = 0;
-    const bool readOk = size == 0 || mpq::SFileReadFile(file, data.data(), static_cast<std::uint32_t>(size), &read, nullptr);
+    const bool readOk = size == 0 || mpq::SFileReadFile(file.get(), data.data(), static_cast<std::uint32_t>(size), &read, nullptr);
     data.truncate(read);
-    mpq::SFileCloseFile(file);
     if (ok) *ok = readOk && read == static_cast<std::uint32_t>(size);
     return data;
 }
 
 std::string InternalList(const QString &archive)
 {
-    mpq::MpqHandle handle = nullptr;
-    mpq::SFileOpenArchive(Bytes(archive), 0, 0, &handle);
-    const QByteArray list = ReadAll(handle, "(ListFile)", nullptr);
-    mpq::SFileCloseArchive(handle);
-    return list.toStdString();
+    const mpq::Archive handle = mpq::SFileOpenArchive(Bytes(archive));
+    return ReadAll(handle.get(), "(ListFile)", nullptr).toStdString();
 }
 
 QByteArray ReadStored(const QString &archive, const std::string &name, bool *ok)
 {
-    mpq::MpqHandle handle = nullptr;
-    mpq::SFileOpenArchive(Bytes(archive), 0, 0, &handle);
-    const QByteArray data = ReadAll(handle, name, ok);
-    mpq::SFileCloseArchive(handle);
-    return data;
+    const mpq::Archive handle = mpq::SFileOpenArchive(Bytes(archive));
+    return ReadAll(handle.get(), name, ok);
 }
 
 QMap<QString, QByteArray> Tree(const QString &folder)

@@ -53,8 +53,8 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
                    EventQueue &events)
 {
     AddReport report;
-    mpq::MpqHandle update = OpenArchiveForUpdate(archivePath, config.DefaultMaxFiles);
-    if (update == nullptr) return report;
+    mpq::Update update = OpenArchiveForUpdate(archivePath, config.DefaultMaxFiles);
+    if (!update) return report;
     report.opened = true;
 
     for (const QString &name : names) {
@@ -68,9 +68,9 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
             const std::string stored = (prefix + PathBytes(StoredNameFromRelativePath(name))).toStdString();
             const bool added =
                 method.kind == AddMethod::Wave
-                    ? mpq::MpqAddWaveToArchive(update, source, stored, method.flags,
+                    ? mpq::MpqAddWaveToArchive(update.get(), source, stored, method.flags,
                                                static_cast<std::uint32_t>(method.level))
-                    : mpq::MpqAddFileToArchiveEx(update, source, stored, method.flags,
+                    : mpq::MpqAddFileToArchiveEx(update.get(), source, stored, method.flags,
                                                  method.compressionType, method.level);
             // A refused file (missing, unreadable, an empty entry) does not stop the batch.
             if (added)
@@ -82,7 +82,7 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
     }
     // The batch goes in whole or not at all: when the archive cannot be
     // written at its close, the engine puts it back as it was.
-    if (!mpq::MpqCloseUpdatedArchive(update, 0)) {
+    if (!update.Close()) {
         report.written = false;
         report.added = 0;
         report.failed.clear();

@@ -11,7 +11,7 @@ constexpr qint32 kLargestMaxFiles = 999999;
 
 }  // namespace
 
-mpq::MpqHandle OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles)
+mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles)
 {
     const std::string archive = PathBytes(archivePath).toStdString();
     // The count matters only when the archive is created. Counts the settings
@@ -19,11 +19,11 @@ mpq::MpqHandle OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMa
     // a hand-edited file may hold any 32-bit number, and StormLib fails to
     // create, or crashes while closing, an archive of 2^27 slots and more.
     const auto maximumFiles = static_cast<std::uint32_t>(std::clamp(defaultMaxFiles, 1, kLargestMaxFiles));
-    mpq::MpqHandle update = mpq::MpqOpenArchiveForUpdate(
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(
         archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_OPEN_EXISTING, maximumFiles);
     // An empty file (what New leaves) or no file at all becomes an archive
     // here; a file of any other content is never written over.
-    if (update == nullptr)
+    if (!update)
         update = mpq::MpqOpenArchiveForUpdate(archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW,
                                               maximumFiles);
     return update;

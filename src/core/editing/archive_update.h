@@ -10,6 +10,6 @@
 // current: as an existing archive first, otherwise made new where the file
 // is empty or absent, with room for `defaultMaxFiles` files (held to
 // 1..999999, what the settings dialog takes: larger tables break the
-// engine). A file of any other content is never written over. Null when
-// both fail. The caller closes it with MpqCloseUpdatedArchive.
-mpq::MpqHandle OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles);
+// engine). A file of any other content is never written over. Empty when
+// both fail. The update is written at its Close().
+mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles);

@@ -9,17 +9,17 @@ DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArra
                                StatusPanel &status)
 {
     DeleteReport report;
-    mpq::MpqHandle update = OpenArchiveForUpdate(archivePath, defaultMaxFiles);
-    if (update == nullptr) return report;
+    mpq::Update update = OpenArchiveForUpdate(archivePath, defaultMaxFiles);
+    if (!update) return report;
     report.opened = true;
     for (const QByteArray &name : names) {
         status.SetStatusText(ReplaceValue(Texts().StatusBarDelete, DecodeBytes(name)));
-        if (mpq::MpqDeleteFile(update, name.toStdString()))
+        if (mpq::MpqDeleteFile(update.get(), name.toStdString()))
             ++report.deleted;
         else
             report.notDeleted.append(name);
     }
-    if (!mpq::MpqCloseUpdatedArchive(update, 0)) {
+    if (!update.Close()) {
         report.written = false;
         report.deleted = 0;
         report.notDeleted = names;
@@ -33,15 +33,10 @@ DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArra
 RenameResult RenameStoredFile(const QString &archivePath, const QByteArray &oldName, const QByteArray &newName,
                               qint32 defaultMaxFiles)
 {
-    mpq::MpqHandle update = OpenArchiveForUpdate(archivePath, defaultMaxFiles);
-    if (update == nullptr) return RenameResult::NotOpened;
-    mpq::MpqHandle existing = nullptr;
-    if (mpq::SFileOpenFileEx(update, newName.toStdString(), 0, &existing)) {
-        mpq::SFileCloseFile(existing);
-        mpq::MpqCloseUpdatedArchive(update, 0);
-        return RenameResult::NameInUse;
-    }
-    const bool renamed = mpq::MpqRenameFile(update, oldName.toStdString(), newName.toStdString());
-    if (!mpq::MpqCloseUpdatedArchive(update, 0)) return RenameResult::NotWritten;
+    mpq::Update update = OpenArchiveForUpdate(archivePath, defaultMaxFiles);
+    if (!update) return RenameResult::NotOpened;
+    if (mpq::SFileOpenFileEx(update.get(), newName.toStdString())) return RenameResult::NameInUse;
+    const bool renamed = mpq::MpqRenameFile(update.get(), oldName.toStdString(), newName.toStdString());
+    if (!update.Close()) return RenameResult::NotWritten;
     return renamed ? RenameResult::Renamed : RenameResult::Refused;
 }

@@ -165,8 +165,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
     const QString base = folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
 
     // Not checked: an archive that does not open makes every name missing.
-    mpq::MpqHandle archive = nullptr;
-    mpq::SFileOpenArchive(PathBytes(archivePath).toStdString(), 0, 0, &archive);
+    const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(archivePath).toStdString());
 
     FolderWalk walk(base);
     for (const QByteArray &name : names) {
@@ -176,19 +175,17 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         // "C:x" would reach elsewhere.
         const QString target = DiskPathBelow(base, shown);
         if (target.isEmpty()) {
-            report.refused.append(name);
+            report.refused.append({name, Refusal::OutsideFolder});
             events.Yield();
             continue;
         }
 
-        mpq::MpqHandle file = nullptr;
-        const bool opened = mpq::SFileOpenFileEx(archive, name.toStdString(), 0, &file);
-        const std::int64_t size = opened ? mpq::SFileGetFileInfo(file, mpq::SFILE_INFO_SIZE) : -1;
+        const mpq::StoredFile file = mpq::SFileOpenFileEx(archive.get(), name.toStdString());
+        const std::int64_t size = mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE);
         const std::unique_ptr<char[]> data =
-            size >= 0 ? ReadWholeStoredFile(file, static_cast<std::uint32_t>(size)) : nullptr;
-        if (opened) mpq::SFileCloseFile(file);
+            size >= 0 ? ReadWholeStoredFile(file.get(), static_cast<std::uint32_t>(size)) : nullptr;
         if (data == nullptr) {
-            report.missing.append(name);
+            report.refused.append({name, Refusal::NotRead});
         } else {
             QStringList levels = target.mid(base.size()).split(QLatin1Char('/'));
             const QString leaf = levels.takeLast();
@@ -197,16 +194,15 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
             if (placed == Placed::Ready)
                 placed = WriteWholeFileAt(walk.Fd(), PathBytes(leaf), data.get(), static_cast<std::size_t>(size));
             if (placed == Placed::Link) {
-                report.linked.append(name);
+                report.refused.append({name, Refusal::Linked});
                 events.Yield();
                 continue;
             }
             if (placed == Placed::Failed) {
                 // The disk ends the batch. The status keeps this entry's text,
                 // so the user sees where it stopped.
-                report.diskFailure = true;
+                report.refused.append({name, Refusal::DiskFailure});
                 report.failedPath = failedPath;
-                mpq::SFileCloseArchive(archive);
                 return report;
             }
             ++report.extracted;
@@ -214,6 +210,5 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         events.Yield();
     }
     status.SetStatusText(Texts().StatusBarReady);
-    mpq::SFileCloseArchive(archive);
     return report;
 }

@@ -247,9 +247,7 @@ bool LoadArchiveClassic(const QString &path, const AppConfig &config, ListingPor
 {
     if (path.isEmpty() || !IsFile(path)) return false;
     totalSize = 0;
-    mpq::MpqHandle archive = nullptr;
-    mpq::SFileOpenArchive(PathBytes(path).toStdString(), 0, 0, &archive);
-    ListArchiveRecords(archive, path, config, ports, RecordFilter(), false, &totalSize);
-    mpq::SFileCloseArchive(archive);
+    const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
+    ListArchiveRecords(archive.get(), path, config, ports, RecordFilter(), false, &totalSize);
     return true;
 }

@@ -55,14 +55,13 @@ bool LoadArchiveExplorer(const QString &path, const AppConfig &config, ListingPo
 {
     if (path.isEmpty() || !IsFile(path)) return false;
     totalSize = 0;
-    mpq::MpqHandle archive = nullptr;
-    mpq::SFileOpenArchive(PathBytes(path).toStdString(), 0, 0, &archive);
+    const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
     // Every file that gets this far has its root, archive or not.
     tree.AddRootNode(UpperKey(path), path);
-    const std::int64_t n = mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE);
+    const std::int64_t n = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
     if (n > 1) {
         std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
-        BuildFileLists(archive, path, records, config, ports.status);
+        BuildFileLists(archive.get(), path, records, config, ports.status);
         SlotProgress progress(ports, n);
         progress.Start();
         QString key;
@@ -84,16 +83,13 @@ bool LoadArchiveExplorer(const QString &path, const AppConfig &config, ListingPo
         // A second, independent read handle lists the root.
         FillFolderList(path, QString(), config, ports);
     }
-    mpq::SFileCloseArchive(archive);
     return true;
 }
 
 bool FillFolderList(const QString &path, const QString &folder, const AppConfig &config, ListingPorts &ports)
 {
     if (path.isEmpty() || !IsFile(path)) return false;
-    mpq::MpqHandle archive = nullptr;
-    mpq::SFileOpenArchive(PathBytes(path).toStdString(), 0, 0, &archive);
-    ListArchiveRecords(archive, path, config, ports, RecordFilter(folder), true, nullptr);
-    mpq::SFileCloseArchive(archive);
+    const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
+    ListArchiveRecords(archive.get(), path, config, ports, RecordFilter(folder), true, nullptr);
     return true;
 }

@@ -17,9 +17,8 @@ void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
                     std::vector<mpq::FileListEntry> &records, const AppConfig &config,
                     StatusPanel &status)
 {
-    mpq::MpqHandle listFile = nullptr;
-    mpq::SFileOpenFileEx(archive, "(ListFile)", 0, &listFile);
-    const std::int64_t size = mpq::SFileGetFileInfo(listFile, mpq::SFILE_INFO_SIZE);
+    const mpq::StoredFile listFile = mpq::SFileOpenFileEx(archive, "(ListFile)");
+    const std::int64_t size = mpq::SFileGetFileInfo(listFile.get(), mpq::SFILE_INFO_SIZE);
     const bool found = size >= 0;
     QByteArray internalList;
     if (found) {
@@ -27,12 +26,11 @@ void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
         internalList.resize(static_cast<qsizetype>(size));
         std::uint32_t read = 0;
         if (size > 0)
-            mpq::SFileReadFile(listFile, internalList.data(), static_cast<std::uint32_t>(size), &read, nullptr);
+            mpq::SFileReadFile(listFile.get(), internalList.data(), static_cast<std::uint32_t>(size), &read, nullptr);
         internalList.truncate(read);
     } else {
         status.SetStatusText(Texts().StatusBarAdditionalList);
     }
-    mpq::SFileCloseFile(listFile);
     const QByteArray listText = FormListText(found, internalList, config.UseLists, config.ListFiles);
     mpq::SFileListFiles(archive, listText.toStdString(), records, 0);
 }
@@ -40,15 +38,10 @@ void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
 QByteArray ProbeUnknownEntry(mpq::MpqHandle archive, const QByteArray &storedName, bool autoDetect)
 {
     if (!autoDetect || !storedName.contains("~unknowns")) return storedName;
-    mpq::MpqHandle file = nullptr;
-    if (!mpq::SFileOpenFileEx(archive, storedName.toStdString(), 0, &file)) return storedName;
-    if (mpq::SFileGetFileInfo(file, mpq::SFILE_INFO_SIZE) < 0) {
-        mpq::SFileCloseFile(file);
-        return storedName;
-    }
+    const mpq::StoredFile file = mpq::SFileOpenFileEx(archive, storedName.toStdString());
+    if (!file || mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE) < 0) return storedName;
     QByteArray head(3, '\0');
     std::uint32_t read = 0;
-    mpq::SFileReadFile(file, head.data(), 3, &read, nullptr);
-    mpq::SFileCloseFile(file);
+    mpq::SFileReadFile(file.get(), head.data(), 3, &read, nullptr);
     return storedName + DetectExtension(head).toLatin1();
 }

@@ -37,8 +37,8 @@
 namespace mpq {
 
 struct Handle {
-    enum class Kind { Archive, Update, File };
-    Kind kind = Kind::Archive;
+    enum class Kind { Reading, Updating, File };
+    Kind kind = Kind::Reading;
     HANDLE storm = nullptr;
     Handle *archive = nullptr;  // a file's archive
     std::string path;           // an archive's path on disk
@@ -154,7 +154,7 @@ bool IsUsedSlot(TMPQArchive *ha, TMPQHash *hash)
     return blockIndex < ha->dwFileTableSize && (ha->pFileTable[blockIndex].dwFlags & MPQ_FILE_EXISTS) != 0;
 }
 
-TMPQArchive *Archive(MpqHandle handle)
+TMPQArchive *StormArchive(MpqHandle handle)
 {
     if (handle == nullptr || handle->kind == Handle::Kind::File || handle->storm == nullptr)
         return nullptr;
@@ -181,7 +181,7 @@ bool UnknownBlockIndex(TMPQArchive *ha, std::uint32_t number, std::uint32_t &blo
 // a stored name, StormLib's pseudo-name of the file-table entry for an unknown.
 std::string EngineName(MpqHandle archive, const std::string &name)
 {
-    TMPQArchive *ha = Archive(archive);
+    TMPQArchive *ha = StormArchive(archive);
     if (ha == nullptr) return name;
     if (SFileHasFile(archive->storm, name.c_str())) return name;
     std::uint32_t number = 0, blockIndex = 0;
@@ -242,15 +242,12 @@ bool FileSize(const std::string &path, long long &size)
 // ---------------------------------------------------------------------------
 // Reading
 
-bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::uint32_t /*flags*/,
-                      MpqHandle *archive)
+Archive SFileOpenArchive(const std::string &path)
 {
-    if (archive == nullptr) return false;
-    *archive = nullptr;
-    if (path.empty() || EmbeddedZero(path)) return false;
+    if (path.empty() || EmbeddedZero(path)) return nullptr;
     // An update that was cut off is undone before anyone reads the archive.
     RecoverInterruptedUpdate(path);
-    if (!IsRegularFile(path)) return false;
+    if (!IsRegularFile(path)) return nullptr;
     // An archive that StormLib would abort on unless some entries are
     // screened out is opened as a screened copy, which the handle's
     // descriptor keeps.
@@ -258,9 +255,9 @@ bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::
     int screened = -1;
     switch (guards::CheckOpen(path)) {
     case guards::OpenVerdict::Safe: break;
-    case guards::OpenVerdict::Unsafe: return false;
+    case guards::OpenVerdict::Unsafe: return nullptr;
     case guards::OpenVerdict::Screened:
-        if ((screened = guards::ScreenedCopy(path)) < 0) return false;
+        if ((screened = guards::ScreenedCopy(path)) < 0) return nullptr;
         enginePath = "/proc/self/fd/" + std::to_string(screened);
         break;
     }
@@ -269,17 +266,16 @@ bool SFileOpenArchive(const std::string &path, std::uint32_t /*priority*/, std::
     if (!::SFileOpenArchive(enginePath.c_str(), 0, openFlags, &storm) || !IsUsableArchive(storm)) {
         if (storm != nullptr) ::SFileCloseArchive(storm);
         if (screened >= 0) ::close(screened);
-        return false;
+        return nullptr;
     }
-    *archive = new Handle{Handle::Kind::Archive, storm, nullptr, enginePath, screened};
-    return true;
+    return Archive(new Handle{Handle::Kind::Reading, storm, nullptr, enginePath, screened});
 }
 
 std::int64_t SFileGetFileInfo(MpqHandle handle, int kind)
 {
     if (handle == nullptr || handle->storm == nullptr) return -1;
     if (handle->kind != Handle::Kind::File) {
-        TMPQArchive *ha = Archive(handle);
+        TMPQArchive *ha = StormArchive(handle);
         switch (kind) {
         case SFILE_INFO_BLOCK_SIZE: return ha->dwFileTableSize;
         case SFILE_INFO_HASH_TABLE_SIZE:
@@ -314,22 +310,18 @@ std::int64_t SFileGetFileInfo(MpqHandle handle, int kind)
     return value;
 }
 
-bool SFileOpenFileEx(MpqHandle archive, const std::string &storedName, std::uint32_t /*searchScope*/,
-                     MpqHandle *file)
+StoredFile SFileOpenFileEx(MpqHandle archive, const std::string &storedName)
 {
-    if (file == nullptr) return false;
-    *file = nullptr;
-    if (Archive(archive) == nullptr || storedName.empty() || EmbeddedZero(storedName)) return false;
+    if (StormArchive(archive) == nullptr || storedName.empty() || EmbeddedZero(storedName)) return nullptr;
     const std::string engineName = EngineName(archive, storedName);
     HANDLE storm = nullptr;
-    if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return false;
+    if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return nullptr;
     if (archive->fd < 0) archive->fd = ::open(archive->path.c_str(), O_RDONLY | O_CLOEXEC);
     if (archive->fd < 0 || !guards::ReadIsSafe(archive->fd, storm)) {
         ::SFileCloseFile(storm);
-        return false;
+        return nullptr;
     }
-    *file = new Handle{Handle::Kind::File, storm, archive, {}, -1};
-    return true;
+    return StoredFile(new Handle{Handle::Kind::File, storm, archive, {}, -1});
 }
 
 bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint32_t *bytesRead,
@@ -346,7 +338,7 @@ bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint3
 bool SFileListFiles(MpqHandle archive, const std::string &listText,
                     std::vector<FileListEntry> &entries, std::uint32_t /*flags*/)
 {
-    TMPQArchive *ha = Archive(archive);
+    TMPQArchive *ha = StormArchive(archive);
     if (ha == nullptr) return false;
     const NameTable table = BuildNameTable(listText);
     auto nameOf = [&](std::uint64_t key, std::uint32_t number) {
@@ -405,20 +397,16 @@ bool SFileListFiles(MpqHandle archive, const std::string &listText,
     return true;
 }
 
-bool SFileCloseFile(MpqHandle file)
+void FileCloser::operator()(Handle *file) const
 {
-    if (file == nullptr || file->kind != Handle::Kind::File) return false;
-    const bool ok = ::SFileCloseFile(file->storm);
+    ::SFileCloseFile(file->storm);
     delete file;
-    return ok;
 }
 
-bool SFileCloseArchive(MpqHandle archive)
+void ArchiveCloser::operator()(Handle *archive) const
 {
-    if (archive == nullptr || archive->kind != Handle::Kind::Archive) return false;
-    const bool ok = ::SFileCloseArchive(archive->storm);
+    ::SFileCloseArchive(archive->storm);
     delete archive;
-    return ok;
 }
 
 // ---------------------------------------------------------------------------
@@ -479,7 +467,7 @@ std::uint64_t TailStart(TMPQArchive *ha)
 bool KeepTail(MpqHandle update)
 {
     if (!update->tailMoved) return true;
-    if (!update->journal->KeepFrom(TailStart(Archive(update)))) return false;
+    if (!update->journal->KeepFrom(TailStart(StormArchive(update)))) return false;
     update->tailMoved = false;
     return true;
 }
@@ -508,7 +496,7 @@ bool AddGrowing(MpqHandle update, AddFn &&add)
 {
     if (!KeepTail(update)) return false;
     if (add()) return true;
-    if (GetLastError() != ERROR_DISK_FULL || !TablesFull(Archive(update))) return false;
+    if (GetLastError() != ERROR_DISK_FULL || !TablesFull(StormArchive(update))) return false;
     const DWORD current = SFileGetMaxFileCount(update->storm);
     const DWORD grown = std::min<DWORD>(std::max<DWORD>(current * 2, 16), kLargestHashTable);
     if (grown <= current || !SFileSetMaxFileCount(update->storm, grown)) return false;
@@ -517,7 +505,7 @@ bool AddGrowing(MpqHandle update, AddFn &&add)
 
 }  // namespace
 
-MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
+Update MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
                                   std::uint32_t maximumFiles)
 {
     if (path.empty() || EmbeddedZero(path)) return nullptr;
@@ -570,7 +558,7 @@ MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
         const DWORD engineMaximum = wanted > reserved + 1 ? wanted - reserved : 1;
         if (!::SFileCreateArchive(path.c_str(), createFlags, engineMaximum, &storm)) return nullptr;
     }
-    auto *update = new Handle{Handle::Kind::Update, storm, nullptr, path, -1, (flags & MOAU_MAINTAIN_LISTFILE) != 0};
+    Update update(new Handle{Handle::Kind::Updating, storm, nullptr, path, -1, (flags & MOAU_MAINTAIN_LISTFILE) != 0});
     update->journal = std::move(journal);
     return update;
 }
@@ -579,7 +567,7 @@ bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
                            const std::string &storedName, std::uint32_t flags,
                            std::uint32_t compressionType, std::int32_t /*level*/)
 {
-    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
+    if (update == nullptr || update->kind != Handle::Kind::Updating) return false;
     if (storedName.empty() || EmbeddedZero(storedName) || !IsRegularFile(sourcePath)) return false;
     DWORD fileFlags = EngineFileFlags(flags);
     DWORD compression = 0;
@@ -599,7 +587,7 @@ bool MpqAddWaveToArchive(MpqHandle update, const std::string &sourcePath,
                          const std::string &storedName, std::uint32_t flags,
                          std::uint32_t quality)
 {
-    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
+    if (update == nullptr || update->kind != Handle::Kind::Updating) return false;
     if (storedName.empty() || EmbeddedZero(storedName) || !IsRegularFile(sourcePath)) return false;
     const DWORD fileFlags = EngineFileFlags(flags) | MPQ_FILE_COMPRESS;
     return AddGrowing(update, [&] {
@@ -631,7 +619,7 @@ bool IsKeptList(MpqHandle update, const std::string &engineName)
 
 bool MpqDeleteFile(MpqHandle update, const std::string &storedName)
 {
-    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
+    if (update == nullptr || update->kind != Handle::Kind::Updating) return false;
     if (storedName.empty() || EmbeddedZero(storedName)) return false;
     const std::string engineName = EngineName(update, storedName);
     if (IsKeptList(update, engineName)) return false;
@@ -643,7 +631,7 @@ bool MpqDeleteFile(MpqHandle update, const std::string &storedName)
 
 bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName)
 {
-    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
+    if (update == nullptr || update->kind != Handle::Kind::Updating) return false;
     if (oldName.empty() || newName.empty() || EmbeddedZero(oldName) || EmbeddedZero(newName))
         return false;
     const std::string engineName = EngineName(update, oldName);
@@ -651,16 +639,18 @@ bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::stri
     // An encrypted file is encrypted anew for its new name, where it lies.
     const TFileEntry *entry = EntryOf(update->storm, engineName.c_str());
     if (entry != nullptr && (entry->dwFlags & MPQ_FILE_ENCRYPTED) &&
-        !update->journal->Keep(Archive(update)->MpqPos + entry->ByteOffset, entry->dwCmpSize))
+        !update->journal->Keep(StormArchive(update)->MpqPos + entry->ByteOffset, entry->dwCmpSize))
         return false;
     return ::SFileRenameFile(update->storm, engineName.c_str(), newName.c_str());
 }
 
-bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t /*unused*/)
+namespace {
+
+// Writes the update and ends it; whether the archive was written.
+bool CloseUpdate(Handle *update)
 {
-    if (update == nullptr || update->kind != Handle::Kind::Update) return false;
     std::unique_ptr<Handle> owned(update);
-    TMPQArchive *ha = Archive(update);
+    TMPQArchive *ha = StormArchive(update);
     update->tailMoved = true;
     if (!KeepTail(update)) {
         // What the close would write cannot be kept: it writes nothing, and
@@ -676,6 +666,16 @@ bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t /*unused*/)
     }
     if (FaultPoint("before-commit")) ::_exit(86);
     return update->journal->Commit();
+}
+
+}  // namespace
+
+void UpdateCloser::operator()(Handle *update) const { CloseUpdate(update); }
+
+bool Update::Close()
+{
+    Handle *update = release();
+    return update != nullptr && CloseUpdate(update);
 }
 
 std::uint32_t SFMpqGetVersionString2(char *buffer, std::uint32_t length)

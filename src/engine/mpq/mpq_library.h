@@ -6,17 +6,38 @@
 // strings and reach the engine byte for byte; paths are native file-system
 // paths in the local 8-bit encoding.
 //
-// No handle outlives a command: each command opens, works and closes.
+// No handle outlives a command: each command opens, works and closes. The
+// opening calls give owning handles that close themselves; the other calls
+// borrow a handle as MpqHandle (the owner's get()).
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace mpq {
 
 struct Handle;                  // an open archive, update session or stored file
-using MpqHandle = Handle *;     // nullptr is "no handle"
+using MpqHandle = Handle *;     // a borrowed handle; nullptr is "no handle"
+
+struct ArchiveCloser { void operator()(Handle *archive) const; };
+struct FileCloser { void operator()(Handle *file) const; };
+// Closes an update as Update::Close() does, writing it, with nobody to hear
+// whether it was written.
+struct UpdateCloser { void operator()(Handle *update) const; };
+
+using Archive = std::unique_ptr<Handle, ArchiveCloser>;  // an archive open for reading
+using StoredFile = std::unique_ptr<Handle, FileCloser>;  // a stored file open for reading
+
+// An update session. Close() writes the archive and tells whether it was
+// written; when it was not, the archive is as it was before the update.
+class Update : public std::unique_ptr<Handle, UpdateCloser> {
+public:
+    using std::unique_ptr<Handle, UpdateCloser>::unique_ptr;
+    // Empties the handle. False for an empty handle.
+    bool Close();
+};
 
 // What the listing asks SFileGetFileInfo for.
 enum InfoKind : int {
@@ -72,15 +93,13 @@ struct FileListEntry {
     std::string StoredName;            // exact bytes of the name
 };
 
-// Reading.
-bool SFileOpenArchive(const std::string &path, std::uint32_t priority, std::uint32_t flags,
-                      MpqHandle *archive);
+// Reading. An opening call that fails gives an empty handle.
+Archive SFileOpenArchive(const std::string &path);
 // Kinds on an archive or a stored file; a negative value when there is no such thing.
 std::int64_t SFileGetFileInfo(MpqHandle handle, int kind);
 // `archive` may be a reading or an update handle. Takes every listed name,
 // also a "~unknowns" name with an extension added behind it.
-bool SFileOpenFileEx(MpqHandle archive, const std::string &storedName, std::uint32_t searchScope,
-                     MpqHandle *file);
+StoredFile SFileOpenFileEx(MpqHandle archive, const std::string &storedName);
 // Reads on from the current position (the start, after the open). Reaching
 // the end early is no failure: *bytesRead tells how much came.
 bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint32_t *bytesRead,
@@ -92,11 +111,9 @@ bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint3
 // names gets a unique name beginning with "~unknowns\".
 bool SFileListFiles(MpqHandle archive, const std::string &listText,
                     std::vector<FileListEntry> &entries, std::uint32_t flags);
-bool SFileCloseFile(MpqHandle file);
-bool SFileCloseArchive(MpqHandle archive);
 
-// Updating. A null handle is a failure.
-MpqHandle MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
+// Updating.
+Update MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
                                   std::uint32_t maximumFiles);
 // `level` is the deflate level (-1 the engine's default, 0 to 9).
 bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
@@ -110,7 +127,6 @@ bool MpqAddWaveToArchive(MpqHandle update, const std::string &sourcePath,
 // list names every other file.
 bool MpqDeleteFile(MpqHandle update, const std::string &storedName);
 bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName);
-bool MpqCloseUpdatedArchive(MpqHandle update, std::uint32_t unused);
 
 // The engine's name and version, cut to fit `length` bytes with the closing
 // zero. Returns the length of what was written, the closing zero counted; 0
