@@ -175,7 +175,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         // "C:x" would reach elsewhere.
         const QString target = DiskPathBelow(base, shown);
         if (target.isEmpty()) {
-            report.refused.append({name, Refusal::OutsideFolder});
+            report.refused.append(name);
             events.Yield();
             continue;
         }
@@ -185,7 +185,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         const std::unique_ptr<char[]> data =
             size >= 0 ? ReadWholeStoredFile(file.get(), static_cast<std::uint32_t>(size)) : nullptr;
         if (data == nullptr) {
-            report.refused.append({name, Refusal::NotRead});
+            report.missing.append(name);
         } else {
             QStringList levels = target.mid(base.size()).split(QLatin1Char('/'));
             const QString leaf = levels.takeLast();
@@ -194,14 +194,14 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
             if (placed == Placed::Ready)
                 placed = WriteWholeFileAt(walk.Fd(), PathBytes(leaf), data.get(), static_cast<std::size_t>(size));
             if (placed == Placed::Link) {
-                report.refused.append({name, Refusal::Linked});
+                report.linked.append(name);
                 events.Yield();
                 continue;
             }
             if (placed == Placed::Failed) {
                 // The disk ends the batch. The status keeps this entry's text,
                 // so the user sees where it stopped.
-                report.refused.append({name, Refusal::DiskFailure});
+                report.diskFailure = true;
                 report.failedPath = failedPath;
                 return report;
             }
