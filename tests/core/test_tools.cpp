@@ -1,0 +1,195 @@
+// An archive put behind an executable and cut out again, and handed to the self-executing-archive tool.
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <optional>
+
+#include "config/registry.h"
+#include "support/archive_factory.h"
+#include "tools/embed_archive.h"
+#include "tools/file_size_limit.h"
+#include "tools/mpq_header.h"
+#include "tools/self_executing.h"
+
+using namespace fixtures;
+
+namespace {
+
+const QString kWizard = QStringLiteral("HKEY_CURRENT_USER\\Software\\Team MoPaQ\\MPQDraft for Windows\\");
+
+// A Wine first on the PATH that notes each call, keeps the registry file it is handed and runs a slow tool.
+void WriteFakeWine(const QString &folder)
+{
+    const QString script = WriteFile(folder + "/wine", R"sh(#!/bin/sh
+printf "%s\n" "$*" >> "$(dirname "$0")/calls.log"
+if [ "$1" = regedit ]; then
+  cp "$(printf '%s' "$3" | sed -e 's/^Z://' -e 's/\\/\//g')" "$(dirname "$0")/imported.reg"
+else sleep 0.3; echo finished >> "$(dirname "$0")/calls.log"
+fi
+)sh");
+    QFile::setPermissions(script, QFile::permissions(script) | QFile::ExeOwner);
+    qputenv("PATH", (folder + ":/usr/bin:/bin").toUtf8());
+}
+
+}  // namespace
+
+class TestTools : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+    QByteArray savedPath;
+
+private slots:
+    void initTestCase()
+    {
+        savedPath = qgetenv("PATH");
+        SetRegistryStorePath(dir.filePath("Arcavera.reg"));
+    }
+    void cleanup() { qputenv("PATH", savedPath); }
+
+    // The executable, zeros up to a multiple of 512, the archive; a pass of the copy moves 1 MiB at most.
+    void embedThenExportBothParts_data()
+    {
+        QTest::addColumn<qint64>("exeSize");
+        QTest::addColumn<qint64>("archiveSize");
+        QTest::addColumn<qint64>("padding");
+        QTest::addColumn<qint64>("passes");
+        QTest::addColumn<qint64>("lastPass");
+        QTest::newRow("1000 and 300") << 1000LL << 300LL << 24LL << 1LL << 300LL;
+        QTest::newRow("a multiple of 512: no padding") << 1024LL << 300LL << 0LL << 1LL << 300LL;
+        QTest::newRow("one byte over a pass") << 1000LL << 1048577LL << 24LL << 2LL << 1LL;
+    }
+    void embedThenExportBothParts()
+    {
+        QFETCH(qint64, exeSize);
+        QFETCH(qint64, archiveSize);
+        QFETCH(qint64, padding);
+        const QString folder = CaseFolder(dir.path());
+        const QByteArray exe = ExeBytes(exeSize), archive = ArchiveBytes(archiveSize), padded = exe + QByteArray(padding, '\0');
+        const QString exePath = WriteFile(folder + "/game.exe", exe);
+        const EmbedResult embedded = EmbedArchive(exePath, WriteFile(folder + "/data.mpq", archive));
+        QVERIFY(embedded.ok());
+        QTEST(embedded.passes, "passes");
+        QTEST(embedded.lastPassBytes, "lastPass");
+        QCOMPARE(ReadFile(exePath), padded + archive);
+        QCOMPARE(FindMPQHeader(exePath), exeSize + padding);
+
+        WriteFile(folder + "/part.mpq", QByteArray(5000, 'x'));  // an export replaces what stands there
+        QVERIFY(ExportExecutablePart(exePath, folder + "/part.exe").ok() && ExportArchivePart(exePath, folder + "/part.mpq").ok());
+        QCOMPARE(ReadFile(folder + "/part.exe"), padded);
+        QCOMPARE(ReadFile(folder + "/part.mpq"), archive);
+        QCOMPARE(QDir(folder).entryList(QDir::Files), (QStringList{"data.mpq", "game.exe", "part.exe", "part.mpq"}));
+    }
+
+    // An archive of our engine, embedded and cut out again, holds the same files, and does behind the executable.
+    void realArchiveSurvivesTheRoundTrip()
+    {
+        const QString folder = CaseFolder(dir.path());
+        const QList<StoredFile> files{{"war3map.j", TextData(20000, 'j')},
+                                      {"units\\footman.mdx", TextData(3000, 'f'), mpq::MAFA_COMPRESS | mpq::MAFA_ENCRYPT}};
+        const QString archive = folder + "/map.mpq", exe = WriteFile(folder + "/game.exe", ExeBytes(3000));
+        QVERIFY(MakeArchive(archive, files, folder + "/scratch"));
+        QVERIFY(EmbedArchive(exe, archive).ok());
+        QVERIFY(ExportArchivePart(exe, folder + "/split.mpq").ok());
+        for (const QString &path : {folder + "/split.mpq", exe}) {
+            QCOMPARE(List(path, "war3map.j\r\nunits\\footman.mdx\r\n").size(), std::size_t(3));  // with the internal list
+            for (const StoredFile &file : files) QCOMPARE(ReadStored(path, file.name.toStdString()), file.data);
+        }
+    }
+
+    // A refusal, or a write that fails midway as on a full disk, names the file concerned and
+    // leaves every file as it was: the executable its length, an export's old target its bytes.
+    void failuresChangeNothing_data()
+    {
+        QTest::addColumn<QString>("operation");
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<QString>("second");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("concerned");
+        QTest::addColumn<bool>("fullDisk");
+        const auto row = [](const char *tag, const char *operation, const char *first, const char *second,
+                            EmbedStatus status, const char *concerned, bool fullDisk = false) {
+            QTest::newRow(tag) << operation << first << second << int(status) << concerned << fullDisk;
+        };
+        row("embed a file with no header", "embed", "game.exe", "text.txt", EmbedStatus::NotPlainArchive, "text.txt");
+        row("embed an archive behind an executable", "embed", "game.exe", "embedded.exe", EmbedStatus::NotPlainArchive,
+            "embedded.exe");
+        row("embed an archive into itself by a link", "embed", "plain.mpq", "link.mpq", EmbedStatus::SameFile, "link.mpq");
+        row("export onto a link to the source", "mpq", "embedded.exe", "link.exe", EmbedStatus::SameFile, "link.exe");
+        row("export onto another spelling of the source", "exe", "embedded.exe", "folder/../embedded.exe",
+            EmbedStatus::SameFile, "folder/../embedded.exe");
+        row("export from a plain archive", "mpq", "plain.mpq", "out.bin", EmbedStatus::NoEmbeddedArchive, "plain.mpq");
+        row("export below a file", "mpq", "embedded.exe", "text.txt/out.mpq", EmbedStatus::OpenFailed, "text.txt/out.mpq");
+        row("embed onto a full disk", "embed", "game.exe", "plain.mpq", EmbedStatus::WriteFailed, "game.exe", true);
+        row("export the executable onto a full disk", "exe", "embedded.exe", "out.bin", EmbedStatus::WriteFailed, "out.bin", true);
+        row("export the archive onto a full disk", "mpq", "embedded.exe", "out.bin", EmbedStatus::WriteFailed, "out.bin", true);
+    }
+    void failuresChangeNothing()
+    {
+        QFETCH(QString, operation);
+        QFETCH(QString, first);
+        QFETCH(QString, second);
+        QFETCH(bool, fullDisk);
+        const QString folder = CaseFolder(dir.path());
+        WriteFile(folder + "/game.exe", ExeBytes(1000));
+        WriteFile(folder + "/plain.mpq", ArchiveBytes(700));
+        WriteFile(folder + "/embedded.exe", ExeBytes(2048) + ArchiveBytes(2000));
+        WriteFile(folder + "/text.txt", "just text");
+        WriteFile(folder + "/out.bin", "the old target");
+        QVERIFY(QDir(folder).mkdir("folder"));
+        QVERIFY(QFile::link(folder + "/embedded.exe", folder + "/link.exe"));
+        QVERIFY(QFile::link(folder + "/plain.mpq", folder + "/link.mpq"));
+        const QMap<QString, QByteArray> before = Tree(folder);
+        const QString a = folder + '/' + first, b = folder + '/' + second;
+        std::optional<FileSizeLimit> limit;
+        if (fullDisk) limit.emplace(1500);
+        const EmbedResult result = operation == "embed" ? EmbedArchive(a, b)
+                                   : operation == "exe" ? ExportExecutablePart(a, b)
+                                                        : ExportArchivePart(a, b);
+        limit.reset();
+        QTEST(int(result.status), "status");
+        QFETCH(QString, concerned);
+        QCOMPARE(result.path, folder + '/' + concerned);
+        QCOMPARE(Tree(folder), before);
+    }
+
+    // The wizards' values are written whether the tool runs or not; a
+    // Windows tool runs through Wine alone, which gets the values first
+    // with Z: paths, and the tool is waited for.
+    void selfExecutingArchive_data()
+    {
+        QTest::addColumn<bool>("withTool");
+        QTest::addColumn<bool>("withWine");
+        QTest::newRow("no tool") << false << true;
+        QTest::newRow("no Wine") << true << false;
+        QTest::newRow("the tool through Wine") << true << true;
+    }
+    void selfExecutingArchive()
+    {
+        QFETCH(bool, withTool);
+        QFETCH(bool, withWine);
+        const QString folder = CaseFolder(dir.path()), archive = folder + "/maps/x.w3x";
+        const QString program = folder + "/program files", bin = folder + "/bin";
+        if (withTool) WriteFile(program + "/MPQDraft.exe", "MZ");
+        WriteFakeWine(bin);
+        if (!withWine) qputenv("PATH", "/usr/bin:/bin");
+        MakeSelfExecutable(archive, program, folder + "/scratch");
+        QStringList values;
+        for (const char *name : {"SEMPQ Wizard\\MPQ Path", "SEMPQ Wizard\\SEMPQ Path", "SEMPQ Wizard\\Custom Name", "Patch Wizard\\MPQ Directory"})
+            values << ReadRegistry(kWizard + name);
+        QCOMPARE(values, QStringList({archive, archive + ".exe", "Arcavera", folder + "/maps/"}));
+        const QStringList calls = QString::fromUtf8(ReadFile(bin + "/calls.log")).split('\n', Qt::SkipEmptyParts);
+        QCOMPARE(calls.size(), withTool && withWine ? 3 : 0);
+        if (calls.isEmpty()) return;
+        QVERIFY2(calls[0].startsWith("regedit /S Z:\\"), qPrintable(calls.join(" | ")));
+        QCOMPARE(calls.mid(1), QStringList({program + "/MPQDraft.exe", "finished"}));
+        const QByteArray bytes = ReadFile(bin + "/imported.reg");
+        const QString imported = QString::fromUtf16(reinterpret_cast<const char16_t *>(bytes.constData() + 2), (bytes.size() - 2) / 2);
+        QVERIFY2(bytes.startsWith("\xFF\xFE") && imported.startsWith("Windows Registry Editor Version 5.00"), qPrintable(imported));
+        QVERIFY(imported.contains("[" + kWizard + "SEMPQ Wizard]\r\n\"MPQ Path\"=\"" + QString("Z:" + archive).replace('/', "\\\\") + "\""));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestTools)
+#include "test_tools.moc"
