@@ -1,35 +1,29 @@
 // The main window: the toolbar, the menus, the archive list with the folder
 // tree beside it, the status bar with its progress, and the one ordered
-// start-up and shutdown of the program.
-//
-// The window's measures are kept in twips, as the settings store them, and
-// laid out by hand: the bars dock along the top and bottom edges of the
-// client area, the list fills the rest, and in Explorer style the tree and a
-// thin splitter stand at its left.
+// start-up and shutdown of the program. Its commands gather what the user
+// chose, hand it to the core and show what came back; which archive is open
+// is the session's (session/archive_session.h), the menus and the toolbar
+// come from the command table (commands.h), the measures from main_layout.h.
 #pragma once
 
-#include <QHash>
 #include <QItemSelectionModel>
 #include <QMainWindow>
 #include <QUrl>
 
+#include <memory>
 #include <vector>
-#include <QVector>
 
 #include "config/app_config.h"
-#include "listing/reporting.h"
 #include "session/archive_session.h"
-#include "config/startup.h"
+#include "shell/archive_list_model.h"
+#include "shell/commands.h"
+#include "shell/main_layout.h"
+#include "shell/window_ports.h"
 
-class QAction;
-class QActionGroup;
 class QLabel;
 class QMenu;
 class QMimeData;
-class QProgressBar;
-class QStatusBar;
 class QToolBar;
-class QTreeView;
 class QTreeWidgetItem;
 struct AddReport;
 class ArchiveListModel;
@@ -50,51 +44,34 @@ struct StartupPaths {
     QString tempPath;
 };
 
-// A control's place in twips, within the client area.
-struct TwipsBox {
-    float left = 0;
-    float top = 0;
-    float width = 0;
-    float height = 0;
-};
-
-
-class frmMain : public QMainWindow, public StatusPanel, public ProgressBar, public EventQueue {
+class frmMain : public QMainWindow, public ListTransferPort {
     Q_OBJECT
 public:
     explicit frmMain(StartupPaths paths = {}, QWidget *parent = nullptr);
     ~frmMain() override;
 
     // The start-up sequence: settings, window state, then the archive that
-    // the command line names.
+    // the command line names. The shutdown: window state to the settings,
+    // scratch folder gone.
     void Form_Load(const QString &commandLine);
-    // The shutdown sequence: window state to the settings, scratch folder gone.
     void Form_Unload();
 
-    // Which archive is open.
-    void mnuClose_Click();
-    void ApplyOpenState();
-    bool LoadArchive(const QString &path);
+    // Which archive is open; a drop of a file on the window with none open.
     void mnuNew_Click();
     void mnuOpen_Click();
+    void mnuClose_Click();
     void mnuRecents_Click(int index);  // 1 to 4
     void mnuRefresh_Click();
-    // A drag over the window: the drop action it would take.
     Qt::DropAction Form_OLEDragOver(const QMimeData *drag) const;
     void Form_OLEDragDrop(const QMimeData *drag);
 
-    // Files in and out.
+    // Files in and out; changes to the rows: delete the selection, rename the
+    // current row in place, a new folder in the tree.
     void mnuAdd_Click();
     void mnuAddDir_Click();
     void mnuExtract_Click();
-    void mnuPopupExtract_Click() { mnuExtract_Click(); }
-
-    // Changes to the rows: delete the selection, rename the current row in
-    // place, a new folder in the tree.
     void mnuDelete_Click();
-    void mnuPopupDelete_Click() { mnuDelete_Click(); }
     void mnuRename_Click();
-    void mnuPopupRename_Click() { mnuRename_Click(); }
     // The end of an in-place edit of the current row's name with `newString`;
     // `cancel` comes back true when the row keeps its old name.
     void lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString);
@@ -109,24 +86,23 @@ public:
     void mnuArrange_Click(int index);     // 0 to 5
     void lwMPQ_ColumnClick(int column);   // the header's index, from 1
 
-    // Drag and drop on the list, and opening a stored file.
-    Qt::DropAction lwMPQ_OLEDragOver(const QMimeData *drag) const;
-    void lwMPQ_OLEDragDrop(const QMimeData *drag);
-    // The data of a drag of the selected rows: files, made when asked for.
-    QMimeData *lwMPQ_OLEStartDrag();
-    // What the place of the drop gets: the scratch folder's top entries.
-    QList<QUrl> lwMPQ_OLESetData();
+    // Drag and drop on the list (the model carries them), and opening a
+    // stored file.
+    QString TransferArchive() const override { return session_.FileName; }
+    QString TransferScratchFolder() const override { return session_.TempPath; }
+    StatusPanel &TransferStatus() override;
+    EventQueue &TransferEvents() override;
+    // Into the folder selected in the tree, in Explorer style.
+    void AddDroppedFiles(const DropBatch &batch) override;
     void lwMPQ_DblClick();
-    void mnuPopupOpen_Click() { lwMPQ_DblClick(); }
 
-    // Properties of the current row and of the archive, and the tools.
+    // Properties of the current row and of the archive, the tools, the view.
     void mnuPopupInfoFile_Click();
     void ShowArchiveProperties();
     void mnuMakeEXE_Click();
     void mnuMPQEm_Click();
-
-    // The view.
     void Form_Resize();
+    // A drag of the splitter: `x` twips from its left edge; button 1 alone drags.
     void lblSplitter_MouseMove(int button, int shift, float x, float y);
     void mnuTools_Click();
     void mnuStatus_Click();
@@ -138,39 +114,28 @@ public:
     void lwMPQ_MouseUp(int button, int shift, QPoint position);
     void mnuExit_Click();
     void mnuHomePage_Click();
-    // The configuration dialog, modal; the credits.
     void mnuConfig_Click();
     void mnuAbout_Click();
 
-    // StatusPanel and ProgressBar, over panel 1 and pbStatus; EventQueue over
-    // the application's queue (repaints and timers, no input).
-    void SetStatusText(const QString &text) override;
-    void SetProgressMax(int max) override;
-    void SetProgressValue(int value) override;
-    void SetProgressVisible(bool visible) override;
-    void Yield() override;
-
     ArchiveSession &Session() { return session_; }
     AppConfig &Config() { return config_; }
+    StatusReport &Reports() { return *reports_; }
+    const MainLayout &Layout() const { return layout_; }
     ArchiveListModel *Model() const { return model_; }
     ArchiveListView *List() const { return lwMPQ_; }
     FolderTreeWidget *Tree() const { return tvMPQ_; }
     bool FirstRun() const { return firstRun_; }
-    // The configuration dialog, made at start-up and kept.
+    // The configuration dialog, made at start-up and kept; the others are
+    // loaded at their first use and kept.
     frmConfig *ConfigDialog() const { return config_dialog_; }
-    // The dialogs, loaded at their first use and kept.
     frmInfoFile *InfoFileDialog();
     frmInfoMPQ *InfoMPQDialog();
     frmMPQEmbedder *EmbedderDialog();
-    // A menu entry or toolbar action by its name ("mnuAdd", "mnuRecents2",
-    // "mnuArrange3") or a toolbar button by its key ("add").
-    QAction *MenuEntry(const QString &name) const { return menuEntries_.value(name); }
-    QAction *ToolButton(const QString &key) const { return toolButtons_.value(key); }
-    QMenu *Popup(const QString &name) const;
-    // Measures in twips of the client area and of a control.
-    float ScaleWidth() const;
-    float ScaleHeight() const;
-    TwipsBox Measure(const QWidget *control) const;
+    // A menu entry by its name ("mnuAdd", "mnuRecents2", "mnuArrange3"), a
+    // toolbar button by its key ("add"), a menu or popup by its name.
+    QAction *MenuEntry(const QString &name) const { return commands_.Entry(name); }
+    QAction *ToolButton(const QString &key) const { return commands_.Button(key); }
+    QMenu *Popup(const QString &name) const { return commands_.Menu(name); }
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -181,13 +146,14 @@ protected:
 
 private:
     void BuildControls();
-    void BuildMenus();
-    void BuildToolBar();
     void ApplyTexts();
     void ApplyWindowSettings();
     WindowSettings CurrentWindowSettings() const;
-    void SetOpenCommandsEnabled(bool enabled);
-    void ShowRecentEntries();
+    SessionPorts Ports();
+    // Opens `path` through the session and shows the outcome.
+    void OpenArchive(const QString &path);
+    // The title, the recent entries and the commands as the session stands.
+    void ShowSession();
     void SetStyle(bool explorer);
     // Lists the archive anew after an add that opened it.
     void ListAfterAdd(const AddReport &report);
@@ -200,11 +166,8 @@ private:
     // makes it current and scrolls to it.
     void FindFrom(int start);
     void ShowSortOrder();
+    Dpi ScreenDpi() const { return Dpi{logicalDpiX(), logicalDpiY()}; }
     void Place(QWidget *control, const TwipsBox &box);
-    int TwipsToPixelsX(double twips) const;
-    int TwipsToPixelsY(double twips) const;
-    double PixelsToTwipsX(int pixels) const;
-    double PixelsToTwipsY(int pixels) const;
 
     StartupPaths paths_;
     ArchiveSession session_;
@@ -219,26 +182,12 @@ private:
     ArchiveListModel *model_ = nullptr;
     FolderTreeWidget *tvMPQ_ = nullptr;
     QLabel *lblSplitter_ = nullptr;
-    QStatusBar *StatusBar1_ = nullptr;
-    QLabel *panel1_ = nullptr;
-    QWidget *panel2_ = nullptr;
-    QProgressBar *pbStatus_ = nullptr;
-    QMenu *mnuPopup_ = nullptr;
-    QMenu *mnuExplorerPopup_ = nullptr;
-    QActionGroup *styleGroup_ = nullptr;
-    QActionGroup *arrangeGroup_ = nullptr;
+    std::unique_ptr<StatusReport> reports_;
+    std::unique_ptr<TreePort> treePort_;
+    WindowCommands commands_;
+    MainLayout layout_;
     frmConfig *config_dialog_ = nullptr;
     frmInfoFile *infoFile_ = nullptr;
     frmInfoMPQ *infoMPQ_ = nullptr;
     frmMPQEmbedder *embedder_ = nullptr;
-
-    QHash<QString, QAction *> menuEntries_;
-    QHash<QString, QAction *> toolButtons_;
-    QHash<QString, QMenu *> menus_;
-
-    // The measures the layout keeps, in twips.
-    TwipsBox lw_;
-    TwipsBox tv_{0, 0, 3135, 0};
-    TwipsBox splitter_{0, 960, 50, 0};
-    TwipsBox pb_{0, 0, 0, 255};
 };

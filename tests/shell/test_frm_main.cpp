@@ -255,9 +255,9 @@ void TestFrmMain::everyWindowSettingComesBack()
         window.resize(820, 540);
         window.move(window.screen()->availableGeometry().topLeft() + QPoint(31, 47));
         window.mnuExplorerStyle_Click();
-        const float before = window.Measure(window.findChild<QWidget *>("lblSplitter")).left;
+        const float before = window.Layout().splitter.left;
         window.lblSplitter_MouseMove(1, 0, 600, 0);
-        QCOMPARE(window.Measure(window.findChild<QWidget *>("lblSplitter")).left, before + 600);
+        QCOMPARE(window.Layout().splitter.left, before + 600);
         window.mnuTools_Click();
         window.mnuStatus_Click();
         window.mnuArrange_Click(3);
@@ -280,7 +280,7 @@ void TestFrmMain::everyWindowSettingComesBack()
     QVERIFY(QTest::qWaitForWindowExposed(&again));
     QCOMPARE(again.size(), QSize(820, 540));
     QCOMPARE(again.pos(), again.screen()->availableGeometry().topLeft() + QPoint(31, 47));
-    QCOMPARE(again.Measure(again.findChild<QWidget *>("lblSplitter")).left, written.Splitter);
+    QCOMPARE(again.Layout().splitter.left, written.Splitter);
     QVERIFY(!again.MenuEntry("mnuTools")->isChecked());
     QVERIFY(again.findChild<QToolBar *>("tbMenu")->isHidden());
     QVERIFY(!again.MenuEntry("mnuStatus")->isChecked());

@@ -18,6 +18,7 @@
 #include <QUrl>
 
 #include "config/ini_file.h"
+#include "config/startup.h"
 #include "editing/helpers/shell_open.h"
 #include "listing/explorer_listing.h"
 #include "shell/archive_list_model.h"
@@ -46,7 +47,7 @@ QMap<QString, QString> Attributes(const frmMain &window)
     const ArchiveListModel *model = window.Model();
     for (int row = 0; row < model->rowCount(); ++row) {
         const ListRow &r = model->Row(row);
-        if (!r.text().startsWith("~unknowns")) result.insert(r.text(), r.columns[ListRow::Attribute]);
+        if (!r.text().startsWith("~unknowns")) result.insert(r.text(), AttributeLetters(r.Flags));
     }
     return result;
 }
@@ -569,14 +570,14 @@ void TestMainWindow::splitterMovesOnlyWithinItsBounds()
     QFETCH(bool, moves);
     auto window = Start({}, QSize(400, 400));  // 15 twips to the pixel offscreen
     QVERIFY(window);
-    QCOMPARE(window->ScaleWidth(), 6000.0f);
+    QCOMPARE(window->centralWidget()->width() * 15, 6000);
     window->mnuExplorerStyle_Click();
     auto *tree = window->findChild<QTreeWidget *>("tvMPQ");
     auto *splitter = window->findChild<QLabel *>("lblSplitter");
     auto *list = window->findChild<QTreeView *>("lwMPQ");
     auto px = [](float twips) { return qRound(twips / 15.0); };
-    window->lblSplitter_MouseMove(1, 0, 2400 - window->Measure(splitter).left, 0);
-    QCOMPARE(window->Measure(splitter).left, 2400.0f);
+    window->lblSplitter_MouseMove(1, 0, 2400 - window->Layout().splitter.left, 0);
+    QCOMPARE(window->Layout().splitter.left, 2400.0f);
     window->lblSplitter_MouseMove(button, 0, to - 2400, 0);
     const float left = moves ? to : 2400.0f;
     QCOMPARE(splitter->x(), px(left));
@@ -599,9 +600,9 @@ void TestMainWindow::storedSplitterOutsideTheBoundsIsRefused()
     window.resize(900, 600);
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
-    auto *tree = window.findChild<QTreeWidget *>("tvMPQ");
-    QCOMPARE(window.Measure(tree).width, 3135.0f);
-    QCOMPARE(window.Measure(window.findChild<QLabel *>("lblSplitter")).left, 3135.0f);
+    QCOMPARE(window.findChild<QTreeWidget *>("tvMPQ")->width(), qRound(3135 / 15.0));
+    QCOMPARE(window.Layout().tree.width, 3135.0f);
+    QCOMPARE(window.Layout().splitter.left, 3135.0f);
     window.Form_Unload();
 }
 

@@ -282,8 +282,8 @@ void TestRowCommands::renameAfterTheQuestion()
         window->Form_Unload();
         return;
     }
-    // The extension column keeps the old text until the next listing.
-    QCOMPARE(window->Model()->Row(row).columns[ListRow::Ext], oldName.section('.', -1));
+    // The extension column follows the new name at once.
+    QCOMPARE(ColumnText(window->Model()->Row(row), ListRow::Ext), newName.section('.', -1));
     window->mnuRefresh_Click();
     QVERIFY(Names(*window).contains(newName));
     QVERIFY(!Names(*window).contains(oldName));
@@ -352,7 +352,7 @@ void TestRowCommands::controlCharactersShowAsMarks()
     QVERIFY(window);
     const QString name = QStringLiteral("red\x1b[31m.txt"), shown = QStringLiteral("red\u241b[31m.txt");
     QCOMPARE(window->Model()->index(RowOf(*window, name), ListRow::Name).data().toString(), shown);
-    window->SetStatusText("Estrazione file " + name);
+    window->Reports().SetStatusText("Estrazione file " + name);
     QCOMPARE(StatusText(*window), "Estrazione file " + shown);
 
     ScriptedDialogs dialogs;
@@ -438,7 +438,7 @@ void TestRowCommands::dropOnANewFolderStoresUnderItsKey()
     WriteFile(source + "/theme.mp3", TextData(900, 't'));
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(source + "/theme.mp3")});
-    window->lwMPQ_OLEDragDrop(&data);
+    window->Model()->dropMimeData(&data, Qt::CopyAction, -1, -1, {});
     // The rebuilt tree shows the folder from the stored name.
     QVERIFY(tree->NodeExists("DATA\\MUSIC\\"));
     bool ok = false;
@@ -556,7 +556,7 @@ void TestRowCommands::sortByHeaderAndMenu()
     QCOMPARE(Names(*window).first(), QString("units\\footman.mdx"));
     clickHeader(1);  // another column is always ascending
     QCOMPARE(state(), QString("1 0 mark 1 arrow 0"));
-    QCOMPARE(window->Model()->Row(window->Model()->rowCount() - 1).columns[ListRow::Ext], QString("wav"));
+    QCOMPARE(ColumnText(window->Model()->Row(window->Model()->rowCount() - 1), ListRow::Ext), QString("wav"));
     clickHeader(1);
     QCOMPARE(state(), QString("1 1 mark 1 arrow 1"));
     window->MenuEntry("mnuArrange1")->trigger();  // the menu entry of the column turns it too
@@ -574,7 +574,7 @@ void TestRowCommands::sortByHeaderAndMenu()
     window->lwMPQ_ColumnClick(3);
     QStringList sizes;
     for (int row = 0; row < window->Model()->rowCount(); ++row)
-        sizes.append(window->Model()->Row(row).columns[ListRow::Size]);
+        sizes.append(ColumnText(window->Model()->Row(row), ListRow::Size));
     QStringList sorted = sizes;
     std::sort(sorted.begin(), sorted.end(),
               [](const QString &a, const QString &b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
@@ -602,7 +602,7 @@ void TestRowCommands::dragOverTheList()
     QMimeData data;
     if (urls) data.setUrls({QUrl::fromLocalFile(master)});
     else data.setText("some text");
-    QCOMPARE(window->lwMPQ_OLEDragOver(&data), taken ? Qt::CopyAction : Qt::IgnoreAction);
+    QCOMPARE(window->Model()->canDropMimeData(&data, Qt::CopyAction, -1, -1, {}), taken);
     // The list itself answers the same to a real drag.
     QWidget *viewport = window->List()->viewport();
     QDragEnterEvent enter(viewport->rect().center(), Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
@@ -693,7 +693,7 @@ void TestRowCommands::dragOutHandsTheScratchFolder()
     QVERIFY(window);
     const QString scratch = window->Session().TempPath;
     Select(*window, {"b.txt", "units\\footman.mdx"}, "b.txt");
-    std::unique_ptr<QMimeData> data(window->lwMPQ_OLEStartDrag());
+    std::unique_ptr<QMimeData> data(window->Model()->mimeData(window->List()->selectionModel()->selectedIndexes()));
     QCOMPARE(data->formats(), QStringList{"text/uri-list"});
     QVERIFY(data->hasUrls());
     // Nothing is extracted until the place of the drop asks for the data.
@@ -706,13 +706,13 @@ void TestRowCommands::dragOutHandsTheScratchFolder()
 
     // A second drag empties the folder first.
     Select(*window, {"a.txt"}, "a.txt");
-    std::unique_ptr<QMimeData> second(window->lwMPQ_OLEStartDrag());
+    std::unique_ptr<QMimeData> second(window->Model()->mimeData(window->List()->selectionModel()->selectedIndexes()));
     QCOMPARE(second->urls(), QList<QUrl>{QUrl::fromLocalFile(scratch + "/a.txt")});
     QVERIFY(!QFileInfo::exists(scratch + "/b.txt"));
     QVERIFY(!QFileInfo::exists(scratch + "/units"));
     // No row selected: the target finds the scratch folder empty.
     window->mnuDeselectAll_Click();
-    std::unique_ptr<QMimeData> none(window->lwMPQ_OLEStartDrag());
+    std::unique_ptr<QMimeData> none(window->Model()->mimeData(window->List()->selectionModel()->selectedIndexes()));
     QVERIFY(none->urls().isEmpty());
     QVERIFY(QDir(scratch).isEmpty());
     window->Form_Unload();
@@ -796,7 +796,7 @@ void TestRowCommands::aDropThatCannotBeWrittenSaysSo()
     ::setrlimit(RLIMIT_FSIZE, &full);
     QMimeData data;
     data.setUrls({QUrl::fromLocalFile(dropped)});
-    window->lwMPQ_OLEDragDrop(&data);
+    window->Model()->dropMimeData(&data, Qt::CopyAction, -1, -1, {});
     ::setrlimit(RLIMIT_FSIZE, &old);
 
     QCOMPARE(StatusText(*window), status);

@@ -1,0 +1,128 @@
+// The main window's commands that move files in and out of the archive,
+// and the properties and tools.
+#include "shell/frm_main.h"
+
+#include <QApplication>
+
+#include "config/catalogue.h"
+#include "editing/add_files.h"
+#include "editing/extract_files.h"
+#include "editing/helpers/dialogs.h"
+#include "editing/helpers/file_walk.h"
+#include "editing/helpers/paths.h"
+#include "properties/archive_properties.h"
+#include "properties/frm_info_file.h"
+#include "properties/frm_info_mpq.h"
+#include "shell/archive_list_model.h"
+#include "shell/archive_list_view.h"
+#include "tools/frm_mpq_embedder.h"
+#include "tools/self_executing.h"
+
+// ---------------------------------------------------------------------------
+// Files in and out
+
+// After an add every row is new: the list, or tree and list, are made again.
+void frmMain::ListAfterAdd(const AddReport &report)
+{
+    if (!report.opened()) return;
+    if (session_.ExplorerStyle) {
+        mnuRefresh_Click();
+    } else {
+        model_->Clear();
+        session_.List(config_, Ports());
+    }
+    // The listing ends on "ready"; an archive that could not be written, or
+    // files that did not go in (a full disk, a file gone), say so instead.
+    if (!report.written())
+        reports_->SetStatusText(Texts().StatusBarNotWritten);
+    else if (const auto failed = RefusedFor(report.refused, Refusal::EngineRefused); !failed.isEmpty())
+        reports_->SetStatusText(ReplaceValue(Texts().StatusBarNotAdded, QString::number(failed.size())));
+}
+
+void frmMain::mnuAdd_Click()
+{
+    const QString chosen = OpenFileDialog(this, kOpenFileTitle, kAllFilesFilter, QString(), true);
+    if (chosen.isEmpty()) return;
+    const QStringList parts = chosen.split(QChar(0));
+    QString folder;
+    QStringList names;
+    if (parts.size() == 1) {
+        const qsizetype slash = chosen.lastIndexOf(QLatin1Char('/'));
+        folder = chosen.left(slash + 1);
+        names.append(chosen.mid(slash + 1));
+    } else {
+        folder = parts.first();
+        names = parts.mid(1);
+    }
+    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, *reports_, *reports_));
+}
+
+void frmMain::mnuAddDir_Click()
+{
+    const QString folder = BrowseForFolder(this, QString(), true);
+    if (folder.isEmpty()) return;
+    QStringList paths = ScanFiles(folder, QStringLiteral("*"), kAttributeHidden | kAttributeSystem, true, QString(QChar(0)))
+                            .split(QChar(0));
+    paths.removeLast();  // the text ends in a separator
+    if (paths.isEmpty()) return;
+    const qsizetype cut = folder.endsWith(QLatin1Char('/')) ? folder.size() : folder.size() + 1;
+    QStringList names;
+    names.reserve(paths.size());
+    for (const QString &path : std::as_const(paths)) names.append(path.mid(cut));
+    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, *reports_, *reports_));
+}
+
+void frmMain::mnuExtract_Click()
+{
+    if (!lwMPQ_->currentIndex().isValid()) return;
+    const QString folder = BrowseForFolder(this, QString(), true);
+    if (folder.isEmpty()) return;
+    ExtractFiles(session_.FileName, SelectedTags(), folder, *reports_, *reports_);
+}
+
+// ---------------------------------------------------------------------------
+// Properties and tools
+
+frmInfoFile *frmMain::InfoFileDialog()
+{
+    if (!infoFile_) infoFile_ = new frmInfoFile(this);
+    return infoFile_;
+}
+
+frmInfoMPQ *frmMain::InfoMPQDialog()
+{
+    if (!infoMPQ_) infoMPQ_ = new frmInfoMPQ(this);
+    return infoMPQ_;
+}
+
+frmMPQEmbedder *frmMain::EmbedderDialog()
+{
+    if (!embedder_) embedder_ = new frmMPQEmbedder(this);
+    return embedder_;
+}
+
+// The embedder works on files alone, whether an archive is open or not.
+void frmMain::mnuMPQEm_Click() { EmbedderDialog()->exec(); }
+
+void frmMain::mnuPopupInfoFile_Click()
+{
+    const int row = CurrentRow();
+    if (row < 0) return;
+    InfoFileDialog()->ShowRow(model_->Row(row));
+    infoFile_->exec();
+}
+
+void frmMain::ShowArchiveProperties()
+{
+    InfoMPQDialog()->ShowArchive(ReadArchiveProperties(session_.FileName, session_.TotalSize, model_->rowCount()));
+    infoMPQ_->exec();
+}
+
+// The window waits for the tool, and takes no input meanwhile.
+void frmMain::mnuMakeEXE_Click()
+{
+    if (session_.FileName.isEmpty()) return;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    MakeSelfExecutable(session_.FileName, paths_.programFolder, session_.TempPath);
+    QApplication::restoreOverrideCursor();
+}

@@ -1,0 +1,58 @@
+#include "shell/window_ports.h"
+
+#include <QCoreApplication>
+#include <QLabel>
+#include <QProgressBar>
+#include <QStatusBar>
+
+#include "listing/text_encoding.h"
+#include "shell/folder_tree_widget.h"
+
+StatusReport::StatusReport(QWidget *client, int panel1MinWidth, int panel2Width)
+{
+    bar_ = new QStatusBar(client);
+    bar_->setObjectName(QStringLiteral("StatusBar1"));
+    bar_->setSizeGripEnabled(false);
+    panel1_ = new QLabel(bar_);
+    panel1_->setObjectName(QStringLiteral("StatusBar1Panel1"));
+    panel1_->setMinimumWidth(panel1MinWidth - 8);
+    panel1_->setTextFormat(Qt::PlainText);
+    bar_->addWidget(panel1_, 1);
+    auto *panel2 = new QWidget(bar_);
+    panel2->setObjectName(QStringLiteral("StatusBar1Panel2"));
+    panel2->setFixedWidth(panel2Width);
+    bar_->addPermanentWidget(panel2);
+
+    // The progress bar stands over panel 2, not inside it.
+    progress_ = new QProgressBar(client);
+    progress_->setObjectName(QStringLiteral("pbStatus"));
+    progress_->setRange(0, 100);
+    progress_->setTextVisible(false);
+    progress_->setVisible(false);
+    progress_->raise();
+}
+
+void StatusReport::SetStatusText(const QString &status)
+{
+    const QString text = MarkControls(status);  // the names in it may hold controls
+    if (panel1_->text() == text) return;
+    panel1_->setText(text);
+    // The listings do not yield: the panel shows each new text at once.
+    if (panel1_->isVisible()) panel1_->repaint();
+}
+
+void StatusReport::SetProgressMax(int max) { progress_->setMaximum(std::max(max, 1)); }
+void StatusReport::SetProgressValue(int value) { progress_->setValue(value); }
+void StatusReport::SetProgressVisible(bool visible) { progress_->setVisible(visible); }
+
+void StatusReport::Yield() { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }
+
+void TreePort::AddRootNode(const QString &key, const QString &text) { tree_->AddRootNode(key, text); }
+
+void TreePort::AddFolderNode(const QString &parentKey, const QString &key, const QString &text)
+{
+    tree_->AddFolderNode(parentKey, key, text);
+}
+
+bool TreePort::NodeExists(const QString &key) const { return tree_->NodeExists(key); }
+void TreePort::ClearNodes() { tree_->ClearNodes(); }
