@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "config/app_config.h"
+#include "config/listing_setup.h"
 #include "listing/classic_listing.h"
 #include "mpq/mpq_library.h"
 
@@ -57,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     CollectingPorts ports;
     ListingPorts listing{ports, ports, ports};
     qint64 totalSize = 0;
-    LoadArchiveClassic(path, config, listing, totalSize);
+    LoadArchiveClassic(path, ListingOptionsOf(config), listing, totalSize);
 
     if (const mpq::Archive archive = mpq::SFileOpenArchive(ArchivePath()))
         for (const ListRow &row : ports.rows) ReadWhole(archive.get(), row.Tag);

@@ -36,7 +36,7 @@ QByteArray RowLine(const ListRow &row)
     std::string text;
     for (int column = 0; column < ListRow::ColumnCount; ++column) {
         if (column > 0) text.push_back('\t');
-        AppendColumn(text, row.columns[static_cast<std::size_t>(column)]);
+        AppendColumn(text, ColumnText(row, column));
     }
     line = QByteArray::fromStdString(text);
     return line;
@@ -49,7 +49,7 @@ void PrintRows(const std::vector<ListRow> &rows)
     for (const ListRow &row : rows) {
         for (int column = 0; column < ListRow::ColumnCount; ++column) {
             if (column > 0) out.push_back('\t');
-            AppendColumn(out, row.columns[static_cast<std::size_t>(column)]);
+            AppendColumn(out, ColumnText(row, column));
         }
         out.push_back('\n');
         if (out.size() > (1u << 20)) {

@@ -12,7 +12,8 @@
 
 // "arcavera-cli: message" on standard error.
 void PrintError(const QString &message);
-// One line per row, the six columns separated by tabs.
+// One line per row, the six columns separated by tabs; the numbers are
+// written in the user's locale as the lines go out.
 void PrintRows(const std::vector<ListRow> &rows);
 // A row as one line, without its line end.
 QByteArray RowLine(const ListRow &row);

@@ -6,6 +6,24 @@
 #include "listing/row_order.h"
 #include "listing/text_encoding.h"
 
+namespace {
+
+const QString kUriList = QStringLiteral("text/uri-list");
+
+}  // namespace
+
+QStringList DeferredUrlData::formats() const { return {kUriList}; }
+
+bool DeferredUrlData::hasFormat(const QString &mimeType) const { return mimeType == kUriList; }
+
+QVariant DeferredUrlData::retrieveData(const QString &mimeType, QMetaType /*type*/) const
+{
+    if (mimeType != kUriList || !supplier_) return {};
+    QVariantList urls;
+    for (const QUrl &url : supplier_()) urls.append(url);
+    return urls;
+}
+
 ArchiveListModel::ArchiveListModel(QObject *parent) : QAbstractTableModel(parent) {}
 
 int ArchiveListModel::rowCount(const QModelIndex &parent) const
@@ -28,7 +46,8 @@ QVariant ArchiveListModel::data(const QModelIndex &index, int role) const
     case Qt::ToolTipRole:
         // Control characters of a name show as their marks; the row keeps
         // the name itself.
-        return MarkControls(row.columns[static_cast<std::size_t>(index.column())]);
+        if (index.column() <= ListRow::Ext) return MarkControls(ColumnText(row, index.column()));
+        return ColumnText(row, index.column());
     case Qt::TextAlignmentRole:
         if (index.column() >= ListRow::Size && index.column() <= ListRow::Ratio)
             return int(Qt::AlignRight | Qt::AlignVCenter);
@@ -59,6 +78,7 @@ Qt::ItemFlags ArchiveListModel::flags(const QModelIndex &index) const
 {
     Qt::ItemFlags flags = QAbstractTableModel::flags(index);
     if (index.isValid()) flags |= Qt::ItemIsDragEnabled;
+    else flags |= Qt::ItemIsDropEnabled;  // drops land on the list as a whole
     if (index.isValid() && index.column() == ListRow::Name) flags |= Qt::ItemIsEditable;
     return flags;
 }
@@ -109,10 +129,9 @@ void ArchiveListModel::RenameRow(int row, const QString &text, const QByteArray 
 {
     if (row < 0 || row >= rowCount()) return;
     ListRow &r = rows_[static_cast<std::size_t>(row)];
-    r.columns[ListRow::Name] = text;
+    r.Text = text;
     r.Tag = tag;
-    const QModelIndex cell = index(row, ListRow::Name);
-    emit dataChanged(cell, cell);
+    emit dataChanged(index(row, ListRow::Name), index(row, ListRow::Ext));
 }
 
 void ArchiveListModel::SetSorted(bool sorted)
@@ -133,8 +152,10 @@ void ArchiveListModel::AddRow(ListRow row)
         return;
     }
     // A row added to a sorted list takes its place in the order at once.
-    pending_.push_back(std::move(row));
-    SetSorted(true);
+    const int place = static_cast<int>(SortedPlace(rows_, row, sortKey_, sortOrder_));
+    beginInsertRows({}, place, place);
+    rows_.insert(rows_.begin() + place, std::move(row));
+    endInsertRows();
 }
 
 void ArchiveListModel::Clear()
@@ -164,16 +185,59 @@ void ArchiveListModel::Resort()
     emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
 }
 
-void ArchiveListModel::SetSortKey(int key)
+void ArchiveListModel::sort(int column, Qt::SortOrder order)
 {
-    sortKey_ = key;
-    Resort();
-}
-
-void ArchiveListModel::SetSortOrder(int order)
-{
-    sortOrder_ = order;
+    sortKey_ = column;
+    sortOrder_ = order == Qt::DescendingOrder ? 1 : 0;
     Resort();
 }
 
 void ArchiveListModel::RefreshHeaders() { emit headerDataChanged(Qt::Horizontal, 0, ListRow::ColumnCount - 1); }
+
+// ---------------------------------------------------------------------------
+// Drag and drop
+
+QStringList ArchiveListModel::mimeTypes() const { return {kUriList}; }
+
+QMimeData *ArchiveListModel::mimeData(const QModelIndexList &indexes) const
+{
+    if (port_ == nullptr) return nullptr;
+    // The rows once each, in the order the list shows them.
+    std::vector<int> rows;
+    for (const QModelIndex &index : indexes)
+        if (index.isValid() && index.row() < rowCount()) rows.push_back(index.row());
+    std::sort(rows.begin(), rows.end());
+    rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
+    QList<QByteArray> tags;
+    for (int row : rows) tags.append(Row(row).Tag);
+    ListTransferPort *port = port_;
+    return new DeferredUrlData(this, [port, tags] {
+        QList<QUrl> urls;
+        for (const QString &path : StageDragOut(port->TransferArchive(), tags, port->TransferScratchFolder(),
+                                                port->TransferStatus(), port->TransferEvents()))
+            urls.append(QUrl::fromLocalFile(path));
+        return urls;
+    });
+}
+
+bool ArchiveListModel::canDropMimeData(const QMimeData *data, Qt::DropAction /*action*/, int /*row*/,
+                                       int /*column*/, const QModelIndex & /*parent*/) const
+{
+    // A drop of the list onto itself would extract the rows only to add
+    // them back. Only the format is looked at: the data of a drag out is
+    // made when it is read.
+    const auto *own = qobject_cast<const DeferredUrlData *>(data);
+    return port_ != nullptr && data != nullptr && data->hasUrls() && !(own && own->Origin() == this) &&
+           !port_->TransferArchive().isEmpty();
+}
+
+bool ArchiveListModel::dropMimeData(const QMimeData *data, Qt::DropAction action, int row, int column,
+                                    const QModelIndex &parent)
+{
+    if (!canDropMimeData(data, action, row, column, parent)) return false;
+    QStringList paths;
+    for (const QUrl &url : data->urls())
+        if (url.isLocalFile()) paths.append(url.toLocalFile());
+    if (!paths.isEmpty()) port_->AddDroppedFiles(BuildDropBatch(paths));
+    return true;
+}

@@ -4,6 +4,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include "config/listing_setup.h"
 #include "config/app_config.h"
 #include "listing/classic_listing.h"
 #include "support/archive_factory.h"
@@ -32,7 +33,7 @@ int ListAndReadAll(const QString &path)
     RecordingPorts out;
     auto ports = out.ports();
     qint64 total = 0;
-    if (!LoadArchiveClassic(path, config, ports, total)) return -1;
+    if (!LoadArchiveClassic(path, ListingOptionsOf(config), ports, total)) return -1;
     for (const ListRow &row : out.rows) ReadStored(path, row.Tag.toStdString());
     return int(out.rows.size());
 }

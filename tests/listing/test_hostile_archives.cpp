@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "config/listing_setup.h"
 #include "config/app_config.h"
 #include "listing/classic_listing.h"
 #include "mpq/mpq_guards.h"
@@ -40,7 +41,7 @@ int ListAndReadInChild(const QString &path)
         RecordingPorts out;
         auto ports = out.ports();
         qint64 total = 0;
-        LoadArchiveClassic(path, config, ports, total);
+        LoadArchiveClassic(path, ListingOptionsOf(config), ports, total);
         for (const ListRow &row : out.rows) ReadStored(path, row.Tag.toStdString());
         ::_exit(static_cast<int>(std::min<std::size_t>(out.rows.size(), 100)));
     }

@@ -7,21 +7,12 @@
 #include <vector>
 
 #include "listing/list_row.h"
-#include "mpq/mpq_library.h"
+#include "listing/listing_options.h"
 #include "listing/reporting.h"
-
-struct AppConfig;
+#include "mpq/mpq_library.h"
 
 // The row of a record under its display name.
 ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayName);
-
-// Column texts, in the user's locale.
-QString FormatSize(std::uint32_t bytes);       // whole number with grouping
-QString FormatRatio(std::uint32_t fullSize, std::uint32_t compressedSize);  // the saving, "25.00%"
-QString FormatPercent(double fraction);        // "0%" to "100%", no decimals
-QString FormatLength(qint64 bytes);            // a file's length, with grouping
-QString FormatSaving(double fraction);         // 0.75 as "75.00%", negative too
-QString AttributeLetters(std::uint32_t flags);  // "C", "E", "X" or "-" each
 
 // Which used records a listing shows: every one, or the files directly in
 // one folder of the Explorer style.
@@ -48,12 +39,12 @@ private:
 // list is emptied right before the fill; `totalSize`, when given, gets the
 // sizes of the listed records added. An archive of one hash slot or none
 // (also no archive) lists nothing and reports nothing.
-void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const AppConfig &config,
+void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
                         ListingPorts &ports, const RecordFilter &filter, bool clearRows, qint64 *totalSize);
 
 // Lists the archive at `path` into `ports.rows`, with status and progress.
 // False only when the path is empty or names no file; an empty file, or one
 // that holds no archive, lists nothing and succeeds. `totalSize` becomes the
 // sum of the listed sizes.
-bool LoadArchiveClassic(const QString &path, const AppConfig &config, ListingPorts &ports,
+bool LoadArchiveClassic(const QString &path, const ListingOptions &options, ListingPorts &ports,
                         qint64 &totalSize);

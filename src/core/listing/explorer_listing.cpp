@@ -3,9 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "editing/helpers/paths.h"
 #include "listing/classic_listing.h"
 #include "listing/name_sources.h"
+#include "listing/names.h"
 #include "listing/slot_progress.h"
 #include "listing/text_encoding.h"
 
@@ -50,7 +50,7 @@ QString UpperKey(const QString &text)
     return upper;
 }
 
-bool LoadArchiveExplorer(const QString &path, const AppConfig &config, ListingPorts &ports, FolderTree &tree,
+bool LoadArchiveExplorer(const QString &path, const ListingOptions &options, ListingPorts &ports, FolderTree &tree,
                          qint64 &totalSize)
 {
     if (path.isEmpty() || !IsFile(path)) return false;
@@ -61,8 +61,8 @@ bool LoadArchiveExplorer(const QString &path, const AppConfig &config, ListingPo
     const std::int64_t n = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
     if (n > 1) {
         std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
-        BuildFileLists(archive.get(), path, records, config, ports.status);
-        SlotProgress progress(ports, n);
+        BuildFileLists(archive.get(), path, records, options, ports.status);
+        SlotProgress progress(ports, options, n);
         progress.Start();
         QString key;
         for (std::int64_t i = 0; i <= n; ++i) {
@@ -81,15 +81,15 @@ bool LoadArchiveExplorer(const QString &path, const AppConfig &config, ListingPo
         }
         progress.Finish();
         // A second, independent read handle lists the root.
-        FillFolderList(path, QString(), config, ports);
+        FillFolderList(path, QString(), options, ports);
     }
     return true;
 }
 
-bool FillFolderList(const QString &path, const QString &folder, const AppConfig &config, ListingPorts &ports)
+bool FillFolderList(const QString &path, const QString &folder, const ListingOptions &options, ListingPorts &ports)
 {
     if (path.isEmpty() || !IsFile(path)) return false;
     const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
-    ListArchiveRecords(archive.get(), path, config, ports, RecordFilter(folder), true, nullptr);
+    ListArchiveRecords(archive.get(), path, options, ports, RecordFilter(folder), true, nullptr);
     return true;
 }

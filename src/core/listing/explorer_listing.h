@@ -8,9 +8,8 @@
 #include <QByteArray>
 #include <QString>
 
+#include "listing/listing_options.h"
 #include "listing/reporting.h"
-
-struct AppConfig;
 
 // `text` upper-cased character by character, keeping its length, so that a
 // key's prefix of n characters is the upper-cased name's prefix of n.
@@ -21,12 +20,12 @@ QString UpperKey(const QString &text);
 // root's files through FillFolderList. It clears neither tree nor list.
 // False only when the path is empty or names no file. `totalSize` becomes
 // the sum of the sizes of all stored files, whatever folder is listed.
-bool LoadArchiveExplorer(const QString &path, const AppConfig &config, ListingPorts &ports,
+bool LoadArchiveExplorer(const QString &path, const ListingOptions &options, ListingPorts &ports,
                          FolderTree &tree, qint64 &totalSize);
 
 // Lists the files directly in `folder` (empty for the root, else a node key
 // with its closing "\"), after emptying the list. Compared without regard to
 // case; files of subfolders are not listed. Leaves the list as it was when
 // the file holds no archive.
-bool FillFolderList(const QString &path, const QString &folder, const AppConfig &config,
+bool FillFolderList(const QString &path, const QString &folder, const ListingOptions &options,
                     ListingPorts &ports);

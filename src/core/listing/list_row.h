@@ -1,19 +1,32 @@
-// One row of the archive list, in either style.
+// One row of the archive list, in either style, and the texts it shows.
 #pragma once
 
 #include <QByteArray>
 #include <QString>
 
-#include <array>
 #include <cstdint>
 
+// A row holds what the archive says of one stored file; the texts of its
+// columns are made from it when they are shown.
 struct ListRow {
     enum Column { Name = 0, Ext, Size, Compressed, Ratio, Attribute, ColumnCount };
-    std::array<QString, ColumnCount> columns;  // the six texts, as shown
-    QByteArray Tag;                            // the exact stored name the engine gets back
+    QByteArray Tag;  // the exact stored name the engine gets back
+    QString Text;    // the name as shown: Tag decoded (with the type's extension of a nameless entry)
     std::uint32_t FullSize = 0;
     std::uint32_t CompressedSize = 0;
     std::uint32_t Flags = 0;
 
-    const QString &text() const { return columns[Name]; }
+    const QString &text() const { return Text; }
 };
+
+// The text of one column of a row, in the user's locale. The name and the
+// extension keep their control characters: the face decides how to show them.
+QString ColumnText(const ListRow &row, int column);
+
+// Column texts, in the user's locale (the system's, digits always grouped).
+QString FormatSize(std::uint32_t bytes);                                     // whole number with grouping
+QString FormatRatio(std::uint32_t fullSize, std::uint32_t compressedSize);  // the saving, "25.00%"
+QString FormatPercent(double fraction);                                      // "0%" to "100%", no decimals
+QString FormatLength(qint64 bytes);                                          // a file's length, with grouping
+QString FormatSaving(double fraction);                                       // 0.75 as "75.00%", negative too
+QString AttributeLetters(std::uint32_t flags);                               // "C", "E", "X" or "-" each

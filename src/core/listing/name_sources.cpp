@@ -1,7 +1,5 @@
 #include "listing/name_sources.h"
 
-#include "config/app_config.h"
-#include "config/catalogue.h"
 #include "listing/text_encoding.h"
 #include "listing/type_detection.h"
 
@@ -14,7 +12,7 @@ QByteArray FormListText(bool internalListFound, const QByteArray &internalList, 
 }
 
 void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
-                    std::vector<mpq::FileListEntry> &records, const AppConfig &config,
+                    std::vector<mpq::FileListEntry> &records, const ListingOptions &options,
                     StatusPanel &status)
 {
     const mpq::StoredFile listFile = mpq::SFileOpenFileEx(archive, "(ListFile)");
@@ -22,16 +20,16 @@ void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
     const bool found = size >= 0;
     QByteArray internalList;
     if (found) {
-        status.SetStatusText(ReplaceValue(Texts().StatusBarReadList, archivePath));
+        status.SetStatusText(ListingOptions::Put(options.readingList, archivePath));
         internalList.resize(static_cast<qsizetype>(size));
         std::uint32_t read = 0;
         if (size > 0)
             mpq::SFileReadFile(listFile.get(), internalList.data(), static_cast<std::uint32_t>(size), &read, nullptr);
         internalList.truncate(read);
     } else {
-        status.SetStatusText(Texts().StatusBarAdditionalList);
+        status.SetStatusText(options.additionalList);
     }
-    const QByteArray listText = FormListText(found, internalList, config.UseLists, config.ListFiles);
+    const QByteArray listText = FormListText(found, internalList, options.useLists, options.listFiles);
     mpq::SFileListFiles(archive, listText.toStdString(), records, 0);
 }
 

@@ -8,9 +8,8 @@
 #include <vector>
 
 #include "mpq/mpq_library.h"
+#include "listing/listing_options.h"
 #include "listing/reporting.h"
-
-struct AppConfig;
 
 // The list text that the engine resolves names from: the internal list and,
 // unless the settings skip them when an internal list exists, the paths of
@@ -21,7 +20,7 @@ QByteArray FormListText(bool internalListFound, const QByteArray &internalList, 
 // Reads the internal list, forms the list text and lets the engine fill the
 // records. A failure leaves the records zero, which lists nothing.
 void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
-                    std::vector<mpq::FileListEntry> &records, const AppConfig &config,
+                    std::vector<mpq::FileListEntry> &records, const ListingOptions &options,
                     StatusPanel &status);
 
 // The name of a record as the list shows it: a nameless entry gets the

@@ -31,15 +31,16 @@ int CompareFolded(const QString &a, const QString &b)
 
 std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int sortOrder)
 {
-    const std::size_t column = static_cast<std::size_t>(std::clamp(sortKey, 0, int(ListRow::ColumnCount) - 1));
+    const int column = std::clamp(sortKey, 0, int(ListRow::ColumnCount) - 1);
     const bool descending = sortOrder == 1;
-    // Plain ASCII texts get a folded byte key for a quick compare; the others
-    // compare through Unicode case folding. Then the positions are sorted, and
-    // each row moves once.
+    // The texts are made once. Plain ASCII texts get a folded byte key for a
+    // quick compare; the others compare through Unicode case folding. Then
+    // the positions are sorted, and each row moves once.
+    std::vector<QString> texts(rows.size());
     std::vector<std::string> keys(rows.size());
     std::vector<char> ascii(rows.size(), 1);
     for (std::size_t i = 0; i < rows.size(); ++i) {
-        const QString &text = rows[i].columns[column];
+        const QString &text = texts[i] = ColumnText(rows[i], column);
         std::string &key = keys[i];
         key.resize(static_cast<std::size_t>(text.size()));
         for (qsizetype j = 0; j < text.size(); ++j) {
@@ -52,8 +53,7 @@ std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int s
     std::vector<std::size_t> order(rows.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-        const int c = ascii[a] && ascii[b] ? keys[a].compare(keys[b])
-                                           : CompareFolded(rows[a].columns[column], rows[b].columns[column]);
+        const int c = ascii[a] && ascii[b] ? keys[a].compare(keys[b]) : CompareFolded(texts[a], texts[b]);
         return descending ? c > 0 : c < 0;
     });
     std::vector<ListRow> sorted;
@@ -61,4 +61,16 @@ std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int s
     for (std::size_t index : order) sorted.push_back(std::move(rows[index]));
     rows = std::move(sorted);
     return order;
+}
+
+std::size_t SortedPlace(const std::vector<ListRow> &rows, const ListRow &row, int sortKey, int sortOrder)
+{
+    const int column = std::clamp(sortKey, 0, int(ListRow::ColumnCount) - 1);
+    const bool descending = sortOrder == 1;
+    const QString text = ColumnText(row, column);
+    const auto place = std::upper_bound(rows.begin(), rows.end(), text, [&](const QString &t, const ListRow &other) {
+        const int c = CompareFolded(t, ColumnText(other, column));
+        return descending ? c > 0 : c < 0;
+    });
+    return static_cast<std::size_t>(place - rows.begin());
 }

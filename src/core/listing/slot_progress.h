@@ -5,18 +5,21 @@
 
 #include <cstdint>
 
-#include "config/catalogue.h"
-#include "listing/classic_listing.h"
+#include "listing/list_row.h"
+#include "listing/listing_options.h"
 #include "listing/reporting.h"
 
 class SlotProgress {
 public:
-    SlotProgress(ListingPorts &ports, std::int64_t n) : ports_(ports), n_(n), text_(Texts().StatusBarOpen) {}
+    SlotProgress(ListingPorts &ports, const ListingOptions &options, std::int64_t n)
+        : ports_(ports), n_(n), text_(options.opening), ready_(options.ready)
+    {
+    }
 
     // "0%", the bar's maximum, the bar shown.
     void Start()
     {
-        ports_.status.SetStatusText(ReplaceValue(text_, QStringLiteral("0%")));
+        ports_.status.SetStatusText(ListingOptions::Put(text_, QStringLiteral("0%")));
         ports_.progress.SetProgressMax(static_cast<int>(n_));
         ports_.progress.SetProgressVisible(true);
     }
@@ -29,7 +32,7 @@ public:
         const qint64 percent = qRound64(fraction * 100.0);
         if (percent != shown_) {
             shown_ = percent;
-            percentText_ = ReplaceValue(text_, FormatPercent(fraction));
+            percentText_ = ListingOptions::Put(text_, FormatPercent(fraction));
         }
         ports_.status.SetStatusText(percentText_);
         ports_.progress.SetProgressValue(static_cast<int>(i));
@@ -38,7 +41,7 @@ public:
     // "Pronto", the bar hidden.
     void Finish()
     {
-        ports_.status.SetStatusText(Texts().StatusBarReady);
+        ports_.status.SetStatusText(ready_);
         ports_.progress.SetProgressVisible(false);
     }
 
@@ -46,6 +49,7 @@ private:
     ListingPorts &ports_;
     std::int64_t n_;
     QString text_;
+    QString ready_;
     QString percentText_;
     qint64 shown_ = -1;
 };

@@ -22,10 +22,10 @@ FileProperties ReadFileProperties(const ListRow &row)
     p.name = MarkControls(GetFileName(name));
     p.path = MarkControls(GetFolder(name));
     p.type = MarkControls(GetFileTypeName(name));
-    p.size = row.columns[ListRow::Size];
-    p.compressed = row.columns[ListRow::Compressed];
-    p.ratio = row.columns[ListRow::Ratio];
-    p.attributes = row.columns[ListRow::Attribute];
+    p.size = ColumnText(row, ListRow::Size);
+    p.compressed = ColumnText(row, ListRow::Compressed);
+    p.ratio = ColumnText(row, ListRow::Ratio);
+    p.attributes = ColumnText(row, ListRow::Attribute);
     if (row.FullSize > 0)
         p.share = 1.0 - static_cast<double>(row.CompressedSize) / static_cast<double>(row.FullSize);
     return p;

@@ -1,0 +1,18 @@
+#include "config/listing_setup.h"
+
+#include "config/app_config.h"
+#include "config/catalogue.h"
+
+ListingOptions ListingOptionsOf(const AppConfig &config)
+{
+    const MessageStrings &t = Texts();
+    ListingOptions options;
+    options.opening = t.StatusBarOpen;
+    options.readingList = t.StatusBarReadList;
+    options.additionalList = t.StatusBarAdditionalList;
+    options.ready = t.StatusBarReady;
+    options.useLists = config.UseLists;
+    options.listFiles = config.ListFiles;
+    options.autoDetect = config.AutoDetectFile != 0;
+    return options;
+}

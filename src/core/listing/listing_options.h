@@ -1,0 +1,23 @@
+// What a listing needs of the settings and of the language in force. The
+// listing reads neither itself: its caller fills this in.
+#pragma once
+
+#include <QString>
+
+struct ListingOptions {
+    // Status texts; "%v" stands for the value put in.
+    QString opening;         // while the slots are walked, with the percentage
+    QString readingList;     // the internal list is read, with the archive's path
+    QString additionalList;  // no internal list: the external lists alone
+    QString ready;           // the listing is done
+    // Settings.
+    qint16 useLists = 1;      // 1: skip the external lists when the archive has its own
+    QString listFiles;        // the external list files, each followed by "\r\n"
+    bool autoDetect = true;   // guess the type of nameless entries
+
+    // `text` with its "%v" replaced by `value`.
+    static QString Put(const QString &text, const QString &value)
+    {
+        return QString(text).replace(QStringLiteral("%v"), value);
+    }
+};
