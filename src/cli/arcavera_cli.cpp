@@ -12,15 +12,18 @@
 
 #include "cli_output.h"
 #include "cli_tools.h"
+#include "command_line.h"
 #include "config/app_config.h"
 #include "config/catalogue.h"
+#include "config/listing_setup.h"
 #include "editing/add_files.h"
+#include "editing/archive_check.h"
 #include "editing/delete_rename.h"
 #include "editing/extract_files.h"
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
+#include "exit_status.h"
 #include "listing/classic_listing.h"
-#include "mpq/mpq_library.h"
 #include "listing/row_order.h"
 #include "listing/text_encoding.h"
 #include "properties/archive_properties.h"
@@ -115,87 +118,79 @@ constexpr const char *kUsage =
     "  5  a file cannot be read or written; the file that failed is left as it\n"
     "     was (EXE keeps its old length, OUT its old bytes)\n";
 
-struct Options {
+// The settings every command reads, loaded once.
+struct Settings {
     QString iniPath;
-    QString prefix;
-    bool hasPrefix = false;
-    QString folder;        // --to
-    bool hasFolder = false;
-    bool verbose = false;
-    QStringList arguments;  // the command and its arguments
-    bool help = false;
-    QString error;
+    AppConfig config;
+    ListingOptions listing;
+    WindowSettings window;
 };
 
-Options ParseOptions(const QStringList &argv)
+Settings LoadSettings(const QString &iniPath)
 {
-    Options options;
-    bool optionsEnded = false;  // after "--" every argument is a name or path
-    for (qsizetype i = 1; i < argv.size(); ++i) {
-        const QString &arg = argv[i];
-        if (optionsEnded || arg == QLatin1String("-") || !arg.startsWith(QLatin1Char('-'))) {
-            options.arguments.append(arg);
-        } else if (arg == QLatin1String("--")) {
-            optionsEnded = true;
-        } else if (arg == QLatin1String("-h") || arg == QLatin1String("--help")) {
-            options.help = true;
-        } else if (arg == QLatin1String("-v") || arg == QLatin1String("--verbose")) {
-            options.verbose = true;
-        } else if (arg == QLatin1String("--ini") || arg == QLatin1String("--prefix") || arg == QLatin1String("--to")) {
-            if (i + 1 >= argv.size()) {
-                options.error = arg + (arg == QLatin1String("--ini")  ? QStringLiteral(" needs a file")
-                                       : arg == QLatin1String("--to") ? QStringLiteral(" needs a folder")
-                                                                      : QStringLiteral(" needs a value"));
-                return options;
-            }
-            const QString &value = argv[++i];
-            if (arg == QLatin1String("--ini")) {
-                options.iniPath = QFileInfo(value).absoluteFilePath();
-            } else if (arg == QLatin1String("--to")) {
-                options.folder = value;
-                options.hasFolder = true;
-            } else {
-                options.prefix = value;
-                options.hasPrefix = true;
-            }
-        } else if (arg.startsWith(QLatin1String("--ini="))) {
-            options.iniPath = QFileInfo(arg.mid(6)).absoluteFilePath();
-        } else {
-            options.error = QStringLiteral("unknown option %1 (put -- before names that begin with -)").arg(arg);
-            return options;
-        }
-    }
-    return options;
+    Settings settings;
+    settings.iniPath = iniPath;
+    settings.config.IniPath = iniPath;
+    LoadAppConfig(settings.config);
+    settings.listing = ListingOptionsOf(settings.config);
+    settings.window = ReadWindowSettings(iniPath, 0, 0);
+    return settings;
 }
 
-// Exit status 2 or 3 with a message when `path` is no archive, else 0.
-int CheckArchive(const QString &path)
+// Why `path` is no archive to read or change, said on standard error, as
+// its exit status; 0 when it is one.
+int ReportArchiveCheck(const QString &path, Refusal why)
 {
-    if (!QFileInfo::exists(path)) {
+    switch (why) {
+    case Refusal::Missing:
         PrintError(QStringLiteral("%1: no such file").arg(path));
-        return 2;
-    }
-    if (IsDirectory(path)) {
+        break;
+    case Refusal::WrongKind:
         PrintError(QStringLiteral("%1: is a folder, not an archive").arg(path));
-        return 2;
-    }
-    if (!mpq::SFileOpenArchive(PathBytes(path).toStdString())) {
+        break;
+    case Refusal::EmptyFile:
+        PrintError(QStringLiteral("%1: is empty, it holds no MPQ archive; left as it is").arg(path));
+        break;
+    case Refusal::NotAnArchive:
         PrintError(QStringLiteral("%1: holds no MPQ archive").arg(path));
-        return 3;
+        break;
+    default:
+        break;
     }
-    return 0;
+    return ExitStatus(why);
 }
 
-// The rows of the archive as the window lists them in Classic style, with
-// the settings of `iniPath`; `totalSize` gets the sum of their sizes.
-std::vector<ListRow> ListedRows(const QString &path, const QString &iniPath, qint64 &totalSize)
+// Why the archive could not be opened for update, said, as its exit status.
+int ReportUpdateNotOpened(const QString &archive, Refusal why)
 {
-    AppConfig config;
-    config.IniPath = iniPath;
-    LoadAppConfig(config);
+    switch (why) {
+    case Refusal::NotCreatable:
+        PrintError(QStringLiteral("%1: the archive cannot be made there").arg(archive));
+        break;
+    case Refusal::NotWritable:
+        PrintError(QStringLiteral("%1: the archive cannot be written").arg(archive));
+        break;
+    case Refusal::NotAnArchive:
+        PrintError(QStringLiteral("%1: holds no MPQ archive; left as it is").arg(archive));
+        break;
+    default:
+        break;
+    }
+    return ExitStatus(why);
+}
+
+void ReportNotWritten(const QString &archive)
+{
+    PrintError(QStringLiteral("%1: the archive could not be written (is the disk full?); it is as it was").arg(archive));
+}
+
+// The rows of the archive as the window lists them in Classic style;
+// `totalSize` gets the sum of their sizes.
+std::vector<ListRow> ListedRows(const QString &path, const Settings &settings, qint64 &totalSize)
+{
     CollectingPorts ports;
     ListingPorts listing{ports, ports, ports};
-    LoadArchiveClassic(path, config, listing, totalSize);
+    LoadArchiveClassic(path, settings.listing, listing, totalSize);
     return std::move(ports.rows);
 }
 
@@ -206,34 +201,33 @@ QString OneArchive(const QStringList &arguments, const char *command, int &statu
     status = 0;
     if (arguments.size() != 1) {
         PrintError(QStringLiteral("%1 takes one archive").arg(QLatin1String(command)));
-        status = 1;
+        status = kUsageStatus;
         return {};
     }
     const QString path = QFileInfo(arguments[0]).absoluteFilePath();
-    status = CheckArchive(path);
+    status = ReportArchiveCheck(path, CheckArchive(path, ArchiveUse::Read));
     return status ? QString() : path;
 }
 
-int ListCommand(const QStringList &arguments, const QString &iniPath)
+int ListCommand(const QStringList &arguments, const Settings &settings)
 {
     int status = 0;
     const QString path = OneArchive(arguments, "list", status);
     if (status) return status;
     qint64 totalSize = 0;
-    std::vector<ListRow> rows = ListedRows(path, iniPath, totalSize);
-    const WindowSettings window = ReadWindowSettings(iniPath, 0, 0);
-    SortRows(rows, window.SortKey, window.SortOrder);
+    std::vector<ListRow> rows = ListedRows(path, settings, totalSize);
+    SortRows(rows, settings.window.SortKey, settings.window.SortOrder);
     PrintRows(rows);
     return 0;
 }
 
-int InfoCommand(const QStringList &arguments, const QString &iniPath)
+int InfoCommand(const QStringList &arguments, const Settings &settings)
 {
     int status = 0;
     const QString path = OneArchive(arguments, "info", status);
     if (status) return status;
     qint64 totalSize = 0;
-    const std::vector<ListRow> rows = ListedRows(path, iniPath, totalSize);
+    const std::vector<ListRow> rows = ListedRows(path, settings, totalSize);
 
     const ArchiveProperties p = ReadArchiveProperties(path, totalSize, static_cast<qint64>(rows.size()));
     const std::optional<double> saving = ArchiveSaving(p);
@@ -255,7 +249,8 @@ int InfoCommand(const QStringList &arguments, const QString &iniPath)
 // The status text of each file added, extracted or deleted, a line each,
 // when asked for. The closing ready text names no file and is left out.
 struct VerbosePanel : StatusPanel {
-    bool verbose = false;
+    explicit VerbosePanel(bool on) : verbose(on) {}
+    bool verbose;
     void SetStatusText(const QString &text) override
     {
         if (!verbose || text == Texts().StatusBarReady) return;
@@ -263,16 +258,6 @@ struct VerbosePanel : StatusPanel {
         std::fputc('\n', stdout);
     }
 };
-
-AppConfig LoadRules(const QString &iniPath)
-{
-    AppConfig config;
-    config.IniPath = iniPath;
-    LoadAppConfig(config);
-    // Without a settings file the rules are those a first start would write.
-    if (!IsFile(iniPath)) config.ExtensionRules = FirstRunRules();
-    return config;
-}
 
 // An absolute path with "." and ".." resolved, to compare paths by.
 QString CleanAbsolutePath(const QString &path)
@@ -286,32 +271,14 @@ struct AddGroup {
     QStringList names;  // relative to the folder, "/" between levels
 };
 
-// Why the archive could not be opened for update, as message and status.
-int ReportArchiveNotOpened(const QString &archive, bool hadContent)
-{
-    if (!hadContent) {
-        PrintError(QStringLiteral("%1: the archive cannot be made there").arg(archive));
-        return 2;
-    }
-    if (mpq::SFileOpenArchive(PathBytes(archive).toStdString())) {
-        PrintError(QStringLiteral("%1: the archive cannot be written").arg(archive));
-        return 2;
-    }
-    PrintError(QStringLiteral("%1: holds no MPQ archive; left as it is").arg(archive));
-    return 3;
-}
-
-int AddCommand(const QStringList &arguments, const Options &options, const QString &iniPath)
+int AddCommand(const QStringList &arguments, const QString &prefixOption, bool verbose, const Settings &settings)
 {
     if (arguments.size() < 2) {
         PrintError(QStringLiteral("add takes an archive and at least one file or folder"));
-        return 1;
+        return kUsageStatus;
     }
     const QString archive = CleanAbsolutePath(arguments[0]);
-    if (IsDirectory(archive)) {
-        PrintError(QStringLiteral("%1: is a folder, not an archive").arg(archive));
-        return 2;
-    }
+    if (IsDirectory(archive)) return ReportArchiveCheck(archive, Refusal::WrongKind);
 
     // The batch, grouped by source folder in the order the paths came. A path
     // that is missing is named and the others still go in.
@@ -339,175 +306,131 @@ int AddCommand(const QStringList &arguments, const Options &options, const QStri
                 if (QDir::cleanPath(file) != archive) names.append(file.mid(cut));
         } else if (path == archive) {
             PrintError(QStringLiteral("%1: is the archive itself; left out").arg(argument));
-            status = std::max(status, 2);
+            status = std::max(status, ExitStatus(Refusal::WrongKind));
         } else if (IsFile(path)) {
             // As the window adds a chosen file: under its bare name.
             const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
             namesOf(slash == 0 ? QStringLiteral("/") : path.left(slash)).append(path.mid(slash + 1));
         } else {
             PrintError(QStringLiteral("%1: no such file or folder").arg(argument));
-            status = std::max(status, 2);
+            status = std::max(status, ExitStatus(Refusal::Missing));
         }
     }
 
-    QByteArray prefix = PathBytes(StoredNameFromRelativePath(options.prefix));
+    QByteArray prefix = PathBytes(StoredNameFromRelativePath(prefixOption));
     if (!prefix.isEmpty() && !prefix.endsWith('\\')) prefix += '\\';
-    const AppConfig config = LoadRules(iniPath);
-    const bool hadContent = IsFile(archive) && QFileInfo(archive).size() > 0;
-    VerbosePanel panel;
-    panel.verbose = options.verbose;
+    // Without a settings file the rules are those a first start would write.
+    AppConfig config = settings.config;
+    if (!IsFile(settings.iniPath)) config.ExtensionRules = FirstRunRules();
+    VerbosePanel panel(verbose);
     NoEvents events;
     for (const AddGroup &group : groups) {
         if (group.names.isEmpty()) continue;  // an empty folder adds nothing
         const AddReport report = AddFiles(archive, group.names, group.folder, prefix, config, panel, events);
-        if (!report.opened) return std::max(status, ReportArchiveNotOpened(archive, hadContent));
-        if (!report.written) {
-            PrintError(QStringLiteral("%1: the archive could not be written (is the disk full?); it is as it was")
-                           .arg(archive));
-            status = std::max(status, 4);
-        }
+        if (!report.opened()) return std::max(status, ReportUpdateNotOpened(archive, report.archive));
+        if (!report.written()) ReportNotWritten(archive);
+        status = std::max(status, ExitStatus(report.archive));
         const QString folder = group.folder.endsWith(QLatin1Char('/')) ? group.folder : group.folder + QLatin1Char('/');
-        for (const QString &name : report.failed) {
-            PrintError(QStringLiteral("%1: could not be added").arg(folder + name));
-            status = std::max(status, 4);
-        }
-        for (const QString &name : report.skipped) {
+        for (const Refused<QString> &entry : report.refused)
+            if (entry.why != Refusal::UnknownCompression)
+                PrintError(QStringLiteral("%1: could not be added").arg(folder + entry.name));
+        for (const QString &name : RefusedFor(report.refused, Refusal::UnknownCompression))
             PrintError(QStringLiteral("%1: left out, its rule has an unknown compression type").arg(folder + name));
-            status = std::max(status, 4);
-        }
+        for (const Refused<QString> &entry : report.refused) status = std::max(status, ExitStatus(entry.why));
     }
     return status;
 }
 
-// The archive that a delete or rename changes must be one already: opened
-// for update, a missing or empty file would become a new archive.
-int CheckArchiveToChange(const QString &path)
-{
-    if (IsFile(path) && QFileInfo(path).size() == 0) {
-        PrintError(QStringLiteral("%1: is empty, it holds no MPQ archive; left as it is").arg(path));
-        return 3;
-    }
-    return CheckArchive(path);
-}
-
-// Whether the archive stores a file of the name, read apart from any change.
-bool IsStored(const QString &archive, const QByteArray &name)
-{
-    const mpq::Archive reading = mpq::SFileOpenArchive(PathBytes(archive).toStdString());
-    return reading && mpq::SFileOpenFileEx(reading.get(), name.toStdString());
-}
-
-qint32 DefaultMaxFiles(const QString &iniPath)
-{
-    AppConfig config;
-    config.IniPath = iniPath;
-    LoadAppConfig(config);
-    return config.DefaultMaxFiles;
-}
-
-int DeleteCommand(const QStringList &arguments, const Options &options, const QString &iniPath)
+int DeleteCommand(const QStringList &arguments, bool verbose, const Settings &settings)
 {
     if (arguments.size() < 2) {
         PrintError(QStringLiteral("delete takes an archive and at least one stored name"));
-        return 1;
+        return kUsageStatus;
     }
     const QString archive = CleanAbsolutePath(arguments[0]);
-    if (const int status = CheckArchiveToChange(archive)) return status;
+    if (const int status = ReportArchiveCheck(archive, CheckArchive(archive, ArchiveUse::Change))) return status;
     QList<QByteArray> names;
     for (const QString &name : arguments.mid(1)) names.append(name.toUtf8());
-    VerbosePanel panel;
-    panel.verbose = options.verbose;
-    const DeleteReport report = DeleteStoredFiles(archive, names, DefaultMaxFiles(iniPath), panel);
-    if (!report.opened) return ReportArchiveNotOpened(archive, true);
-    if (!report.written)
-        PrintError(QStringLiteral("%1: the archive could not be written (is the disk full?); it is as it was")
-                       .arg(archive));
-    for (const QByteArray &name : report.notDeleted)
-        PrintError((IsStored(archive, name) ? QStringLiteral("%1: could not be deleted")
-                                            : QStringLiteral("%1: not stored"))
-                       .arg(DecodeBytes(name)));
-    return report.notDeleted.isEmpty() ? 0 : 4;
+    VerbosePanel panel(verbose);
+    const DeleteReport report = DeleteStoredFiles(archive, names, settings.config.DefaultMaxFiles, panel);
+    if (!report.opened()) return ReportUpdateNotOpened(archive, report.archive);
+    if (!report.written()) ReportNotWritten(archive);
+    int status = 0;
+    for (const Refused<QByteArray> &entry : report.refused) {
+        PrintError((entry.why == Refusal::NotStored ? QStringLiteral("%1: not stored")
+                                                    : QStringLiteral("%1: could not be deleted"))
+                       .arg(DecodeBytes(entry.name)));
+        status = std::max(status, ExitStatus(entry.why));
+    }
+    return status;
 }
 
-int RenameCommand(const QStringList &arguments, const QString &iniPath)
+int RenameCommand(const QStringList &arguments, const Settings &settings)
 {
     if (arguments.size() != 3 || arguments[1].isEmpty() || arguments[2].isEmpty()) {
         PrintError(QStringLiteral("rename takes an archive, a stored name and its new name"));
-        return 1;
+        return kUsageStatus;
     }
     const QString archive = CleanAbsolutePath(arguments[0]);
-    if (const int status = CheckArchiveToChange(archive)) return status;
-    const QByteArray oldName = arguments[1].toUtf8();
-    const QByteArray newName = arguments[2].toUtf8();
-    switch (RenameStoredFile(archive, oldName, newName, DefaultMaxFiles(iniPath))) {
-    case RenameResult::Renamed:
-        return 0;
-    case RenameResult::NotOpened:
-        return ReportArchiveNotOpened(archive, true);
-    case RenameResult::NameInUse:
+    if (const int status = ReportArchiveCheck(archive, CheckArchive(archive, ArchiveUse::Change))) return status;
+    const Refusal why =
+        RenameStoredFile(archive, arguments[1].toUtf8(), arguments[2].toUtf8(), settings.config.DefaultMaxFiles);
+    switch (why) {
+    case Refusal::None:
+        break;
+    case Refusal::NameInUse:
         PrintError(QStringLiteral("%1: a file of that name is stored already; nothing renamed").arg(arguments[2]));
-        return 5;
-    case RenameResult::NotWritten:
+        break;
+    case Refusal::ArchiveNotWritten:
         PrintError(QStringLiteral("%1: the archive could not be written (is the disk full?); nothing renamed")
                        .arg(archive));
-        return 4;
-    case RenameResult::Refused:
         break;
-    }
-    if (IsStored(archive, oldName))
-        PrintError(QStringLiteral("%1: could not be renamed to %2").arg(arguments[1], arguments[2]));
-    else
+    case Refusal::NotStored:
         PrintError(QStringLiteral("%1: not stored; nothing renamed").arg(arguments[1]));
-    return 4;
+        break;
+    case Refusal::EngineRefused:
+        PrintError(QStringLiteral("%1: could not be renamed to %2").arg(arguments[1], arguments[2]));
+        break;
+    default:
+        return ReportUpdateNotOpened(archive, why);
+    }
+    return ExitStatus(why);
 }
 
-int ExtractCommand(const QStringList &arguments, const Options &options, const QString &iniPath)
+int ExtractCommand(const QStringList &arguments, const std::optional<QString> &folderOption, bool verbose,
+                   const Settings &settings)
 {
-    if (arguments.isEmpty() || !options.hasFolder || options.folder.isEmpty()) {
+    if (arguments.isEmpty() || !folderOption || folderOption->isEmpty()) {
         PrintError(QStringLiteral("extract takes an archive, stored names if not all, and --to FOLDER"));
-        return 1;
+        return kUsageStatus;
     }
     const QString archive = QFileInfo(arguments[0]).absoluteFilePath();
-    if (const int status = CheckArchive(archive)) return status;
-    const QString folder = QFileInfo(options.folder).absoluteFilePath();
+    if (const int status = ReportArchiveCheck(archive, CheckArchive(archive, ArchiveUse::Read))) return status;
+    const QString folder = QFileInfo(*folderOption).absoluteFilePath();
     if (IsFile(folder) || !QDir().mkpath(folder)) {
-        PrintError(QStringLiteral("%1: cannot be made a folder").arg(options.folder));
-        return 2;
+        PrintError(QStringLiteral("%1: cannot be made a folder").arg(*folderOption));
+        return ExitStatus(Refusal::NotCreatable);
     }
     QList<QByteArray> names;
     for (const QString &name : arguments.mid(1)) names.append(name.toUtf8());
     if (names.isEmpty()) {
         // Every stored file, by the names the listing gives them.
-        AppConfig config;
-        config.IniPath = iniPath;
-        LoadAppConfig(config);
-        CollectingPorts ports;
-        ListingPorts listing{ports, ports, ports};
         qint64 totalSize = 0;
-        LoadArchiveClassic(archive, config, listing, totalSize);
-        for (const ListRow &row : ports.rows) names.append(row.Tag);
+        for (const ListRow &row : ListedRows(archive, settings, totalSize)) names.append(row.Tag);
     }
-    VerbosePanel panel;
-    panel.verbose = options.verbose;
+    VerbosePanel panel(verbose);
     NoEvents events;
     const ExtractReport report = ExtractFiles(archive, names, folder, panel, events);
-    int status = 0;
-    for (const QByteArray &name : report.missing) {
+    for (const QByteArray &name : RefusedFor(report.refused, Refusal::NotRead))
         PrintError(QStringLiteral("%1: not in the archive, or unreadable").arg(DecodeBytes(name)));
-        status = 4;
-    }
-    for (const QByteArray &name : report.refused) {
+    for (const QByteArray &name : RefusedFor(report.refused, Refusal::OutsideFolder))
         PrintError(QStringLiteral("%1: refused, it would be written outside %2").arg(DecodeBytes(name), folder));
-        status = 4;
-    }
-    for (const QByteArray &name : report.linked) {
+    for (const QByteArray &name : RefusedFor(report.refused, Refusal::Linked))
         PrintError(QStringLiteral("%1: refused, a link stands in its place below %2").arg(DecodeBytes(name), folder));
-        status = 4;
-    }
-    if (report.diskFailure) {
+    if (!RefusedFor(report.refused, Refusal::DiskFailure).isEmpty())
         PrintError(QStringLiteral("%1: cannot be written; extraction stopped there").arg(report.failedPath));
-        status = 4;
-    }
+    int status = 0;
+    for (const Refused<QByteArray> &entry : report.refused) status = std::max(status, ExitStatus(entry.why));
     return status;
 }
 
@@ -516,43 +439,55 @@ int ExtractCommand(const QStringList &arguments, const Options &options, const Q
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
-    if (const int status = SplitCommandLine(QCoreApplication::arguments()); status >= 0) return status;
-    const Options options = ParseOptions(QCoreApplication::arguments());
-    if (!options.error.isEmpty()) {
-        PrintError(options.error);
-        std::fputs(kUsage, stderr);
-        return 1;
+    const CommandLine line = ReadCommandLine(QCoreApplication::arguments());
+    // split owns --exe and --mpq and reads no settings; asked for the help
+    // it shows the help as any other command does.
+    if (!line.help && !line.arguments.isEmpty() && line.arguments.first() == QLatin1String("split")) {
+        if (const QString error = SplitUsageError(line); !error.isEmpty()) {
+            PrintError(error);
+            return kUsageStatus;
+        }
+        return SplitCommand(line.arguments.mid(1), line.Value(QStringLiteral("--exe")).value_or(QString()),
+                            line.Value(QStringLiteral("--mpq")).value_or(QString()));
     }
-    if (options.help) {
+    if (const QString error = GeneralUsageError(line); !error.isEmpty()) {
+        PrintError(error);
+        std::fputs(kUsage, stderr);
+        return kUsageStatus;
+    }
+    if (line.help) {
         std::fputs(kUsage, stdout);
         return 0;
     }
-    if (options.arguments.isEmpty()) {
+    if (line.arguments.isEmpty()) {
         std::fputs(kUsage, stderr);
-        return 1;
+        return kUsageStatus;
     }
-    const QString iniPath =
-        options.iniPath.isEmpty() ? LocateIniPath(QCoreApplication::applicationDirPath()) : options.iniPath;
+    const QString iniOption = IniOption(line);
+    const QString iniPath = iniOption.isEmpty() ? LocateIniPath(QCoreApplication::applicationDirPath()) : iniOption;
     // Status lines speak the language the settings name, as the window does.
     LoadLanguage(LanguageFilePath(LanguagesFolder(QCoreApplication::applicationDirPath()), ReadLanguage(iniPath)));
-    const QString command = options.arguments.first();
-    const QStringList rest = options.arguments.mid(1);
-    if (options.hasFolder && command != QLatin1String("extract")) {
+    const QString command = line.arguments.first();
+    const QStringList rest = line.arguments.mid(1);
+    if (line.Has(QStringLiteral("--to")) && command != QLatin1String("extract")) {
         PrintError(QStringLiteral("--to belongs to extract"));
-        return 1;
+        return kUsageStatus;
     }
-    if (options.hasPrefix && command != QLatin1String("add")) {
+    if (line.Has(QStringLiteral("--prefix")) && command != QLatin1String("add")) {
         PrintError(QStringLiteral("--prefix belongs to add"));
-        return 1;
+        return kUsageStatus;
     }
-    if (command == QLatin1String("list")) return ListCommand(rest, iniPath);
-    if (command == QLatin1String("add")) return AddCommand(rest, options, iniPath);
-    if (command == QLatin1String("extract")) return ExtractCommand(rest, options, iniPath);
-    if (command == QLatin1String("delete")) return DeleteCommand(rest, options, iniPath);
-    if (command == QLatin1String("rename")) return RenameCommand(rest, iniPath);
+    const bool verbose = line.Has(QStringLiteral("-v")) || line.Has(QStringLiteral("--verbose"));
     if (command == QLatin1String("embed")) return EmbedCommand(rest);
-    if (command == QLatin1String("info")) return InfoCommand(rest, iniPath);
+    const Settings settings = LoadSettings(iniPath);
+    if (command == QLatin1String("list")) return ListCommand(rest, settings);
+    if (command == QLatin1String("add"))
+        return AddCommand(rest, line.Value(QStringLiteral("--prefix")).value_or(QString()), verbose, settings);
+    if (command == QLatin1String("extract")) return ExtractCommand(rest, line.Value(QStringLiteral("--to")), verbose, settings);
+    if (command == QLatin1String("delete")) return DeleteCommand(rest, verbose, settings);
+    if (command == QLatin1String("rename")) return RenameCommand(rest, settings);
+    if (command == QLatin1String("info")) return InfoCommand(rest, settings);
     PrintError(QStringLiteral("unknown command: %1").arg(command));
     std::fputs(kUsage, stderr);
-    return 1;
+    return kUsageStatus;
 }

@@ -61,68 +61,18 @@ int ReportResult(const EmbedResult &result)
     return 5;
 }
 
-struct SplitArguments {
-    bool isSplit = false;  // false: another command, or the help is asked for
-    QStringList files;     // FILE, and any stray argument
-    QString exe, mpq;      // the outputs; empty when not asked for
-    QString error;         // a usage error
-};
+}  // namespace
 
-// Reads the command line as the main options would, plus --exe and --mpq.
-// Options may stand anywhere; the first usage error is kept.
-SplitArguments ParseSplit(const QStringList &argv)
+int SplitCommand(const QStringList &files, const QString &exeOption, const QString &mpqOption)
 {
-    SplitArguments split;
-    const auto fail = [&split](const QString &error) {
-        if (split.error.isEmpty()) split.error = error;
-    };
-    bool optionsEnded = false;
-    for (qsizetype i = 1; i < argv.size(); ++i) {
-        const QString &arg = argv[i];
-        if (optionsEnded || arg == QLatin1String("-") || !arg.startsWith(QLatin1Char('-'))) {
-            if (split.isSplit)
-                split.files.append(arg);
-            else if (arg == QLatin1String("split"))
-                split.isSplit = true;
-            else
-                return {};
-        } else if (arg == QLatin1String("--")) {
-            optionsEnded = true;
-        } else if (arg == QLatin1String("-h") || arg == QLatin1String("--help")) {
-            return {};
-        } else if (arg == QLatin1String("--exe") || arg == QLatin1String("--mpq")) {
-            QString &output = arg == QLatin1String("--exe") ? split.exe : split.mpq;
-            if (i + 1 >= argv.size() || argv[i + 1].isEmpty())
-                fail(arg + QStringLiteral(" needs a file"));
-            else if (!output.isEmpty())
-                fail(arg + QStringLiteral(" is given twice"));
-            else
-                output = argv[i + 1];
-            ++i;
-        } else if (arg == QLatin1String("--ini")) {
-            ++i;  // the settings play no part here
-        } else if (arg == QLatin1String("--to") || arg == QLatin1String("--prefix")) {
-            fail(arg == QLatin1String("--to") ? QStringLiteral("--to belongs to extract")
-                                              : QStringLiteral("--prefix belongs to add"));
-            ++i;
-        } else if (arg != QLatin1String("-v") && arg != QLatin1String("--verbose") &&
-                   !arg.startsWith(QLatin1String("--ini="))) {
-            fail(QStringLiteral("unknown option %1 (put -- before names that begin with -)").arg(arg));
-        }
-    }
-    return split;
-}
-
-int Split(const SplitArguments &split)
-{
-    if (split.files.size() != 1 || (split.exe.isEmpty() && split.mpq.isEmpty())) {
+    if (files.size() != 1 || (exeOption.isEmpty() && mpqOption.isEmpty())) {
         PrintError(QStringLiteral("split takes a file and --exe OUT, --mpq OUT or both"));
         return 1;
     }
-    const QString source = AbsolutePath(split.files[0]);
-    if (const int status = CheckInput(source, split.files[0])) return status;
-    const QString exe = split.exe.isEmpty() ? QString() : AbsolutePath(split.exe);
-    const QString mpq = split.mpq.isEmpty() ? QString() : AbsolutePath(split.mpq);
+    const QString source = AbsolutePath(files[0]);
+    if (const int status = CheckInput(source, files[0])) return status;
+    const QString exe = exeOption.isEmpty() ? QString() : AbsolutePath(exeOption);
+    const QString mpq = mpqOption.isEmpty() ? QString() : AbsolutePath(mpqOption);
     for (const QString &output : {exe, mpq}) {
         if (output.isEmpty()) continue;
         if (IsDirectory(output)) {
@@ -153,8 +103,6 @@ int Split(const SplitArguments &split)
     return 0;
 }
 
-}  // namespace
-
 int EmbedCommand(const QStringList &arguments)
 {
     if (arguments.size() != 2) {
@@ -178,15 +126,4 @@ int EmbedCommand(const QStringList &arguments)
         return 4;
     }
     return ReportResult(EmbedArchive(exe, archive));
-}
-
-int SplitCommandLine(const QStringList &argv)
-{
-    const SplitArguments split = ParseSplit(argv);
-    if (!split.isSplit) return -1;
-    if (!split.error.isEmpty()) {
-        PrintError(split.error);
-        return 1;
-    }
-    return Split(split);
 }

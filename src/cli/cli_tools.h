@@ -8,9 +8,7 @@
 // the exit status.
 int EmbedCommand(const QStringList &arguments);
 
-// split FILE [--exe OUT] [--mpq OUT], given the whole command line with the
-// program first: its options --exe and --mpq are its own, so it reads the
-// command line before the options of the other commands are parsed. Returns
-// the exit status, or -1 when the command line is not a split or asks for
-// the help, so that it runs as any other.
-int SplitCommandLine(const QStringList &argv);
+// split FILE [--exe OUT] [--mpq OUT], given the words behind the command
+// word and the values of --exe and --mpq (empty when not given); the
+// command line has been read and checked. Returns the exit status.
+int SplitCommand(const QStringList &files, const QString &exe, const QString &mpq);

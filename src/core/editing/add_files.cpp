@@ -53,15 +53,14 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
                    EventQueue &events)
 {
     AddReport report;
-    mpq::Update update = OpenArchiveForUpdate(archivePath, config.DefaultMaxFiles);
+    mpq::Update update = OpenArchiveForUpdate(archivePath, config.DefaultMaxFiles, report.archive);
     if (!update) return report;
-    report.opened = true;
 
     for (const QString &name : names) {
         status.SetStatusText(ReplaceValue(Texts().StatusBarAdd, name));
         const AddMethod method = ChooseAddMethod(name, config);
         if (method.kind == AddMethod::Skip) {
-            report.skipped.append(name);
+            report.refused.append({name, Refusal::UnknownCompression});
         } else {
             // A folder ending in "/" gives "//", which the file system reads as one.
             const std::string source = PathBytes(sourceFolder + QLatin1Char('/') + name).toStdString();
@@ -76,18 +75,20 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
             if (added)
                 ++report.added;
             else
-                report.failed.append(name);
+                report.refused.append({name, Refusal::EngineRefused});
         }
         events.Yield();
     }
     // The batch goes in whole or not at all: when the archive cannot be
     // written at its close, the engine puts it back as it was.
     if (!update.Close()) {
-        report.written = false;
+        report.archive = Refusal::ArchiveNotWritten;
         report.added = 0;
-        report.failed.clear();
+        report.refused.clear();
         for (const QString &name : names)
-            if (!report.skipped.contains(name)) report.failed.append(name);
+            report.refused.append({name, ChooseAddMethod(name, config).kind == AddMethod::Skip
+                                             ? Refusal::UnknownCompression
+                                             : Refusal::ArchiveNotWritten});
     }
     return report;
 }

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "editing/refusal.h"
 #include "listing/reporting.h"
 
 struct AppConfig;
@@ -30,22 +31,29 @@ struct AddMethod {
 // adds encryption.
 AddMethod ChooseAddMethod(const QString &name, const AppConfig &config);
 
-// What an add did, for faces that report it. The window looks at none of it:
-// the new listing is its report.
+// What an add did, for faces that report it. The window looks only at
+// whether the archive was opened and written, and how many files the engine
+// refused: the new listing is its report.
 struct AddReport {
-    bool opened = false;       // false: the archive could be neither opened nor created
-    int added = 0;             // files the engine took
-    QStringList failed;        // batch entries the engine refused (missing, unreadable, ...)
-    QStringList skipped;       // batch entries left out by a rule of an unknown type
-    bool written = true;       // false: the archive could not be written at the end (a full disk, ...)
-                               // and is as it was before; every entry of the batch is in `failed`
+    // NotCreatable, NotWritable, NotAnArchive: the archive was not opened and
+    // nothing happened. ArchiveNotWritten: the batch could not be written at
+    // the end (a full disk, ...) and the archive is as it was before.
+    Refusal archive = Refusal::None;
+    int added = 0;  // files the engine took
+    // In batch order: EngineRefused (missing, unreadable, ...), or, when the
+    // archive was not written, ArchiveNotWritten; UnknownCompression for an
+    // entry left out by a rule of an unknown type.
+    QList<Refused<QString>> refused;
+
+    bool opened() const { return archive == Refusal::None || archive == Refusal::ArchiveNotWritten; }
+    bool written() const { return archive == Refusal::None; }
 };
 
 // Adds a batch to the archive at `archivePath`, opening it for update (or
 // creating it when it is an empty file or absent) with room for
 // config.DefaultMaxFiles files (held to 1..999999, what the settings dialog
 // takes: larger tables break the engine), and closing it at the end. A file
-// that holds anything but an archive is left alone: `opened` is false and
+// that holds anything but an archive is left alone: `archive` tells why and
 // nothing else happens.
 //
 // `names` are paths relative to `sourceFolder`, with "/" between levels, as

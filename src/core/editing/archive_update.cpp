@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "editing/archive_check.h"
 #include "listing/text_encoding.h"
 
 namespace {
@@ -11,8 +12,10 @@ constexpr qint32 kLargestMaxFiles = 999999;
 
 }  // namespace
 
-mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles)
+mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why)
 {
+    // Taken before the attempt, which may leave a file behind.
+    const bool hadContent = HasContent(archivePath);
     const std::string archive = PathBytes(archivePath).toStdString();
     // The count matters only when the archive is created. Counts the settings
     // dialog accepts go as they are (0 means the smallest table either way);
@@ -26,5 +29,6 @@ mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFi
     if (!update)
         update = mpq::MpqOpenArchiveForUpdate(archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW,
                                               maximumFiles);
+    why = update ? Refusal::None : WhyUpdateNotOpened(archivePath, hadContent);
     return update;
 }

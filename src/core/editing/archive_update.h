@@ -4,6 +4,7 @@
 
 #include <QString>
 
+#include "editing/refusal.h"
 #include "mpq/mpq_library.h"
 
 // Opens the archive at `archivePath` for update, keeping its internal list
@@ -11,5 +12,6 @@
 // is empty or absent, with room for `defaultMaxFiles` files (held to
 // 1..999999, what the settings dialog takes: larger tables break the
 // engine). A file of any other content is never written over. Empty when
-// both fail. The update is written at its Close().
-mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles);
+// both fail, with `why` telling the reason (NotCreatable, NotWritable or
+// NotAnArchive); else `why` is None. The update is written at its Close().
+mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why);

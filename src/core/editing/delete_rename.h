@@ -6,16 +6,25 @@
 #include <QList>
 #include <QString>
 
+#include "editing/refusal.h"
 #include "listing/reporting.h"
 
 // What a delete did, for faces that report it. The window looks at none of
-// it but `opened`: a refresh shows the truth.
+// it but whether the archive was opened and written: a refresh shows the truth.
 struct DeleteReport {
-    bool opened = false;           // false: the archive could not be opened for update; nothing happened
-    int deleted = 0;               // names the engine removed
-    QList<QByteArray> notDeleted;  // names the engine refused (not stored, or the archive is read-only)
-    bool written = true;           // false: the archive could not be written at the end and is as it
-                                   // was before; every name is in `notDeleted`
+    // NotCreatable, NotWritable, NotAnArchive: the archive could not be
+    // opened for update and nothing happened. ArchiveNotWritten: it could not
+    // be written at the end and is as it was before.
+    Refusal archive = Refusal::None;
+    int deleted = 0;  // names the engine removed
+    // In the order of the names: NotStored when the archive, read after the
+    // change, stores no such file; else EngineRefused (a name the engine
+    // keeps), or ArchiveNotWritten for every stored name when the archive
+    // was not written.
+    QList<Refused<QByteArray>> refused;
+
+    bool opened() const { return archive == Refusal::None || archive == Refusal::ArchiveNotWritten; }
+    bool written() const { return archive == Refusal::None; }
 };
 
 // Deletes the stored files `names` (exact bytes) from the archive, opened for
@@ -26,15 +35,12 @@ struct DeleteReport {
 DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArray> &names, qint32 defaultMaxFiles,
                                StatusPanel &status);
 
-enum class RenameResult {
-    NotOpened,  // the archive could not be opened for update
-    NameInUse,  // a file is stored under the new name already (the old name itself too): nothing changed
-    Renamed,
-    Refused,    // the engine refused (the old name is not stored, an empty new name, ...)
-    NotWritten, // the archive could not be written at the end and is as it was before
-};
-
 // Renames the stored file `oldName` to `newName`, both exact bytes, after
-// asking the engine whether `newName` is stored already.
-RenameResult RenameStoredFile(const QString &archivePath, const QByteArray &oldName, const QByteArray &newName,
-                              qint32 defaultMaxFiles);
+// asking the engine whether `newName` is stored already. None when it was
+// renamed. Else why not: an archive that could not be opened for update
+// (NotCreatable, NotWritable, NotAnArchive), NameInUse (nothing changed),
+// ArchiveNotWritten (the archive is as it was before), NotStored when the
+// archive stores no `oldName`, EngineRefused for another refusal of the
+// engine (an empty new name, the internal list, ...).
+Refusal RenameStoredFile(const QString &archivePath, const QByteArray &oldName, const QByteArray &newName,
+                         qint32 defaultMaxFiles);

@@ -175,7 +175,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         // "C:x" would reach elsewhere.
         const QString target = DiskPathBelow(base, shown);
         if (target.isEmpty()) {
-            report.refused.append(name);
+            report.refused.append({name, Refusal::OutsideFolder});
             events.Yield();
             continue;
         }
@@ -185,7 +185,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         const std::unique_ptr<char[]> data =
             size >= 0 ? ReadWholeStoredFile(file.get(), static_cast<std::uint32_t>(size)) : nullptr;
         if (data == nullptr) {
-            report.missing.append(name);
+            report.refused.append({name, Refusal::NotRead});
         } else {
             QStringList levels = target.mid(base.size()).split(QLatin1Char('/'));
             const QString leaf = levels.takeLast();
@@ -194,14 +194,14 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
             if (placed == Placed::Ready)
                 placed = WriteWholeFileAt(walk.Fd(), PathBytes(leaf), data.get(), static_cast<std::size_t>(size));
             if (placed == Placed::Link) {
-                report.linked.append(name);
+                report.refused.append({name, Refusal::Linked});
                 events.Yield();
                 continue;
             }
             if (placed == Placed::Failed) {
                 // The disk ends the batch. The status keeps this entry's text,
                 // so the user sees where it stopped.
-                report.diskFailure = true;
+                report.refused.append({name, Refusal::DiskFailure});
                 report.failedPath = failedPath;
                 return report;
             }

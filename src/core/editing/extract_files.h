@@ -5,17 +5,20 @@
 #include <QList>
 #include <QString>
 
+#include "editing/refusal.h"
 #include "listing/reporting.h"
 
 // What an extraction did, for faces that report it.
 struct ExtractReport {
     int extracted = 0;
-    QList<QByteArray> missing;   // names the archive could not open or read whole: nothing written
-    QList<QByteArray> refused;   // names that would land outside the folder
-    QList<QByteArray> linked;    // names whose place below the folder holds a link, as one of its
-                                 // folders or as the file itself: nothing written through it
-    bool diskFailure = false;    // a folder or file could not be made: the batch ended there
-    QString failedPath;          // the disk path that failed
+    // In the order of the names: NotRead (the archive could not open or read
+    // it whole), OutsideFolder (it would land outside the folder), Linked (its
+    // place below the folder holds a link, as one of its folders or as the
+    // file itself: nothing was written through it); nothing was written for
+    // them. Last, DiskFailure: a folder or file could not be made, and the
+    // batch ended there.
+    QList<Refused<QByteArray>> refused;
+    QString failedPath;  // with DiskFailure: the disk path that failed
 };
 
 // Writes each stored name of `names` below `folder`, recreating the folder
@@ -24,7 +27,7 @@ struct ExtractReport {
 // archive cannot open or read is skipped; a name that would climb out of the
 // folder ("..", absolute) is refused and skipped. Below `folder` no link is
 // ever followed: a name whose folder level or file is a link on disk is
-// skipped and reported in `linked`, and the link and what it points to stay
+// skipped and reported as Linked, and the link and what it points to stay
 // as they were (`folder` itself may be reached through links). A failure of
 // the disk ends the batch, and what was written before it stays. Per name the status text
 // "Estrazione file %v" with the stored name and a turn of `events`; at the

@@ -1,0 +1,42 @@
+#include "exit_status.h"
+
+namespace {
+
+struct StatusRow {
+    Refusal why;
+    int status;
+};
+
+// The one place where a reason becomes an exit status; the help text
+// explains them to the user.
+constexpr StatusRow kStatuses[] = {
+    {Refusal::None, 0},
+    // 2: a path that does not exist, is the wrong kind, or cannot be made or written.
+    {Refusal::Missing, 2},
+    {Refusal::WrongKind, 2},
+    {Refusal::NotCreatable, 2},
+    {Refusal::NotWritable, 2},
+    // 3: the file holds no MPQ archive, and is left as it is.
+    {Refusal::EmptyFile, 3},
+    {Refusal::NotAnArchive, 3},
+    // 4: names that could not be added, extracted, deleted or renamed; the others were done.
+    {Refusal::ArchiveNotWritten, 4},
+    {Refusal::NotStored, 4},
+    {Refusal::EngineRefused, 4},
+    {Refusal::UnknownCompression, 4},
+    {Refusal::NotRead, 4},
+    {Refusal::OutsideFolder, 4},
+    {Refusal::Linked, 4},
+    {Refusal::DiskFailure, 4},
+    // 5: rename onto a name that is stored already.
+    {Refusal::NameInUse, 5},
+};
+
+}  // namespace
+
+int ExitStatus(Refusal why)
+{
+    for (const StatusRow &row : kStatuses)
+        if (row.why == why) return row.status;
+    return 4;  // not reached: every reason has its row
+}

@@ -1,0 +1,11 @@
+// arcavera-cli's exit status for each reason the core gives for a refusal.
+#pragma once
+
+#include "editing/refusal.h"
+
+// Bad usage: an unknown option or command, an argument too many or too few.
+constexpr int kUsageStatus = 1;
+
+// The exit status of `why`; None gives 0. A command that meets several
+// refusals exits with the highest of their statuses.
+int ExitStatus(Refusal why);

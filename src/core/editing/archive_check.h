@@ -1,0 +1,34 @@
+// Whether a path holds an archive to read or to change, and whether an
+// archive stores a name: answered from the disk and the engine, so that a
+// face never asks the engine itself.
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include "editing/refusal.h"
+
+enum class ArchiveUse {
+    Read,    // list, info, extract
+    Change,  // delete, rename: they change only an archive that exists, and an
+             // empty file would become a new one
+};
+
+// None when the file at `path` opens as an archive. Else Missing, WrongKind
+// (a folder), EmptyFile (for a change only) or NotAnArchive.
+Refusal CheckArchive(const QString &path, ArchiveUse use);
+
+// Whether a file with at least one byte stands at `path`: an update of
+// anything else makes a new archive there.
+bool HasContent(const QString &path);
+
+// Why an update of `path` could not be opened: NotCreatable when there was
+// no archive to open (`hadContent` false, taken before the attempt),
+// NotWritable when the archive reads, else NotAnArchive.
+Refusal WhyUpdateNotOpened(const QString &path, bool hadContent);
+
+// For each of `names` (exact bytes; the engine knows no case), whether the
+// archive stores a file of that name, read apart from any change. All false
+// when the archive does not open.
+QList<bool> AreStored(const QString &archivePath, const QList<QByteArray> &names);

@@ -1,0 +1,127 @@
+// arcavera-cli through the real binary: one run of each command, and the
+// exit status and message each reason of a refusal gives.
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <optional>
+
+#include "support/archive_factory.h"
+#include "support/cli_runner.h"
+#include "tools/file_size_limit.h"
+
+using namespace fixtures;
+
+class TestCli : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+
+private slots:
+    void initTestCase()
+    {
+        const QString f = dir.path();
+        const QList<StoredFile> files{{"a.txt", "a"}, {"..\\up.txt", "up"}, {"big.bin", TextData(5000)}};
+        for (const char *name : {"good.mpq", "del.mpq", "ren.mpq"}) QVERIFY(MakeArchive(f + "/" + name, files, f + "/s"));
+        QByteArray noise(600000, Qt::Uninitialized);  // no compression shrinks it
+        QRandomGenerator(5).fillRange(reinterpret_cast<quint32 *>(noise.data()), noise.size() / 4);
+        QVERIFY(MakeArchive(f + "/big.mpq", {{"noise.bin", noise.left(300000)}}, f + "/s"));
+        WriteFile(f + "/more.bin", noise.mid(300000));
+        WriteFile(f + "/text.mpq", "just some text\n");
+        WriteFile(f + "/empty.mpq", {});
+        WriteFile(f + "/src.txt", "source");
+        WriteFile(f + "/game.exe", ExeBytes(1000));
+        WriteFile(f + "/embedded.exe", ExeBytes(1024) + ArchiveBytes(700));
+        WriteFile(f + "/plain.mpq", ArchiveBytes(300));
+        QVERIFY(QDir(f).mkdir("folder") && QDir(f).mkdir("o6") && QFile::link(f + "/text.mpq", f + "/o6/a.txt"));
+    }
+
+    void commands_data()
+    {
+        QTest::addColumn<QStringList>("arguments");  // "@" stands for the test's folder
+        QTest::addColumn<int>("fileSizeLimit");      // 0 for none
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("said");  // on standard output for status 0, else on standard error
+        const auto row = [](const char *tag, const QStringList &arguments, int status, const char *said, int limit = 0) {
+            QTest::newRow(tag) << arguments << limit << status << QByteArray(said);
+        };
+        // One run of each command.
+        row("list", {"list", "@/good.mpq"}, 0, "a.txt\ttxt\t1\t");
+        row("info", {"info", "@/good.mpq"}, 0, "files\t");
+        row("add", {"add", "@/new.mpq", "@/src.txt", "-v"}, 0, "Aggiunta file src.txt\n");
+        row("extract", {"extract", "@/good.mpq", "a.txt", "--to", "@/out", "--verbose"}, 0, "Estrazione file a.txt\n");
+        row("delete", {"delete", "@/del.mpq", "a.txt", "-v"}, 0, "Eliminazione file a.txt\n");
+        row("rename", {"rename", "@/ren.mpq", "--", "a.txt", "-b.txt"}, 0, "");
+        row("embed", {"embed", "@/game.exe", "@/plain.mpq"}, 0, "");
+        row("split", {"-v", "split", "@/embedded.exe", "--mpq", "@/split.mpq"}, 0, "");
+        row("help", {"--help"}, 0, "Usage: arcavera-cli");
+        // Bad usage.
+        row("no command", {}, 1, "Usage:");
+        row("unknown command", {"explode", "x"}, 1, "unknown command: explode");
+        row("unknown option", {"delete", "@/del.mpq", "--all"}, 1, "unknown option --all (put -- before names");
+        row("--ini without file", {"list", "x", "--ini"}, 1, "--ini needs a file");
+        row("--exe outside split", {"list", "x", "--exe", "y"}, 1, "unknown option --exe");
+        row("--to outside extract", {"delete", "@/del.mpq", "x", "--to", "o"}, 1, "--to belongs to extract");
+        row("--prefix outside add", {"rename", "@/ren.mpq", "a", "b", "--prefix", "p"}, 1, "--prefix belongs to add");
+        row("rename to nothing", {"rename", "@/ren.mpq", "a.txt", ""}, 1, "rename takes an archive, a stored name");
+        row("extract without --to", {"extract", "@/good.mpq"}, 1, "extract takes");
+        row("split without output", {"split", "@/embedded.exe"}, 1, "split takes a file and --exe OUT");
+        row("split --exe twice", {"split", "@/embedded.exe", "--exe", "a", "--exe", "b"}, 1, "--exe is given twice");
+        row("split with --to", {"split", "@/embedded.exe", "--to", "x"}, 1, "--to belongs to extract");
+        // 2: a path that is missing, of the wrong kind, or cannot be made or written.
+        row("missing archive", {"list", "@/gone.mpq"}, 2, "gone.mpq: no such file\n");
+        row("missing source", {"add", "@/new.mpq", "@/gone.txt"}, 2, "gone.txt: no such file or folder\n");
+        row("folder as archive", {"info", "@"}, 2, ": is a folder, not an archive\n");
+        row("the archive as source", {"add", "@/new.mpq", "@/new.mpq"}, 2, "new.mpq: is the archive itself; left out\n");
+        row("archive in a missing folder", {"add", "@/no/x.mpq", "@/src.txt"}, 2, "x.mpq: the archive cannot be made there\n");
+        row("folder onto a file", {"extract", "@/good.mpq", "--to", "@/text.mpq"}, 2, "text.mpq: cannot be made a folder\n");
+        row("embed into itself", {"embed", "@/game.exe", "@/game.exe"}, 2, "game.exe: is the executable itself");
+        // 3: no archive; the file is left as it is.
+        row("text as archive", {"list", "@/text.mpq"}, 3, "text.mpq: holds no MPQ archive\n");
+        row("text to add to", {"add", "@/text.mpq", "@/src.txt"}, 3, "text.mpq: holds no MPQ archive; left as it is\n");
+        row("empty file to change", {"delete", "@/empty.mpq", "x"}, 3, "empty.mpq: is empty, it holds no MPQ archive; left as it is\n");
+        row("embed into no executable", {"embed", "@/text.mpq", "@/plain.mpq"}, 3, "text.mpq: is not an executable");
+        // 4: names refused, the others done; an archive not written is as it was.
+        row("not stored", {"delete", "@/del.mpq", "nope", "big.bin"}, 4, "arcavera-cli: nope: not stored\n");
+        row("rename of a name not stored", {"rename", "@/ren.mpq", "nope", "new"}, 4, "nope: not stored; nothing renamed\n");
+        row("not in the archive", {"extract", "@/good.mpq", "nope", "--to", "@/o2"}, 4, "nope: not in the archive, or unreadable\n");
+        row("climbing out", {"extract", "@/good.mpq", "--to", "@/o3"}, 4, "..\\up.txt: refused, it would be written outside ");
+        row("a link in its place", {"extract", "@/good.mpq", "a.txt", "--to", "@/o6"}, 4, "a.txt: refused, a link stands in its place below ");
+        row("extraction on a full disk", {"extract", "@/good.mpq", "big.bin", "--to", "@/o7"}, 4, "big.bin: cannot be written; extraction stopped there\n", 1000);
+        row("archive not written", {"add", "@/big.mpq", "@/more.bin"}, 4, "big.mpq: the archive could not be written (is the disk full?); it is as it was\n", 200000);
+        row("embed twice", {"embed", "@/embedded.exe", "@/plain.mpq"}, 4, "holds an MPQ archive already, at offset 1024");
+        // 5: the new name is stored already, whatever its case.
+        row("rename onto a stored name", {"rename", "@/ren.mpq", "big.bin", "BIG.BIN"}, 5, "BIG.BIN: a file of that name is stored already; nothing renamed\n");
+        row("split below a file", {"split", "@/embedded.exe", "--mpq", "@/text.mpq/o"}, 5, "cannot be opened");
+    }
+
+    void commands()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, fileSizeLimit);
+        QFETCH(int, status);
+        QFETCH(QByteArray, said);
+        const QString f = dir.path();
+        for (QString &argument : arguments) argument.replace('@', f);
+        const QStringList kept{"text.mpq", "empty.mpq", "game.exe", "big.mpq"};
+        QList<QByteArray> before;
+        for (const QString &name : kept) before.append(ReadFile(f + "/" + name));
+        CliRun run;
+        {
+            std::optional<FileSizeLimit> limit;  // inherited by the started tool
+            if (fileSizeLimit > 0) limit.emplace(rlim_t(fileSizeLimit));
+            run = Cli(QStringList{"--ini", f + "/none.ini"} + arguments);
+        }
+        QCOMPARE(run.status, status);
+        const QByteArray &text = status == 0 ? run.out : run.err;
+        QVERIFY2(text.contains(said), run.err.constData());
+        if (status != 0) QVERIFY2(run.err.startsWith("arcavera-cli: ") || said == "Usage:", run.err.constData());
+        if (status == 0) return;
+        for (qsizetype n = 0; n < kept.size(); ++n) QCOMPARE(ReadFile(f + "/" + kept[n]), before[n]);
+        QVERIFY(!QFileInfo::exists(f + "/up.txt") && !QFileInfo::exists(f + "/no"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestCli)
+#include "test_cli.moc"

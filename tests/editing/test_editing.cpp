@@ -1,0 +1,483 @@
+// Adding, extracting, deleting and renaming on archives the tests make, with the reason of each refusal.
+#include <QDir>
+#include <QFile>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <limits>
+#include <set>
+
+#include "config/app_config.h"
+#include "editing/add_files.h"
+#include "editing/archive_check.h"
+#include "editing/delete_rename.h"
+#include "editing/extract_files.h"
+#include "editing/helpers/file_walk.h"
+#include "editing/helpers/paths.h"
+#include "support/archive_factory.h"
+#include "tools/file_size_limit.h"
+
+using namespace fixtures;
+
+Q_DECLARE_METATYPE(Refusal)
+
+namespace {
+
+// Rules as "ext,type,level", taken as written. Entry 0 is the spare.
+QVector<ExtensionRule> Rules(const QStringList &texts, const ExtensionRule &spare = {})
+{
+    QVector<ExtensionRule> rules{spare};
+    for (const QString &text : texts) {
+        const QStringList f = text.split(',');
+        rules.append({f[0], qint16(f[1].toInt()), qint16(f[2].toInt())});
+    }
+    return rules;
+}
+
+// The engine's entry of a stored name; FileExists 0 when there is none.
+mpq::FileListEntry Entry(const QString &archive, const std::string &name)
+{
+    for (const auto &entry : List(archive, name + "\n")) if (entry.StoredName == name) return entry;
+    return {};
+}
+
+bool Opens(const QString &archive, const QByteArray &name)
+{
+    bool ok = false;
+    ReadStored(archive, name.toStdString(), &ok);
+    return ok;
+}
+
+std::set<std::string> InternalListLines(const QString &archive)
+{
+    std::set<std::string> lines;
+    for (QByteArray line : QByteArray::fromStdString(InternalList(archive)).split('\n'))
+        if (!(line = line.trimmed()).isEmpty()) lines.insert(line.toStdString());
+    return lines;
+}
+
+QByteArray Noise(int size, quint32 seed)
+{
+    QByteArray data(size, Qt::Uninitialized);
+    QRandomGenerator(seed).fillRange(reinterpret_cast<quint32 *>(data.data()), size / 4);
+    return data;
+}
+
+QByteArray ContentOf(int index) { return TextData(300 + 6000 * index, char('a' + index)); }
+}  // namespace
+
+class TestEditing : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+    QString Path(const QString &name) const { return dir.filePath(name); }
+
+    // A new archive of `names`, the i-th holding ContentOf(i), with `flags` for the first.
+    QString Archive(const QString &name, const QList<QByteArray> &names, std::uint32_t flags = mpq::MAFA_COMPRESS)
+    {
+        QList<StoredFile> files;
+        for (int i = 0; i < names.size(); ++i) files.append({names[i], ContentOf(i), i == 0 ? flags : mpq::MAFA_COMPRESS});
+        const QString path = Path(name);
+        if (!MakeArchive(path, files, Path("scratch-" + name))) qWarning("archive %s not made", qPrintable(name));
+        return path;
+    }
+
+private slots:
+    // The compression of a name comes from the first rule of its extension.
+    void chooseMethod_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("rules");
+        QTest::addColumn<QList<int>>("defaults");  // compression, deflate level index, encrypt
+        QTest::addColumn<QString>("method");       // kind flags type level
+        QTest::newRow("case of both sides") << "Readme.WAV" << QStringList{".txt,0,0", ".wav,3,2"} << QList{0, 0, 0}
+                                            << "2 0x201 0 2";
+        QTest::newRow("last point counts") << "a.tar.gz" << QStringList{".tar,0,0", ".gz,2,0"} << QList{0, 6, 0}
+                                           << "1 0x201 2 5";
+        QTest::newRow("no point, rule \".\"") << "readme" << QStringList{".txt,1,0", ".,0,0"} << QList{0, 0, 0}
+                                              << "1 0x1 0 0";
+        QTest::newRow("point in a folder") << "v1.2\\readme" << QStringList{".,0,0", ".2,0,0"} << QList{0, 0, 0}
+                                           << "1 0x201 8 0";
+        QTest::newRow("first of two rules") << "x.dat" << QStringList{".dat,1,0", ".DAT,0,0"} << QList{0, 0, 0}
+                                            << "1 0x201 8 0";
+        QTest::newRow("hand-edited level, high") << "x.txt" << QStringList{} << QList{1, 99, 0} << "1 0x201 2 9";
+        QTest::newRow("hand-edited level, low") << "x.txt" << QStringList{} << QList{1, -7, 0} << "1 0x201 2 -1";
+        QTest::newRow("deflate rule takes the default level") << "x.txt" << QStringList{".txt,2,2"} << QList{0, 4, 0}
+                                                              << "1 0x201 2 3";
+        QTest::newRow("encrypt, none") << "m.bik" << QStringList{".bik,0,0"} << QList{0, 0, 1} << "1 0x10001 0 0";
+        QTest::newRow("encrypt, wave") << "m.wav" << QStringList{".wav,3,1"} << QList{0, 0, 1} << "2 0x10201 0 1";
+        QTest::newRow("unknown type") << "x.odd" << QStringList{".odd,7,0"} << QList{0, 0, 0} << "0 0x0 0 0";
+    }
+
+    void chooseMethod()
+    {
+        QFETCH(QString, name);
+        QFETCH(QStringList, rules);
+        QFETCH(QList<int>, defaults);
+        QFETCH(QString, method);
+        AppConfig config;
+        // The spare entry 0 would match every row; it must never be looked at.
+        config.ExtensionRules = Rules(rules, ExtensionRule{"." + GetExtension(name), 0, 0});
+        config.DefaultCompression = qint16(defaults[0]);
+        config.DefaultDeflateLevel = qint16(defaults[1]);
+        config.Encrypt = defaults[2] != 0;
+        const AddMethod m = ChooseAddMethod(name, config);
+        QCOMPARE(QString::asprintf("%d 0x%x %u %d", int(m.kind), m.flags, m.compressionType, m.level), method);
+    }
+
+    // An empty file becomes an archive; a stored name is replaced; a refused
+    // file does not stop the batch and is named with its reason.
+    void addBatch()
+    {
+        const QString archive = WriteFile(Path("add/new.mpq"), {});
+        WriteFile(Path("add/src/one.txt"), TextData(5000));
+        WriteFile(Path("add/src/sub/two.bin"), "22");
+        WriteFile(Path("add/src/x.odd"), "odd");
+        AppConfig config;
+        config.ExtensionRules = Rules({".odd,7,0"});
+        BatchTrace trace;
+        AddReport report = AddFiles(archive, {"one.txt", "gone.txt", "x.odd", "sub/two.bin"}, Path("add/src/"),
+                                    "Data\\", config, trace, trace);
+        QCOMPARE(report.archive, Refusal::None);
+        QCOMPARE(report.added, 2);
+        QCOMPARE(report.refused, (QList<Refused<QString>>{{"gone.txt", Refusal::EngineRefused},
+                                                          {"x.odd", Refusal::UnknownCompression}}));
+        QCOMPARE(trace.events, (QStringList{"Aggiunta file one.txt", "<yield>", "Aggiunta file gone.txt", "<yield>",
+                                            "Aggiunta file x.odd", "<yield>", "Aggiunta file sub/two.bin", "<yield>"}));
+        QCOMPARE(ReadStored(archive, "Data\\one.txt"), TextData(5000));
+        QCOMPARE(ReadStored(archive, "Data\\sub\\two.bin"), QByteArray("22"));
+        QVERIFY(!Opens(archive, "Data\\x.odd"));
+        QVERIFY(InternalListLines(archive).count("Data\\sub\\two.bin"));
+
+        WriteFile(Path("add/src/one.txt"), "new");
+        const auto entries = List(archive, "").size();
+        report = AddFiles(archive, {"one.txt"}, Path("add/src"), "Data\\", config, trace, trace);
+        QCOMPARE(report.added, 1);
+        QCOMPARE(ReadStored(archive, "Data\\one.txt"), QByteArray("new"));
+        QCOMPARE(List(archive, "").size(), entries);
+    }
+
+    // A change the disk has no room for leaves the archive's every byte, and
+    // every name is refused for it.
+    void changesThatCannotBeWritten()
+    {
+        const QString archive = WriteFile(Path("full/a.mpq"), {});
+        WriteFile(Path("full/big1.bin"), Noise(300000, 1));
+        WriteFile(Path("full/big2.bin"), Noise(300000, 2));
+        WriteFile(Path("full/x.odd"), "odd");
+        AppConfig config;
+        config.ExtensionRules = Rules({".odd,7,0"});
+        BatchTrace trace;
+        QCOMPARE(AddFiles(archive, {"big1.bin"}, Path("full"), {}, config, trace, trace).added, 1);
+        const QByteArray before = ReadFile(archive);
+        FileSizeLimit limit(200000);
+        const AddReport added = AddFiles(archive, {"big2.bin", "x.odd"}, Path("full"), {}, config, trace, trace);
+        QCOMPARE(added.archive, Refusal::ArchiveNotWritten);
+        QCOMPARE(added.added, 0);
+        QCOMPARE(added.refused, (QList<Refused<QString>>{{"big2.bin", Refusal::ArchiveNotWritten},
+                                                         {"x.odd", Refusal::UnknownCompression}}));
+        QCOMPARE(ReadFile(archive), before);
+    }
+
+    // Whatever the count of the settings, a new archive takes the whole batch.
+    void anyMaximumFileCount_data()
+    {
+        QTest::addColumn<int>("maximum");
+        QTest::addColumn<int>("tableSize");  // 0: not looked at
+        QTest::newRow("zero") << 0 << 0;
+        QTest::newRow("hand-edited, StormLib crashes") << 200000000 << 1048576;
+        QTest::newRow("hand-edited, largest") << std::numeric_limits<qint32>::max() << 1048576;
+    }
+
+    void anyMaximumFileCount()
+    {
+        QFETCH(int, maximum);
+        QFETCH(int, tableSize);
+        const QString archive = WriteFile(Path(QStringLiteral("max/%1.mpq").arg(maximum)), {});
+        QStringList names;
+        for (int i = 0; i < 6; ++i) WriteFile(Path("max/src/") + names.emplace_back(QString::number(i)), "n");
+        AppConfig config;
+        config.DefaultMaxFiles = maximum;
+        BatchTrace trace;
+        QCOMPARE(AddFiles(archive, names, Path("max/src"), {}, config, trace, trace).added, int(names.size()));
+        if (tableSize == 0) return;
+        const mpq::Archive handle = mpq::SFileOpenArchive(Bytes(archive));
+        QCOMPARE(mpq::SFileGetFileInfo(handle.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE), std::int64_t(tableSize));
+    }
+
+    // A folder tree goes in under the first-run rules and comes back out byte
+    // for byte; waves come back as waves of their size.
+    void roundTrip()
+    {
+        const QString source = Path("trip/source");
+        const QMap<QString, QByteArray> files = {
+            {"empty.txt", {}},
+            {"big.dat", TextData(3 << 20, 'b') + Noise(256 << 10, 7)},
+            {"movie.bik", Noise(20000, 4)},
+            {"Music.MP3", TextData(9000, 'm')},
+            {"日本/語.dat", TextData(2000, 'j')},
+            {".hidden", "hidden file"},
+            {"sub/deeper/map.w3x", TextData(4000, 'x')},
+            {"sub/deeper/noext", TextData(600, 'n')},
+            {"sound.wav", WaveData(50000)},
+        };
+        for (auto it = files.begin(); it != files.end(); ++it) WriteFile(source + "/" + it.key(), it.value());
+        AppConfig config;
+        config.IniPath = Path("trip/Arcavera.ini");
+        QVERIFY(SeedFirstRun(config.IniPath));
+        LoadAppConfig(config);
+        QStringList names = ScanFiles(source, "*", kAttributeHidden | kAttributeSystem, true, QString(QChar(0)))
+                                .split(QChar(0), Qt::SkipEmptyParts);
+        for (QString &name : names) name.remove(0, source.size() + 1);
+        const QString archive = WriteFile(Path("trip/trip.mpq"), {});
+        BatchTrace trace;
+        QCOMPARE(AddFiles(archive, names, source, {}, config, trace, trace).added, int(files.size()));
+
+        QList<QByteArray> tags;
+        for (auto it = files.begin(); it != files.end(); ++it) {
+            const QByteArray name = StoredNameFromRelativePath(it.key()).toUtf8();
+            const mpq::FileListEntry entry = Entry(archive, name.toStdString());
+            QVERIFY2(entry.FileExists, name.constData());
+            const bool plain = QStringList{"bik", "mp3", "mpq", "w3x"}.contains(GetExtension(it.key()).toLower());
+            QCOMPARE(bool(entry.Flags & mpq::MAFA_FLAG_COMPRESS), !plain);
+            if (it.key() == "sound.wav" || it.key() == "big.dat") QVERIFY(entry.CompressedSize < entry.FullSize / 2);
+            tags.append(name);
+        }
+        const QString back = Path("trip/back");
+        QVERIFY(QDir().mkpath(back));
+        const ExtractReport extracted = ExtractFiles(archive, tags, back, trace, trace);
+        QCOMPARE(extracted.extracted, int(files.size()));
+        QMap<QString, QByteArray> returned = Tree(back), expected = Tree(source);
+        QCOMPARE(returned.value("sound.wav").size(), expected.value("sound.wav").size());
+        QVERIFY(returned.value("sound.wav") != expected.value("sound.wav"));  // audio compression loses detail
+        returned.remove("sound.wav");
+        expected.remove("sound.wav");
+        QCOMPARE(returned, expected);
+    }
+
+    // Folders are made from the top down; a file is replaced whole; a name
+    // that cannot be read or would climb out is refused with its reason.
+    void extractNames_data()
+    {
+        QTest::addColumn<QByteArray>("name");
+        QTest::addColumn<Refusal>("why");
+        QTest::newRow("nested") << QByteArray("a\\b\\c.txt") << Refusal::None;
+        QTest::newRow("not stored") << QByteArray("gone.txt") << Refusal::NotRead;
+        QTest::newRow("parent") << QByteArray("..\\evil.txt") << Refusal::OutsideFolder;
+        QTest::newRow("parent, deeper") << QByteArray("a\\..\\..\\evil.txt") << Refusal::OutsideFolder;
+        QTest::newRow("parent, with /") << QByteArray("../evil.txt") << Refusal::OutsideFolder;
+        QTest::newRow("root") << QByteArray("\\evil.txt") << Refusal::OutsideFolder;
+        QTest::newRow("drive") << QByteArray("C:\\evil.txt") << Refusal::OutsideFolder;
+    }
+
+    void extractNames()
+    {
+        QFETCH(QByteArray, name);
+        QFETCH(Refusal, why);
+        const QString base = Path("x-" + DataTagFileName());
+        const QString archive = ArchiveIn(base, "a.mpq", {{why == Refusal::NotRead ? "other" : name, TextData(70000, 'n')},
+                                                          {"ok.txt", "ok"}, {"empty.bin", {}}});
+        const QString out = base + "/dest/inner";
+        WriteFile(out + "/ok.txt", TextData(5000, 'L'));  // longer than what replaces it
+        BatchTrace trace;
+        const ExtractReport report = ExtractFiles(archive, {name, "ok.txt", "empty.bin"}, out, trace, trace);
+        QCOMPARE(report.refused, (why == Refusal::None ? QList<Refused<QByteArray>>() : QList{Refused<QByteArray>{name, why}}));
+        QCOMPARE(report.extracted, why == Refusal::None ? 3 : 2);
+        QMap<QString, QByteArray> expected{{"inner/", "<dir>"}, {"inner/ok.txt", "ok"}, {"inner/empty.bin", ""}};
+        if (why == Refusal::None) {
+            expected.insert("inner/a/", "<dir>");
+            expected.insert("inner/a/b/", "<dir>");
+            expected.insert("inner/a/b/c.txt", TextData(70000, 'n'));
+        }
+        QCOMPARE(Tree(base + "/dest"), expected);
+        QVERIFY(!QFileInfo::exists("/evil.txt") && !QFileInfo::exists(base + "/evil.txt"));
+        QCOMPARE(trace.events.last(), QStringLiteral("Pronto"));
+    }
+
+    // Below the chosen folder no link is followed, nor replaced.
+    void extractNeverFollowsLinks_data()
+    {
+        QTest::addColumn<QString>("linkAt");
+        QTest::addColumn<QString>("pointsTo");
+        QTest::addColumn<QByteArray>("name");
+        QTest::newRow("link to a folder as a folder level") << "sub" << "dir" << QByteArray("sub\\x.txt");
+        QTest::newRow("link to a file as the file") << "f.txt" << "file.txt" << QByteArray("f.txt");
+        QTest::newRow("dangling link as the file") << "f.txt" << "gone" << QByteArray("f.txt");
+        QTest::newRow("dangling link as a folder level") << "sub" << "gone" << QByteArray("sub\\x.txt");
+    }
+
+    void extractNeverFollowsLinks()
+    {
+        QFETCH(QString, linkAt);
+        QFETCH(QString, pointsTo);
+        QFETCH(QByteArray, name);
+        const QString base = Path("links-" + DataTagFileName());
+        const QString archive = ArchiveIn(base, "l.mpq", {{"sub\\x.txt", "x"}, {"f.txt", "f"}, {"ok.txt", "ok"}});
+        WriteFile(base + "/outside/file.txt", "keep");
+        QDir().mkpath(base + "/outside/dir");
+        const QString out = base + "/out";
+        QVERIFY(QDir().mkpath(out) && QFile::link(base + "/outside/" + pointsTo, out + "/" + linkAt));
+        const QMap<QString, QByteArray> outside = Tree(base + "/outside");
+        BatchTrace trace;
+        const ExtractReport report = ExtractFiles(archive, {name, "ok.txt"}, out, trace, trace);
+        QCOMPARE(report.refused, (QList<Refused<QByteArray>>{{name, Refusal::Linked}}));
+        QCOMPARE(report.extracted, 1);
+        QCOMPARE(Tree(base + "/outside"), outside);
+        QVERIFY(QFileInfo(out + "/" + linkAt).isSymLink());
+    }
+
+    // A failure of the disk ends the batch; what came before stays.
+    void extractDiskFailure_data()
+    {
+        QTest::addColumn<QString>("blocker");
+        QTest::addColumn<QString>("failedAt");
+        QTest::newRow("file where a folder is needed") << "file:sub" << "sub";
+        QTest::newRow("folder where the file goes") << "folder:sub/x.txt" << "sub/x.txt";
+    }
+
+    void extractDiskFailure()
+    {
+        QFETCH(QString, blocker);
+        QFETCH(QString, failedAt);
+        const QString out = Path("blocked-" + DataTagFileName());
+        const QString archive = ArchiveIn(out + "-a", "b.mpq", {{"a.txt", "a"}, {"sub\\x.txt", "x"}, {"z.txt", "z"}});
+        const QString where = out + "/" + blocker.section(':', 1);
+        blocker.startsWith("file") ? void(WriteFile(where, "in the way")) : void(QDir().mkpath(where));
+        BatchTrace trace;
+        const ExtractReport report = ExtractFiles(archive, {"a.txt", "sub\\x.txt", "z.txt"}, out, trace, trace);
+        QCOMPARE(report.refused, (QList<Refused<QByteArray>>{{"sub\\x.txt", Refusal::DiskFailure}}));
+        QCOMPARE(report.failedPath, out + "/" + failedAt);
+        QCOMPARE(report.extracted, 1);
+        QCOMPARE(ReadFile(out + "/a.txt"), QByteArray("a"));
+        QVERIFY(!QFileInfo::exists(out + "/z.txt"));
+        QCOMPARE(trace.events, (QStringList{"Estrazione file a.txt", "<yield>", "Estrazione file sub\\x.txt"}));
+    }
+
+    void extractToNoFolderDoesNothing()
+    {
+        const QString archive = ArchiveIn(Path("cwd"), "c.mpq", {{"here.txt", "h"}}), cwd = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(Path("cwd")));
+        BatchTrace trace;
+        QCOMPARE(ExtractFiles(archive, {"here.txt"}, QString(), trace, trace).extracted, 0);
+        QDir::setCurrent(cwd);
+        QVERIFY(trace.events.isEmpty() && !QFileInfo::exists(Path("cwd/here.txt")));
+    }
+
+    // Each named file goes; a name that is not (or no longer) stored is
+    // named as such; the internal list follows and is never deleted.
+    void deleteNames()
+    {
+        const QString archive = Archive("delete.mpq", {"one.txt", "units\\two.mdx", "caf\xc3\xa9.txt", "four.txt"});
+        std::string listName;
+        for (const auto &entry : List(archive, InternalList(archive)))
+            if (entry.StoredName.rfind(mpq::kUnknownPrefix, 0) == 0) listName = entry.StoredName;
+        const QByteArray internalList = QByteArray::fromStdString(listName);
+        QVERIFY(!internalList.isEmpty());
+        BatchTrace trace;
+        const DeleteReport report = DeleteStoredFiles(
+            archive, {"units\\two.mdx", "gone.txt", "caf\xc3\xa9.txt", "units\\two.mdx", internalList}, 64, trace);
+        QCOMPARE(report.archive, Refusal::None);
+        QCOMPARE(report.deleted, 2);
+        QCOMPARE(report.refused, (QList<Refused<QByteArray>>{{"gone.txt", Refusal::NotStored},
+                                                             {"units\\two.mdx", Refusal::NotStored},
+                                                             {internalList, Refusal::EngineRefused}}));
+        QCOMPARE(trace.events.first(), QStringLiteral("Eliminazione file units\\two.mdx"));
+        QCOMPARE(trace.events.last(), QStringLiteral("Pronto"));
+        QVERIFY(!Opens(archive, "units\\two.mdx") && !Opens(archive, "caf\xc3\xa9.txt"));
+        QCOMPARE(ReadStored(archive, "four.txt"), ContentOf(3));
+        QCOMPARE(InternalListLines(archive), (std::set<std::string>{"one.txt", "four.txt"}));
+    }
+
+    // Why a path is no archive to read, to change or to update; what cannot
+    // be updated keeps its every byte, and no folder is made.
+    void checkArchive_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<Refusal>("forReading");
+        QTest::addColumn<Refusal>("forChange");
+        QTest::addColumn<Refusal>("forUpdate");
+        QTest::newRow("archive") << "archive" << Refusal::None << Refusal::None << Refusal::None;
+        QTest::newRow("missing") << "missing" << Refusal::Missing << Refusal::Missing << Refusal::None;
+        QTest::newRow("in a missing folder") << "no/x" << Refusal::Missing << Refusal::Missing << Refusal::NotCreatable;
+        QTest::newRow("folder") << "folder" << Refusal::WrongKind << Refusal::WrongKind << Refusal::NotCreatable;
+        QTest::newRow("empty file") << "empty" << Refusal::NotAnArchive << Refusal::EmptyFile << Refusal::None;
+        QTest::newRow("noise") << "noise" << Refusal::NotAnArchive << Refusal::NotAnArchive << Refusal::NotAnArchive;
+    }
+
+    void checkArchive()
+    {
+        QFETCH(QString, kind);
+        QFETCH(Refusal, forReading);
+        QFETCH(Refusal, forChange);
+        QFETCH(Refusal, forUpdate);
+        const QString path = Path("check/" + kind);
+        QDir().mkpath(Path("check"));
+        if (kind == "archive") QVERIFY(MakeArchive(path, {{"a.txt", "a"}}, Path("check/scratch")));
+        if (kind == "folder") QDir().mkpath(path);
+        if (kind == "empty") WriteFile(path, {});
+        if (kind == "noise") WriteFile(path, "xxxx" + Noise(20000, 9));
+        const QByteArray before = ReadFile(path);
+        QCOMPARE(CheckArchive(path, ArchiveUse::Read), forReading);
+        QCOMPARE(CheckArchive(path, ArchiveUse::Change), forChange);
+        QCOMPARE(AreStored(path, {"a.txt", "A.TXT", "b.txt"}), (QList<bool>{kind == "archive", kind == "archive", false}));
+        WriteFile(Path("check-src/a.txt"), "a");
+        BatchTrace trace;
+        QCOMPARE(AddFiles(path, {"a.txt"}, Path("check-src"), {}, AppConfig{}, trace, trace).archive, forUpdate);
+        if (forUpdate == Refusal::None) return;
+        QCOMPARE(DeleteStoredFiles(path, {"a.txt"}, 64, trace).archive, forUpdate);
+        QCOMPARE(RenameStoredFile(path, "a.txt", "b.txt", 64), forUpdate);
+        QVERIFY(trace.events.isEmpty());
+        QCOMPARE(ReadFile(path), before);
+        QVERIFY(!QFileInfo::exists(Path("check/no")));
+        if (kind == "folder") QVERIFY(QDir(path).isEmpty());
+    }
+
+    void rename_data()
+    {
+        QTest::addColumn<uint>("flags");  // of the file renamed, "a.txt"
+        QTest::addColumn<QByteArray>("oldName");
+        QTest::addColumn<QByteArray>("newName");
+        QTest::addColumn<Refusal>("why");
+        const uint compress = mpq::MAFA_COMPRESS;
+        QTest::newRow("into a folder, not ASCII") << compress << QByteArray("a.txt")
+                                                  << QByteArray("musica\\caff\xc3\xa8.wav") << Refusal::None;
+        QTest::newRow("stored plain") << 0u << QByteArray("a.txt") << QByteArray("z.txt") << Refusal::None;
+        QTest::newRow("encrypted") << (compress | mpq::MAFA_ENCRYPT) << QByteArray("a.txt") << QByteArray("zz.txt")
+                                   << Refusal::None;
+        QTest::newRow("onto a stored name") << compress << QByteArray("a.txt") << QByteArray("c.txt")
+                                            << Refusal::NameInUse;
+        // The engine's names know no case...
+        QTest::newRow("onto itself, other case") << compress << QByteArray("a.txt") << QByteArray("A.TXT")
+                                                 << Refusal::NameInUse;
+        QTest::newRow("onto another, other case") << compress << QByteArray("a.txt") << QByteArray("B.Txt")
+                                                  << Refusal::NameInUse;
+        // ...but "/" and "\" are different bytes to them.
+        QTest::newRow("beside a name with \\") << compress << QByteArray("a.txt") << QByteArray("d/e.txt")
+                                               << Refusal::None;
+        QTest::newRow("old name not stored") << compress << QByteArray("gone.txt") << QByteArray("z.txt")
+                                             << Refusal::NotStored;
+        QTest::newRow("empty new name") << compress << QByteArray("a.txt") << QByteArray() << Refusal::EngineRefused;
+    }
+
+    void rename()
+    {
+        QFETCH(uint, flags);
+        QFETCH(QByteArray, oldName);
+        QFETCH(QByteArray, newName);
+        QFETCH(Refusal, why);
+        const QString archive = Archive("rename-" + DataTagFileName() + ".mpq", {"a.txt", "b.txt", "c.txt", "d\\e.txt"}, flags);
+        const QByteArray before = ReadFile(archive);
+        QCOMPARE(RenameStoredFile(archive, oldName, newName, 64), why);
+        if (why != Refusal::None) {
+            QCOMPARE(ReadFile(archive), before);
+            return;
+        }
+        QCOMPARE(ReadStored(archive, newName.toStdString()), ContentOf(0));
+        QVERIFY(Opens(archive, newName) && !Opens(archive, oldName));
+        QCOMPARE(InternalListLines(archive), (std::set<std::string>{newName.toStdString(), "b.txt", "c.txt", "d\\e.txt"}));
+        QCOMPARE(ReadStored(archive, "d\\e.txt"), ContentOf(3));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestEditing)
+#include "test_editing.moc"
