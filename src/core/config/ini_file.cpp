@@ -225,7 +225,9 @@ bool WriteWholeFile(const QString &file, const QByteArray &bytes)
 {
     if (!QDir().mkpath(QFileInfo(file).absolutePath())) return false;
     QSaveFile out(file);
-    if (!out.open(QIODevice::WriteOnly)) return false;
+    // Unbuffered, so that a write the disk cuts short is seen here and the
+    // old file stays.
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Unbuffered)) return false;
     if (out.write(bytes) != bytes.size()) {
         out.cancelWriting();
         return false;

@@ -127,12 +127,13 @@ void DeleteFiles(const QString &path, const QString &pattern, int attributes, bo
 
     for (const QString &name : Subfolders(folder)) {
         const QString p = folder + name;
-        if (!IsDirectory(p)) continue;
         if (IsLink(p)) {
-            // Remove the link itself; what it points to is not ours to empty.
+            // Remove the link itself, even one whose target went before it;
+            // what it points to is not ours to empty.
             if (MatchesPattern(pattern, name)) QFile::remove(p);
             continue;
         }
+        if (!IsDirectory(p)) continue;
         DeleteFiles(p, pattern, attributes, recursive);
         QDir().rmdir(p);
     }
