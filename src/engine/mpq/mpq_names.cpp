@@ -1,0 +1,206 @@
+// Names. The names of a listing come from the list text alone: each
+// candidate name is hashed here with the MPQ name hashes and matched against
+// the two name hashes of each hash slot. So nothing that StormLib names by
+// itself (internal files it opened, pseudo-names) reaches the list. A slot
+// that no candidate names is listed as "~unknowns\unknownNNNNNNNN", NNNNNNNN
+// being the slot number; that name, with or without an extension behind it,
+// opens the slot's file again.
+#include "mpq/mpq_handle.h"
+#include "mpq/mpq_hash.h"
+#include "mpq/mpq_library.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <deque>
+#include <fstream>
+#include <iterator>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+
+namespace mpq {
+
+bool IsUsedSlot(TMPQArchive *ha, TMPQHash *hash)
+{
+    const DWORD blockIndex = MPQ_BLOCK_INDEX(hash);
+    return blockIndex < ha->dwFileTableSize && (ha->pFileTable[blockIndex].dwFlags & MPQ_FILE_EXISTS) != 0;
+}
+
+namespace {
+
+// Candidate names by their pair of name hashes; the first spelling wins.
+// The names point into the list text and into `sources`, which hold the
+// external list files read for one listing.
+struct NameTable {
+    std::unordered_map<std::uint64_t, std::string_view> names;
+    std::deque<std::string> sources;  // never moves what it holds
+};
+
+template <typename Fn>
+void ForEachLine(const char *data, std::size_t size, Fn &&fn)
+{
+    std::size_t start = 0;
+    for (std::size_t i = 0; i <= size; ++i) {
+        if (i == size || data[i] == '\r' || data[i] == '\n') {
+            if (i > start) fn(data + start, i - start);
+            start = i + 1;
+        }
+    }
+}
+
+bool ReadWholeFile(const std::string &path, std::string &out)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in) return false;
+    out.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return true;
+}
+
+void AddName(NameTable &table, const char *name, std::size_t length)
+{
+    table.names.try_emplace(NameKey(name, length), name, length);
+}
+
+NameTable BuildNameTable(const std::string &listText)
+{
+    NameTable names;
+    names.names.reserve(listText.size() / 24 + 16);
+    std::unordered_set<std::string> listFilesRead;
+    ForEachLine(listText.data(), listText.size(), [&](const char *line, std::size_t length) {
+        AddName(names, line, length);
+        if (line[0] != '/') return;  // external list files are named by absolute paths
+        std::string path(line, length);
+        if (!IsRegularFile(path) || !listFilesRead.insert(path).second) return;
+        std::string content;
+        if (!ReadWholeFile(path, content)) return;
+        names.sources.push_back(std::move(content));
+        const std::string &kept = names.sources.back();
+        ForEachLine(kept.data(), kept.size(),
+                    [&](const char *name, std::size_t n) { AddName(names, name, n); });
+    });
+    return names;
+}
+
+constexpr const char *kUnknownStem = "~unknowns\\unknown";
+
+std::string UnknownName(std::uint32_t number)
+{
+    char buffer[48];
+    std::snprintf(buffer, sizeof buffer, "%s%08u", kUnknownStem, number);
+    return buffer;
+}
+
+// The number of a "~unknowns" name, also with an extension behind it.
+bool ParseUnknownName(const std::string &name, std::uint32_t &number)
+{
+    const std::size_t stemLength = std::strlen(kUnknownStem);
+    if (name.size() < stemLength + 8 || name.compare(0, stemLength, kUnknownStem) != 0)
+        return false;
+    std::uint32_t value = 0;
+    for (std::size_t i = stemLength; i < stemLength + 8; ++i) {
+        const char c = name[i];
+        if (c < '0' || c > '9') return false;
+        value = value * 10 + static_cast<std::uint32_t>(c - '0');
+    }
+    if (name.size() > stemLength + 8 && name[stemLength + 8] != '.') return false;
+    number = value;
+    return true;
+}
+
+// The file-table index a "~unknowns" number stands for, if that slot holds a file.
+bool UnknownBlockIndex(TMPQArchive *ha, std::uint32_t number, std::uint32_t &blockIndex)
+{
+    if (ha->pHashTable != nullptr) {
+        if (number >= ha->pHeader->dwHashTableSize) return false;
+        TMPQHash *hash = ha->pHashTable + number;
+        if (!IsUsedSlot(ha, hash)) return false;
+        blockIndex = MPQ_BLOCK_INDEX(hash);
+        return true;
+    }
+    if (number >= ha->dwFileTableSize) return false;
+    if ((ha->pFileTable[number].dwFlags & MPQ_FILE_EXISTS) == 0) return false;
+    blockIndex = number;
+    return true;
+}
+
+}  // namespace
+
+std::string EngineName(MpqHandle archive, const std::string &name)
+{
+    TMPQArchive *ha = StormArchive(archive);
+    if (ha == nullptr) return name;
+    if (SFileHasFile(archive->storm, name.c_str())) return name;
+    std::uint32_t number = 0, blockIndex = 0;
+    if (!ParseUnknownName(name, number) || !UnknownBlockIndex(ha, number, blockIndex))
+        return name;
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "File%08u.xxx", blockIndex);
+    return buffer;
+}
+
+bool SFileListFiles(MpqHandle archive, const std::string &listText,
+                    std::vector<FileListEntry> &entries, std::uint32_t /*flags*/)
+{
+    TMPQArchive *ha = StormArchive(archive);
+    if (ha == nullptr) return false;
+    const NameTable table = BuildNameTable(listText);
+    auto nameOf = [&](std::uint64_t key, std::uint32_t number) {
+        auto found = table.names.find(key);
+        return found != table.names.end() ? std::string(found->second) : UnknownName(number);
+    };
+
+    std::size_t next = 0;
+    auto fill = [&](const TFileEntry &file, std::uint32_t locale, std::string name) {
+        FileListEntry &entry = entries[next++];
+        entry.FileExists = 1;
+        entry.Locale = locale;
+        entry.CompressedSize = file.dwCmpSize;
+        entry.FullSize = file.dwFileSize;
+        entry.Flags = file.dwFlags;
+        entry.StoredName = std::move(name);
+    };
+
+    if (ha->pHashTable != nullptr) {
+        const DWORD slots = ha->pHeader->dwHashTableSize;
+        for (DWORD slot = 0; slot < slots && next < entries.size(); ++slot) {
+            TMPQHash *hash = ha->pHashTable + slot;
+            if (!IsUsedSlot(ha, hash)) continue;
+            const std::uint64_t key = (std::uint64_t{hash->dwName1} << 32) | hash->dwName2;
+            fill(ha->pFileTable[MPQ_BLOCK_INDEX(hash)], hash->lcLocale, nameOf(key, slot));
+        }
+        return true;
+    }
+
+    // An archive with only the newer hash tables: StormLib matches the names,
+    // and only names that the list text gives are taken.
+    std::unordered_set<std::string> given;
+    for (const auto &[key, name] : table.names) given.emplace(name);
+    if (!given.empty()) {
+        char pattern[] = "/tmp/arcavera-names-XXXXXX";
+        const int fd = ::mkstemp(pattern);
+        if (fd >= 0) {
+            std::string joined;
+            for (const auto &name : given) joined.append(name).append("\n");
+            const bool written = ::write(fd, joined.data(), joined.size()) == static_cast<ssize_t>(joined.size());
+            ::close(fd);
+            if (written) ::SFileAddListFile(archive->storm, pattern);
+            ::unlink(pattern);
+        }
+    }
+    for (DWORD index = 0; index < ha->dwFileTableSize && next < entries.size(); ++index) {
+        const TFileEntry &file = ha->pFileTable[index];
+        if ((file.dwFlags & MPQ_FILE_EXISTS) == 0) continue;
+        std::string name;
+        if (file.szFileName != nullptr && given.count(file.szFileName) != 0)
+            name = file.szFileName;
+        else
+            name = UnknownName(index);
+        fill(file, 0, std::move(name));
+    }
+    return true;
+}
+
+}  // namespace mpq

@@ -1,0 +1,120 @@
+// Opening an archive for reading, and what it and its files tell of
+// themselves. The archive is opened without StormLib's own list loading:
+// names come from the listing's list text alone (mpq_names.cpp).
+#include "mpq/mpq_guards.h"
+#include "mpq/mpq_handle.h"
+#include "mpq/mpq_journal.h"
+#include "mpq/mpq_library.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace mpq {
+
+TMPQArchive *StormArchive(MpqHandle handle)
+{
+    if (handle == nullptr || handle->kind == Handle::Kind::File || handle->storm == nullptr)
+        return nullptr;
+    return static_cast<TMPQArchive *>(handle->storm);
+}
+
+bool IsRegularFile(const std::string &path)
+{
+    struct stat st {};
+    return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode);
+}
+
+bool EmbeddedZero(const std::string &text) { return text.find('\0') != std::string::npos; }
+
+bool IsUsableArchive(HANDLE storm)
+{
+    constexpr DWORD kLargestSector = 1u << 24;
+    const auto *ha = static_cast<const TMPQArchive *>(storm);
+    return ha != nullptr && ha->dwSectorSize != 0 && ha->dwSectorSize <= kLargestSector;
+}
+
+Archive SFileOpenArchive(const std::string &path)
+{
+    if (path.empty() || EmbeddedZero(path)) return nullptr;
+    // An update that was cut off is undone before anyone reads the archive.
+    RecoverInterruptedUpdate(path);
+    if (!IsRegularFile(path)) return nullptr;
+    // An archive that StormLib would abort on unless some entries are
+    // screened out is opened as a screened copy, which the handle's
+    // descriptor keeps.
+    std::string enginePath = path;
+    int screened = -1;
+    switch (guards::CheckOpen(path)) {
+    case guards::OpenVerdict::Safe: break;
+    case guards::OpenVerdict::Unsafe: return nullptr;
+    case guards::OpenVerdict::Screened:
+        if ((screened = guards::ScreenedCopy(path)) < 0) return nullptr;
+        enginePath = "/proc/self/fd/" + std::to_string(screened);
+        break;
+    }
+    HANDLE storm = nullptr;
+    const DWORD openFlags = STREAM_FLAG_READ_ONLY | MPQ_OPEN_NO_LISTFILE | MPQ_OPEN_NO_ATTRIBUTES;
+    if (!::SFileOpenArchive(enginePath.c_str(), 0, openFlags, &storm) || !IsUsableArchive(storm)) {
+        if (storm != nullptr) ::SFileCloseArchive(storm);
+        if (screened >= 0) ::close(screened);
+        return nullptr;
+    }
+    return Archive(new Handle{Handle::Kind::Reading, storm, nullptr, enginePath, screened});
+}
+
+void ArchiveCloser::operator()(Handle *archive) const
+{
+    ::SFileCloseArchive(archive->storm);
+    delete archive;
+}
+
+std::int64_t SFileGetFileInfo(MpqHandle handle, int kind)
+{
+    if (handle == nullptr || handle->storm == nullptr) return -1;
+    if (handle->kind != Handle::Kind::File) {
+        TMPQArchive *ha = StormArchive(handle);
+        switch (kind) {
+        case SFILE_INFO_BLOCK_SIZE: return ha->dwFileTableSize;
+        case SFILE_INFO_HASH_TABLE_SIZE:
+            return ha->pHashTable != nullptr ? std::int64_t{ha->pHeader->dwHashTableSize}
+                                             : std::int64_t{ha->dwFileTableSize};
+        case SFILE_INFO_NUM_FILES: {
+            DWORD count = 0;
+            if (!::SFileGetFileInfo(handle->storm, SFileMpqNumberOfFiles, &count, sizeof count, nullptr))
+                return -1;
+            return count;
+        }
+        default: return -1;
+        }
+    }
+    SFileInfoClass infoClass;
+    switch (kind) {
+    case SFILE_INFO_SIZE: infoClass = SFileInfoFileSize; break;
+    case SFILE_INFO_COMPRESSED_SIZE: infoClass = SFileInfoCompressedSize; break;
+    case SFILE_INFO_FLAGS: infoClass = SFileInfoFlags; break;
+    case SFILE_INFO_LOCALEID: infoClass = SFileInfoLocale; break;
+    case SFILE_INFO_HASH_INDEX: infoClass = SFileInfoHashIndex; break;
+    case SFILE_INFO_POSITION: {
+        ULONGLONG position = 0;
+        if (!::SFileGetFileInfo(handle->storm, SFileInfoByteOffset, &position, sizeof position, nullptr))
+            return -1;
+        return static_cast<std::int64_t>(position);
+    }
+    default: return -1;
+    }
+    DWORD value = 0;
+    if (!::SFileGetFileInfo(handle->storm, infoClass, &value, sizeof value, nullptr)) return -1;
+    return value;
+}
+
+std::uint32_t SFMpqGetVersionString2(char *buffer, std::uint32_t length)
+{
+    if (buffer == nullptr || length == 0) return 0;
+    std::snprintf(buffer, length, "StormLib %s", STORMLIB_VERSION_STRING);
+    return static_cast<std::uint32_t>(std::strlen(buffer)) + 1;
+}
+
+}  // namespace mpq

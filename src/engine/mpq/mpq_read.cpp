@@ -1,0 +1,41 @@
+// Opening, reading and closing a stored file.
+#include "mpq/mpq_guards.h"
+#include "mpq/mpq_handle.h"
+#include "mpq/mpq_library.h"
+
+#include <fcntl.h>
+
+namespace mpq {
+
+StoredFile SFileOpenFileEx(MpqHandle archive, const std::string &storedName)
+{
+    if (StormArchive(archive) == nullptr || storedName.empty() || EmbeddedZero(storedName)) return nullptr;
+    const std::string engineName = EngineName(archive, storedName);
+    HANDLE storm = nullptr;
+    if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return nullptr;
+    if (archive->fd < 0) archive->fd = ::open(archive->path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (archive->fd < 0 || !guards::ReadIsSafe(archive->fd, storm)) {
+        ::SFileCloseFile(storm);
+        return nullptr;
+    }
+    return StoredFile(new Handle{Handle::Kind::File, storm, archive, {}, -1});
+}
+
+bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint32_t *bytesRead,
+                   void * /*overlapped*/)
+{
+    if (bytesRead != nullptr) *bytesRead = 0;
+    if (file == nullptr || file->kind != Handle::Kind::File || buffer == nullptr) return false;
+    DWORD read = 0;
+    const bool ok = ::SFileReadFile(file->storm, buffer, count, &read, nullptr);
+    if (bytesRead != nullptr) *bytesRead = read;
+    return ok || (GetLastError() == ERROR_HANDLE_EOF && read > 0);
+}
+
+void FileCloser::operator()(Handle *file) const
+{
+    ::SFileCloseFile(file->storm);
+    delete file;
+}
+
+}  // namespace mpq
