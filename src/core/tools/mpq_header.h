@@ -5,7 +5,8 @@
 // begins with "MPQ" 0x1A or "BN3" 0x1A; the first one, at the lowest offset,
 // wins. Nothing else of the format is read: an archive runs from its header
 // to the end of the file. Every call reads the file anew, and offsets and
-// lengths are 64-bit, so files over 2 GiB are scanned to their end.
+// lengths are 64-bit, so files over 2 GiB are scanned to their end. The scan
+// itself is the engine's (mpq/mpq_header.h); these take Qt paths.
 #pragma once
 
 #include <QString>

@@ -6,6 +6,7 @@
 #include "mpq/mpq_guards.h"
 
 #include "mpq/mpq_hash.h"
+#include "mpq/mpq_header.h"
 
 #include <StormLib.h>
 
@@ -102,39 +103,30 @@ Header FindHeader(int fd, std::uint64_t fileSize)
     unsigned char first[16] = {};
     if (ReadAt(fd, 0, first, sizeof first) < sizeof first) return header;
     header.warcraft3Map = Le32(first) == kWarcraft3MapId && Le32(first + 4) == 0;
-    const std::uint64_t end = std::min(fileSize, kHeaderSearchEnd);
-    std::vector<unsigned char> chunk(1 << 16);
-    for (std::uint64_t base = 0; base < end; base += chunk.size()) {
-        const std::size_t got = ReadAt(fd, base, chunk.data(), chunk.size());
-        for (std::size_t at = 0; at < got && base + at < end; at += 512) {
-            std::uint64_t offset = base + at;
-            std::array<unsigned char, kHeaderBytes> bytes{};
-            std::memcpy(bytes.data(), chunk.data() + at, std::min(kHeaderBytes, chunk.size() - at));
-            if (at + kHeaderBytes > chunk.size()) ReadAt(fd, offset, bytes.data(), bytes.size());
-            std::uint32_t id = Le32(bytes.data());
-            if (id == kUserDataId && !header.warcraft3Map) {
-                const std::uint32_t userDataSize = Le32(&bytes[4]), headerOffset = Le32(&bytes[8]),
-                                    userDataHeader = Le32(&bytes[12]);
-                if (userDataHeader <= userDataSize && userDataSize <= headerOffset &&
-                    offset + headerOffset + MPQ_HEADER_SIZE_V1 < fileSize) {
-                    offset += headerOffset;
-                    ReadAt(fd, offset, bytes.data(), bytes.size());
-                    id = Le32(bytes.data());
-                }
+    ScanForHeader(fd, kHeaderSearchEnd, kHeaderBytes, [&](std::uint64_t offset, const unsigned char *at, std::size_t) {
+        std::array<unsigned char, kHeaderBytes> bytes{};
+        std::memcpy(bytes.data(), at, kHeaderBytes);
+        std::uint32_t id = Le32(bytes.data());
+        if (id == kUserDataId && !header.warcraft3Map) {
+            const std::uint32_t userDataSize = Le32(&bytes[4]), headerOffset = Le32(&bytes[8]),
+                                userDataHeader = Le32(&bytes[12]);
+            if (userDataHeader <= userDataSize && userDataSize <= headerOffset &&
+                offset + headerOffset + MPQ_HEADER_SIZE_V1 < fileSize) {
+                offset += headerOffset;
+                ReadAt(fd, offset, bytes.data(), bytes.size());
+                id = Le32(bytes.data());
             }
-            if (id == ID_MPQ && Le32(&bytes[4]) >= MPQ_HEADER_SIZE_V1) {
-                header.kind = Header::Kind::Mpq;
-            } else if (id == kMpkId) {
-                header.kind = Header::Kind::Mpk;
-            } else {
-                continue;
-            }
-            header.at = offset;
-            header.bytes = bytes;
-            return header;
         }
-        if (got < chunk.size()) break;
-    }
+        if (id == ID_MPQ && Le32(&bytes[4]) >= MPQ_HEADER_SIZE_V1)
+            header.kind = Header::Kind::Mpq;
+        else if (id == kMpkId)
+            header.kind = Header::Kind::Mpk;
+        else
+            return false;
+        header.at = offset;
+        header.bytes = bytes;
+        return true;
+    });
     return header;
 }
 
