@@ -1,0 +1,476 @@
+// The main window, offscreen: its wiring to the session and the core, and what lives only in
+// the window: the command table's enabling, the layout, new, rename, delete, find, new folders.
+#include <QAction>
+#include <QHeaderView>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QPushButton>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QScreen>
+#include <QTabBar>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+#include <QUrl>
+
+#include <signal.h>
+#include <sys/resource.h>
+
+#include "config/frm_config.h"
+#include "config/ini_file.h"
+#include "editing/helpers/shell_open.h"
+#include "listing/explorer_listing.h"
+#include "shell/archive_list_model.h"
+#include "shell/archive_list_view.h"
+#include "shell/folder_tree_widget.h"
+#include "shell/frm_main.h"
+#include "support/archive_factory.h"
+#include "support/scripted_dialogs.h"
+#include "support/window_fixture.h"
+
+using namespace fixtures;
+
+namespace {
+
+// The names the list shows, without the unnamed internal list.
+QStringList Names(const frmMain &window)
+{
+    QStringList names;
+    for (int row = 0; row < window.Model()->rowCount(); ++row) names.append(window.Model()->Row(row).text());
+    return names.filter(QRegularExpression("^(?!~unknowns)"));
+}
+
+QModelIndex IndexOf(const frmMain &window, const QString &name)
+{
+    for (int row = 0; row < window.Model()->rowCount(); ++row)
+        if (window.Model()->Row(row).text() == name) return window.Model()->index(row, 0);
+    return {};
+}
+
+// Selects these rows alone and makes `current` the current row, unselected.
+void Select(frmMain &window, const QStringList &names, const QString &current = {})
+{
+    QItemSelectionModel *selection = window.List()->selectionModel();
+    selection->clear();
+    for (const QString &name : names) selection->select(IndexOf(window, name), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+    selection->setCurrentIndex(IndexOf(window, current), QItemSelectionModel::NoUpdate);
+}
+
+QString CurrentName(const frmMain &window)
+{
+    const QModelIndex current = window.List()->currentIndex();
+    return current.isValid() ? window.Model()->Row(current.row()).text() : QString();
+}
+
+QString StatusText(const frmMain &window) { return window.findChild<QLabel *>("StatusBar1Panel1")->text(); }
+
+QStringList Asked(const ScriptedDialogs &dialogs)
+{
+    QStringList texts;
+    for (const auto &question : dialogs.asked) texts.append(question.kind + ": " + question.text);
+    return texts;
+}
+
+}  // namespace
+
+class TestWindow : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+    int windows = 0;
+    QMap<QString, QByteArray> files;
+    QString master;
+
+    StartupPaths Paths() { return WindowPaths(dir.filePath(QStringLiteral("w%1").arg(++windows))); }
+    QString FreshArchive()
+    {
+        const QString path = dir.filePath(QStringLiteral("copy%1.mpq").arg(++windows));
+        return QFile::copy(master, path) ? path : QString();
+    }
+    std::unique_ptr<frmMain> Start(const QString &archive = {}, bool explorer = false)
+    {
+        auto window = StartWindow(Paths(), archive);
+        QTEST_ASSERT(window);  // shown offscreen
+        if (explorer) window->mnuExplorerStyle_Click();
+        return window;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        files = {{"a.txt", TextData(100, 'a')},        {"b.txt", TextData(2000, 'b')},
+                 {"c.wav", WaveData(3000)},             {"data\\d.txt", TextData(300, 'd')},
+                 {"data\\e.txt", TextData(40000, 'e')}, {"units\\footman.mdx", TextData(5000, 'f')}};
+        QList<StoredFile> stored;
+        for (auto it = files.cbegin(); it != files.cend(); ++it) stored.append({it.key().toUtf8(), it.value()});
+        master = ArchiveIn(dir.path(), "master.mpq", stored);
+    }
+    void cleanup() { SetShellOpener({}); }
+
+    // The first start asks for the language on its tab before the window shows.
+    void firstRunAsksForTheLanguageFirst()
+    {
+        StartupPaths paths = Paths();
+        QFile::remove(paths.iniPath);
+        frmMain window(paths);
+        bool asked = false;
+        QTimer::singleShot(0, &window, [&] {
+            frmConfig *dialog = window.ConfigDialog();
+            asked = dialog && dialog->isVisible() && !window.isVisible() &&
+                    dialog->findChild<QTabBar *>("tabConfig")->currentIndex() == 3;
+            if (dialog) dialog->findChild<QPushButton *>("cmdCancel")->click();
+        });
+        window.Form_Load({});
+        QVERIFY(asked && window.FirstRun());
+        QCOMPARE(ReadIni("Config", "Language", paths.iniPath, "absent"), QStringLiteral("absent"));
+    }
+
+    // The user sets the window up and closes it; the next start shows it as it
+    // was, and the scratch folder is gone.
+    void settingsComeBackAtTheNextStart()
+    {
+        const StartupPaths paths = Paths();
+        const QString other = FreshArchive();
+        WriteFile(paths.tempPath + "/dragged/a.txt", "x");
+        {
+            auto window = StartWindow(paths, "\"" + other + "\"", QSize(820, 540));
+            QCOMPARE(window->windowTitle() + " " + StatusText(*window), "Arcavera - " + other + " Pronto");
+            window->move(window->screen()->availableGeometry().topLeft() + QPoint(31, 47));
+            window->mnuExplorerStyle_Click();
+            window->lblSplitter_MouseMove(1, 0, 600, 0);
+            window->mnuTools_Click();
+            window->mnuStatus_Click();
+            window->mnuArrange_Click(3);
+            window->mnuArrange_Click(3);
+            ScriptedDialogs dialogs;
+            dialogs.answers = {{master}};
+            window->mnuOpen_Click();
+            window->close();  // the window's own close runs the shutdown
+        }
+        QVERIFY(!QFileInfo::exists(paths.tempPath));
+        const float splitter = ReadWindowSettings(paths.iniPath, 0, 0).Splitter;
+        QCOMPARE(splitter, 3000.0f + 600);  // from the default
+        auto again = StartWindow(paths, {}, QSize(820, 540));
+        QCOMPARE(again->pos(), again->screen()->availableGeometry().topLeft() + QPoint(31, 47));
+        QCOMPARE(again->Layout().splitter.left, splitter);
+        QVERIFY(again->findChild<QWidget *>("tbMenu")->isHidden() && !again->MenuEntry("mnuTools")->isChecked());
+        QVERIFY(again->findChild<QWidget *>("StatusBar1")->isHidden() && !again->MenuEntry("mnuStatus")->isChecked());
+        QCOMPARE(again->Model()->SortKey() * 10 + again->Model()->SortOrder(), 31);
+        QCOMPARE(again->List()->header()->sortIndicatorOrder(), Qt::DescendingOrder);
+        QVERIFY(again->MenuEntry("mnuExplorerStyle")->isChecked() && !again->Tree()->isHidden());
+        QCOMPARE(again->Session().RecentFiles, (QStringList{master, other, QString(), QString()}));
+        QCOMPARE(again->MenuEntry("mnuRecents2")->text(), "&2  " + other);
+        again->resize(500, 400);
+        again->showMaximized();  // a maximised window keeps the measures it has
+        QTRY_VERIFY(again->width() > 500);
+        const QSize maximised = again->size();
+        again->close();
+        QCOMPARE(ToPixels({0, 0, ReadWindowSettings(paths.iniPath, 0, 0).Width, 1}, Dpi{96, 96}).width(), maximised.width());
+    }
+
+    // What needs an archive waits for one; find next waits for a find and ends
+    // with the archive. Buttons, shortcuts and entries run their commands.
+    void commandsFollowTheTable()
+    {
+        auto window = Start();
+        QCOMPARE(window->MenuEntry("mnuRecents1")->text(), QStringLiteral("Nessun file recente"));
+        const auto enabled = [&](const Command &command, bool open) {
+            const bool expected = command.needs == Needs::Nothing || (command.needs == Needs::Archive && open);
+            if (command.name && command.run) QCOMPARE(window->MenuEntry(command.name)->isEnabled(), expected);
+            if (command.tool.key) QCOMPARE(window->ToolButton(command.tool.key)->isEnabled(), expected);
+        };
+        for (const Command &command : Commands()) enabled(command, false);
+        ScriptedDialogs dialogs;
+        dialogs.answers = {{master}, {"e.txt"}};
+        window->ToolButton("open")->trigger();
+        QCOMPARE(window->Session().FileName, master);
+        for (const Command &command : Commands()) enabled(command, true);
+        window->MenuEntry("mnuFind")->trigger();
+        QVERIFY(window->MenuEntry("mnuFindNext")->isEnabled());
+        window->MenuEntry("mnuClose")->trigger();
+        for (const Command &command : Commands()) enabled(command, false);
+        QCOMPARE(window->Session().FindText, QStringLiteral("e.txt"));  // the text outlives the archive
+        window->MenuEntry("mnuRecents1")->trigger();
+        QCOMPARE(window->windowTitle(), "Arcavera - " + master);
+        window->activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(window.get()));
+        QTest::keySequence(window.get(), QKeySequence("Ctrl+O"));
+        QCOMPARE(dialogs.asked.last().kind, QStringLiteral("open"));
+    }
+
+    void newAddsTheExtensionAndAsksBeforeReplacing_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QString>("made");
+        QTest::addColumn<MessageButton>("answer");  // to the question about a file there already
+        QTest::addColumn<bool>("replaced");
+        QTest::newRow("mpq replaced unasked") << "a.mpq" << "a.mpq" << MessageButton::No << true;
+        QTest::newRow("other type gets .mpq, kept") << "c.w3x" << "c.w3x.mpq" << MessageButton::No << false;
+        QTest::newRow("added name replaced") << "f" << "f.mpq" << MessageButton::Yes << true;
+    }
+    void newAddsTheExtensionAndAsksBeforeReplacing()
+    {
+        QFETCH(QString, typed);
+        QFETCH(QString, made);
+        QFETCH(MessageButton, answer);
+        QFETCH(bool, replaced);
+        auto window = Start(master);
+        const QString folder = CaseFolder(dir.path());
+        QVERIFY(QFile::copy(master, folder + "/" + made));
+        ScriptedDialogs dialogs;
+        dialogs.answers = {{folder + "/" + typed}};
+        dialogs.messageAnswers = {answer};
+        window->mnuNew_Click();
+        QCOMPARE(QFileInfo(folder + "/" + made).size(), replaced ? 0 : QFileInfo(master).size());
+        QCOMPARE(window->Session().FileName, replaced ? folder + "/" + made : master);  // a refusal keeps the archive
+        if (replaced) QVERIFY(window->Tree()->Node(UpperKey(folder + "/" + made))->isSelected());
+        window->mnuNew_Click();  // cancelled: the archive stays open
+        window->mnuOpen_Click();  // cancelled: the archive is closed
+        QCOMPARE(dialogs.asked.size(), typed == made ? 3 : 4);
+        QCOMPARE(window->windowTitle() + QString::number(window->Model()->rowCount()), QStringLiteral("Arcavera0"));
+    }
+
+    // Over an open archive the window takes no drop; on the empty window a file opens, a folder not.
+    void dropOnTheWindowOpensAnArchive()
+    {
+        auto window = Start(master);
+        QMimeData data;
+        const auto drop = [&](const QString &path) {
+            data.setUrls({QUrl::fromLocalFile(path), QUrl::fromLocalFile(master)});
+            QDragEnterEvent enter(window->rect().center(), Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
+            QDropEvent event(window->rect().center(), Qt::CopyAction | Qt::MoveAction, &data, Qt::LeftButton, {});
+            if (QApplication::sendEvent(window.get(), &enter), enter.isAccepted()) QApplication::sendEvent(window.get(), &event);
+            return (enter.isAccepted() && enter.dropAction() == Qt::CopyAction ? "taken, " : "refused, ") + window->windowTitle();
+        };
+        const QString other = FreshArchive();
+        QCOMPARE(drop(other), "refused, Arcavera - " + master);
+        window->mnuClose_Click();
+        QCOMPARE(drop(dir.path()), QStringLiteral("taken, Arcavera"));
+        QCOMPARE(drop(other), "taken, Arcavera - " + other);
+    }
+
+    // At 15 twips to the pixel the bars dock at the edges, the list fills the rest, the tree and
+    // the splitter stand at its left in Explorer style, the progress bar over the second panel.
+    void layoutOfTheBarsAndStyles_data()
+    {
+        QTest::addColumn<bool>("toolBar");
+        QTest::addColumn<bool>("statusBar");
+        QTest::addColumn<bool>("explorer");
+        QTest::addColumn<QRect>("list");
+        QTest::addColumn<QRect>("progress");  // empty: not placed
+        QTest::newRow("both bars") << true << true << false << QRect(0, 58, 400, 322) << QRect(333, 382, 167, 17);
+        QTest::newRow("status bar only") << false << true << false << QRect(0, 0, 400, 380) << QRect(333, 382, 167, 17);
+        QTest::newRow("no bars, Explorer") << false << false << true << QRect(212, 0, 188, 400) << QRect();
+        QTest::newRow("toolbar, Explorer") << true << false << true << QRect(212, 58, 188, 342) << QRect();
+    }
+    void layoutOfTheBarsAndStyles()
+    {
+        QFETCH(bool, toolBar);
+        QFETCH(bool, statusBar);
+        QFETCH(bool, explorer);
+        QFETCH(QRect, list);
+        QFETCH(QRect, progress);
+        MainLayout layout;
+        const LayoutInput input{QSize(400, 400), 40, 20, QRect(0, 0, 100, 30), toolBar, statusBar, explorer, Dpi{96, 96}};
+        const LayoutPlaces places = LayOutMainWindow(layout, input);
+        QCOMPARE(ToPixels(layout.toolBar, input.dpi), QRect(0, 0, 400, 58));
+        QCOMPARE(places.statusBar ? ToPixels(layout.statusBar, input.dpi) : QRect(), QRect(0, 380, 400, 20));
+        QCOMPARE(ToPixels(layout.list, input.dpi), list);
+        QCOMPARE(places.progress, !progress.isNull());
+        if (places.progress) QCOMPARE(ToPixels(layout.progress, input.dpi), progress);
+        if (explorer) QCOMPARE(ToPixels(layout.tree, input.dpi), QRect(0, list.top(), 209, list.height()));
+        if (explorer) QCOMPARE(ToPixels(layout.splitter, input.dpi), QRect(209, 64, 3, list.height()));
+        // Too small for the status bar: it stays where it stood.
+        QVERIFY(!LayOutMainWindow(layout, {QSize(400, 10), 40, 20, QRect(1, 2, 3, 4), toolBar, statusBar, explorer,
+                                           Dpi{96, 96}}).statusBar);
+        QCOMPARE(ToPixels(layout.statusBar, input.dpi), QRect(1, 2, 3, 4));
+    }
+
+    // A splitter that would leave less than 2000 twips to the tree or the list (of 6000) is refused.
+    void splitterMovesOnlyWithinItsBounds()
+    {
+        for (const auto &[to, moves] : {std::pair{3000.0f, true}, {2010.0f, true}, {2000.0f, false}, {4000.0f, false},
+                                        {3990.0f, true}}) {
+            MainLayout layout;
+            layout.splitter.left = 2400;
+            QCOMPARE(MoveSplitter(layout, to - 2400, 6000), moves);
+            const float left = moves ? to : 2400.0f;
+            QCOMPARE(layout.splitter.left, left);
+            QCOMPARE(layout.tree.width, moves ? left : 3135.0f);
+            if (moves) QCOMPARE(layout.list.left + layout.list.width, 6000.0f - 10);  // ten short until the next layout
+        }
+    }
+
+    // Rows: a.txt, b.txt, c.wav, data\d.txt, data\e.txt, units\footman.mdx, the internal
+    // list. After a delete the current row is the one that stands in its place.
+    void deleteTheSelectedRows_data()
+    {
+        QTest::addColumn<QStringList>("selected");
+        QTest::addColumn<QString>("current");
+        QTest::addColumn<MessageButton>("answer");
+        QTest::addColumn<QStringList>("gone");
+        QTest::addColumn<QString>("currentAfter");
+        QTest::newRow("rows 2, 3 and 5") << QStringList{"b.txt", "c.wav", "data\\e.txt"} << "data\\e.txt"
+                                         << MessageButton::Yes << QStringList{"b.txt", "c.wav", "data\\e.txt"}
+                                         << "units\\footman.mdx";
+        QTest::newRow("answer no") << QStringList{"a.txt"} << "a.txt" << MessageButton::No << QStringList{} << "a.txt";
+    }
+    void deleteTheSelectedRows()
+    {
+        QFETCH(QStringList, selected);
+        QFETCH(QString, current);
+        QFETCH(MessageButton, answer);
+        QFETCH(QStringList, gone);
+        QFETCH(QString, currentAfter);
+        const QString archive = FreshArchive();
+        auto window = Start(archive);
+        ScriptedDialogs dialogs;
+        dialogs.messageAnswers = {answer};
+        Select(*window, selected, current);
+        window->mnuDelete_Click();
+        QCOMPARE(Asked(dialogs), QStringList{"message: Sei sicuro di volere eliminare i files?"});
+        QStringList remaining = QStringList(files.keys());
+        for (const QString &name : gone) remaining.removeAll(name);
+        QCOMPARE(Names(*window), remaining);
+        QCOMPARE(CurrentName(*window), currentAfter);
+        window->mnuRefresh_Click();  // the rows were taken out by hand; the archive agrees
+        QCOMPARE(Names(*window), remaining);
+    }
+
+    // The editor opens on the current row, Enter asks the question; a click on another row ends
+    // the edit for the row edited. Names with controls show their marks.
+    void renameInPlace()
+    {
+        const QString archive = FreshArchive();
+        WriteFile(dir.filePath("esc/red\x1b.txt"), "esc");
+        QMimeData drop;
+        drop.setUrls({QUrl::fromLocalFile(dir.filePath("esc/red\x1b.txt"))});
+        auto window = Start(archive);
+        QVERIFY(window->Model()->dropMimeData(&drop, Qt::CopyAction, -1, -1, {}));
+        ScriptedDialogs dialogs;
+        dialogs.messageAnswers = {MessageButton::Yes, MessageButton::Yes};
+        Select(*window, {"a.txt", "b.txt"}, "red\x1b.txt");
+        window->mnuRename_Click();
+        auto *editor = window->List()->findChild<QLineEdit *>();
+        QCOMPARE(editor->text(), QStringLiteral("red\u241b.txt"));
+        editor->setText(QStringLiteral("sounds\\red\u241b.txt"));
+        QTest::keyClick(editor, Qt::Key_Return);
+        QTRY_COMPARE(dialogs.asked.size(), 1);
+        QCOMPARE(dialogs.asked.last().text, QStringLiteral("Vuoi rinominare il file \"red\u241b.txt\" in \"sounds\\red\u241b.txt\"?"));
+        QCOMPARE(ReadStored(archive, "sounds\\red\x1b.txt"), QByteArray("esc"));
+        Select(*window, {}, "a.txt");
+        window->mnuRename_Click();
+        window->List()->findChild<QLineEdit *>()->setText("first.txt");
+        window->List()->setCurrentIndex(IndexOf(*window, "b.txt"));
+        QTRY_COMPARE(dialogs.asked.size(), 2);
+        QCOMPARE(dialogs.asked.last().text, QStringLiteral("Vuoi rinominare il file \"a.txt\" in \"first.txt\"?"));
+        QCOMPARE(CurrentName(*window), QStringLiteral("first.txt"));
+        // A name in use is refused with a message; the archive stays as it was.
+        const QByteArray before = ReadFile(archive);
+        dialogs.messageAnswers = {MessageButton::Yes, MessageButton::OK};
+        bool cancel = false;
+        window->lwMPQ_AfterLabelEdit(cancel, "b.txt");
+        QCOMPARE(dialogs.asked.last().text, QStringLiteral("Impossibile rinominare il file! File gia esistente"));
+        QVERIFY(cancel && CurrentName(*window) == "first.txt" && ReadFile(archive) == before);
+        window->Reports().SetStatusText("Estrazione file red\x1b.txt");
+        QCOMPARE(StatusText(*window), QStringLiteral("Estrazione file red\u241b.txt"));
+    }
+
+    // Find selects the first match and makes it current; find next goes on
+    // from the current row; past the last nothing is selected.
+    void findAndFindNext()
+    {
+        auto window = Start(master);
+        ScriptedDialogs dialogs;
+        dialogs.answers = {{"d"}};
+        Select(*window, {"a.txt", "b.txt"}, "a.txt");
+        window->mnuFind_Click();
+        QCOMPARE(Asked(dialogs), QStringList{"input: Trova:"});
+        for (const QString &found : QStringList{"data\\d.txt", "data\\e.txt", "units\\footman.mdx", ""}) {
+            QCOMPARE(window->List()->selectionModel()->selectedRows().size(), found.isEmpty() ? 0 : 1);
+            if (!found.isEmpty()) QCOMPARE(CurrentName(*window), found);
+            window->mnuFindNext_Click();
+        }
+        QList<QUrl> shown;  // past the last the current row stays, and it alone opens
+        SetShellOpener([&](const QUrl &url) { shown.append(url); });
+        window->MenuEntry("mnuPopupOpen")->trigger();
+        QCOMPARE(shown, QList<QUrl>{QUrl::fromLocalFile(window->Session().TempPath + "/units/footman.mdx")});
+    }
+
+    // Explorer style: the tree beside the list, a folder's click lists its
+    // files, a new folder from the popup takes a drop under its key.
+    void explorerStyleTreeAndNewFolder_data()
+    {
+        QTest::addColumn<QString>("parentKey");  // empty: the root
+        QTest::addColumn<QStringList>("answer");  // empty: cancelled
+        QTest::addColumn<QString>("newKey");     // empty: nothing added
+        QTest::newRow("under a folder") << "DATA\\" << QStringList{"Music"} << "DATA\\MUSIC\\";
+        QTest::newRow("a folder's name in other case") << "" << QStringList{"units"} << "";
+        QTest::newRow("cancelled") << "DATA\\" << QStringList{} << "";
+    }
+    void explorerStyleTreeAndNewFolder()
+    {
+        QFETCH(QString, parentKey);
+        QFETCH(QStringList, answer);
+        QFETCH(QString, newKey);
+        const QString archive = FreshArchive();
+        auto window = Start(archive, true);
+        FolderTreeWidget *tree = window->Tree();
+        window->tvMPQ_NodeClick(tree->Node("DATA\\"));
+        QCOMPARE(Names(*window), (QStringList{"data\\d.txt", "data\\e.txt"}));
+        QTreeWidgetItem *parent = parentKey.isEmpty() ? tree->topLevelItem(0) : tree->Node(parentKey);
+        tree->setCurrentItem(parent);
+        const qsizetype nodes = tree->findItems("*", Qt::MatchWildcard | Qt::MatchRecursive).size();
+        ScriptedDialogs dialogs;
+        dialogs.answers = {answer};
+        window->mnuPopupCreateDir_Click();
+        QCOMPARE(Asked(dialogs), QStringList{"input: Nuova cartella"});
+        QCOMPARE(tree->findItems("*", Qt::MatchWildcard | Qt::MatchRecursive).size(), nodes + !newKey.isEmpty());
+        if (newKey.isEmpty()) return;
+        QCOMPARE(tree->Node(newKey)->parent(), parent);
+        tree->setCurrentItem(tree->Node(newKey));
+        const QString source = WriteFile(CaseFolder(dir.path()) + "/theme.mp3", TextData(900, 't'));
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(source)});
+        QVERIFY(window->Model()->dropMimeData(&data, Qt::CopyAction, -1, -1, {}));  // under the selected folder
+        QCOMPARE(ReadStored(archive, (newKey + "theme.mp3").toStdString()), TextData(900, 't'));
+        QVERIFY(tree->NodeExists(newKey));  // the rebuilt tree shows it from the stored name
+    }
+
+    // A drop on an archive that cannot grow (the file-size limit stands for a
+    // full disk): the rows and the files stay, and the status bar says so.
+    void aDropThatCannotBeWrittenSaysSo_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<QString>("status");
+        QTest::newRow("the file does not fit") << 40000 << "File non aggiunti all'archivio: 1";
+        QTest::newRow("the tables do not fit") << 100 << "Impossibile scrivere l'archivio: è rimasto com'era.";
+    }
+    void aDropThatCannotBeWrittenSaysSo()
+    {
+        QFETCH(int, size);
+        QFETCH(QString, status);
+        const QString archive = FreshArchive();
+        QByteArray noise(size, Qt::Uninitialized);
+        for (char &c : noise) c = static_cast<char>(QRandomGenerator::global()->generate());
+        const QString dropped = WriteFile(CaseFolder(dir.path()) + "/new.bin", noise);
+        auto window = Start(archive);
+        rlimit old{};
+        ::getrlimit(RLIMIT_FSIZE, &old);
+        const rlimit full{static_cast<rlim_t>(QFileInfo(archive).size()), old.rlim_max};
+        ::signal(SIGXFSZ, SIG_IGN);
+        ::setrlimit(RLIMIT_FSIZE, &full);
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(dropped)});
+        window->Model()->dropMimeData(&data, Qt::CopyAction, -1, -1, {});
+        ::setrlimit(RLIMIT_FSIZE, &old);
+        QCOMPARE(StatusText(*window), status);
+        QCOMPARE(Names(*window), QStringList(files.keys()));
+        for (auto it = files.cbegin(); it != files.cend(); ++it)
+            QCOMPARE(ReadStored(archive, it.key().toStdString()), it.value());
+    }
+};
+
+QTEST_MAIN(TestWindow)
+#include "test_window.moc"
