@@ -477,6 +477,28 @@ private slots:
         QCOMPARE(InternalListLines(archive), (std::set<std::string>{newName.toStdString(), "b.txt", "c.txt", "d\\e.txt"}));
         QCOMPARE(ReadStored(archive, "d\\e.txt"), ContentOf(3));
     }
+
+    // An archive another tool made, with a file whose key depends on its
+    // place: after a delete and a rename that tool itself reads the rest back.
+    void anotherToolsArchive()
+    {
+        if (!HaveSmpq()) QSKIP("smpq is not installed");
+        const QString work = Path("smpq");
+        WriteFile(work + "/a.txt", ContentOf(0));
+        WriteFile(work + "/sub/b.txt", ContentOf(1));
+        WriteFile(work + "/c.txt", ContentOf(2));
+        QVERIFY(RunSmpq({"-c", "-M", "1", "made.mpq", "a.txt", "c.txt"}, work));
+        QVERIFY(RunSmpq({"-a", "-E", "-F", "made.mpq", "sub/b.txt"}, work));
+        const QString archive = work + "/made.mpq";
+        BatchTrace trace;
+        QCOMPARE(DeleteStoredFiles(archive, {"a.txt"}, 64, trace).deleted, 1);
+        QCOMPARE(RenameStoredFile(archive, "sub\\b.txt", "sub\\d.txt", 64), Refusal::None);
+        const QString check = work + "/check";
+        QVERIFY(QDir().mkpath(check) && QFile::copy(archive, check + "/made.mpq"));
+        QVERIFY(RunSmpq({"-x", "made.mpq"}, check));
+        QVERIFY(QFile::remove(check + "/made.mpq"));
+        QCOMPARE(Tree(check), (QMap<QString, QByteArray>{{"c.txt", ContentOf(2)}, {"sub/", "<dir>"}, {"sub/d.txt", ContentOf(1)}}));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestEditing)
