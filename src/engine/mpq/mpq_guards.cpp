@@ -221,6 +221,16 @@ Examination Examine(int fd, std::uint64_t fileSize)
 
     const int version = FormatVersion(header);
     const unsigned char *h = header.bytes.data();
+    // StormLib 9.22 takes the sector size, 512 shifted by the header's field
+    // (by its low five bits, as the processor shifts), unchecked, and an open
+    // for update reads the internal list with it at once: a size shifted out
+    // to zero divides by zero, and a huge one is allocated for every read.
+    // Archives use sectors of a few kilobytes.
+    const std::uint32_t sectorSize = 512u << (Le16(h + 14) & 31);
+    if (sectorSize == 0 || sectorSize > (1u << 24)) {
+        result.verdict = OpenVerdict::Unsafe;
+        return result;
+    }
     // StormLib 9.22 allocates, fills and decrypts the hash and block tables
     // at the size the header claims (up to 2^28 entries of 16 bytes), and a
     // file table beside them, before it looks at what the file holds: a small
