@@ -1,0 +1,488 @@
+// The engine layer on archives the tests make (through the engine, through
+// smpq, byte by byte): its naming, its updates and their journal, its guards
+// against damaged and hostile archives, and the header scan.
+#include <QtTest>
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/statvfs.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <functional>
+#include <set>
+
+#include "mpq/mpq_header.h"
+#include "mpq/mpq_journal.h"
+#include "mpq/mpq_library.h"
+#include "support/archive_factory.h"
+#include "tools/file_size_limit.h"
+
+using namespace fixtures;
+
+namespace {
+
+bool IsUnknown(const std::string &name) { return name.rfind(mpq::kUnknownPrefix, 0) == 0; }
+std::set<std::string> Names(const std::vector<mpq::FileListEntry> &entries)
+{
+    std::set<std::string> names;
+    for (const auto &e : entries) names.insert(e.StoredName);
+    return names;
+}
+
+std::int64_t HashSlots(const QString &path)
+{
+    return mpq::SFileGetFileInfo(mpq::SFileOpenArchive(Bytes(path)).get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
+}
+
+bool Add(mpq::MpqHandle update, const QString &source, const std::string &name, std::uint32_t flags = mpq::MAFA_COMPRESS)
+{
+    return mpq::MpqAddFileToArchiveEx(update, Bytes(source), name, flags, mpq::MAFA_COMPRESS_STANDARD, -1);
+}
+
+// Runs `work` in a child process bound to 10 seconds and 1 GiB; its exit
+// status, -1 when it did not end normally.
+int InChild(const std::function<void()> &work)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+#if !defined(__SANITIZE_ADDRESS__)  // the sanitizer reserves terabytes of address space
+        const rlimit limit{rlim_t{1} << 30, rlim_t{1} << 30};
+        ::setrlimit(RLIMIT_AS, &limit);
+#endif
+        ::alarm(10);
+        work();
+        ::_exit(0);
+    }
+    int status = 0;
+    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)) return -1;
+    return WEXITSTATUS(status);
+}
+
+// Lists the archive with its internal list and reads every entry whole, in a
+// child; the number of entries, or -1.
+int ListAndReadInChild(const QString &path)
+{
+    return InChild([&] {
+        const auto entries = List(path, InternalList(path));
+        for (const auto &e : entries) ReadStored(path, e.StoredName);
+        ::_exit(static_cast<int>(std::min<std::size_t>(entries.size(), 100)));
+    });
+}
+
+QByteArray Word(quint32 value)
+{
+    const quint32 le = qToLittleEndian(value);
+    return QByteArray(reinterpret_cast<const char *>(&le), 4);
+}
+
+// A file compressed in one sector that holds `block` (its compression byte first).
+HandFile CompressedBlock(const QByteArray &name, const QByteArray &block)
+{
+    QByteArray data = Word(8) + Word(8 + quint32(block.size())) + block;
+    const auto stored = quint32(data.size());
+    data.resize(200, 'x');  // the full size: the sector unpacks to 200 bytes
+    return HandFile{name, data, 0xFFFFFFFF, 0x80000200u, stored};  // exists, compressed
+}
+
+const HandFile kEmptySignature{"(signature)", QByteArray(72, 's'), 0xFFFFFFFF, 0};  // its block holds no file
+const QByteArray kLzmaBlock = '\x12' + QByteArray(23, 'x');  // LZMA exists from format version 2 on
+// A Huffman stream whose escapes grow the engine's decoding tree past its end.
+const QByteArray kHuffmanBlock = QByteArray::fromHex("0101fd182238bcc5ca2512f651");
+
+QList<StoredFile> Files(int count)
+{
+    QList<StoredFile> files;
+    for (int n = 0; n < count; ++n) {
+        StoredFile file{"file" + QByteArray::number(n) + ".txt", TextData(300 + 37 * n, char('a' + n % 20))};
+        if (n % 3 == 0) file.flags |= mpq::MAFA_ENCRYPT;
+        files.append(file);
+    }
+    return files;
+}
+
+// Every file of `files` is listed in the archive and reads back as it was.
+bool Holds(const QString &archive, const QList<StoredFile> &files)
+{
+    const auto names = Names(List(archive, InternalList(archive)));
+    return std::all_of(files.begin(), files.end(), [&](const StoredFile &file) {
+        bool ok = false;
+        return names.count(file.name.toStdString()) && ReadStored(archive, file.name.toStdString(), &ok) == file.data && ok;
+    });
+}
+
+// `length` zero bytes with `pieces` written over them at their offsets.
+QByteArray Layout(qint64 length, const QList<QPair<qint64, QByteArray>> &pieces)
+{
+    QByteArray bytes(length, '\0');
+    for (const auto &[offset, piece] : pieces) bytes.replace(offset, piece.size(), piece);
+    return bytes;
+}
+
+// A header's first 32 bytes: the signature, then the entry count at 28.
+QByteArray Header(const char *signature, quint32 count)
+{
+    return Layout(28, {{0, QByteArray(signature, 4)}}) + Word(count);
+}
+
+}  // namespace
+
+class TestEngine : public QObject {
+    Q_OBJECT
+    QTemporaryDir dir;
+    QString Path(const QString &name) const { return dir.filePath(name); }
+
+private slots:
+    // Names come from the list text alone; a file no line names is a
+    // "~unknowns" entry that opens again under that name, an extension behind it or not.
+    void namesComeFromTheListTextOnly()
+    {
+        const QString path = Path("names.mpq");
+        const QByteArray latin = "Suoni\\caff\xe9.wav", utf8 = "Karten\\gr\xc3\xbc\xc3\x9f.txt";
+        const QList<StoredFile> files = {{"maps\\one.w3x", TextData(50)}, {latin, "one"}, {utf8, "two"}};
+        QVERIFY(MakeArchive(path, files, Path("src-names")));
+        const auto named = Names(List(path, InternalList(path)));
+        for (const StoredFile &f : files) QVERIFY(named.count(f.name.toStdString()));
+        QCOMPARE(ReadStored(path, latin.toStdString()), QByteArray("one"));  // names are bytes
+        QCOMPARE(ReadStored(path, "MAPS\\ONE.W3X"), TextData(50));          // and blind to case
+        bool ok = false;
+
+        const QString listFile = WriteFile(Path("lists/my list.txt"), "maps\\one.w3x\r\nnot\\stored.txt\n");
+        const auto external = Names(List(path, Bytes(listFile) + "\r\n"));
+        QVERIFY(external.count("maps\\one.w3x") && !external.count("not\\stored.txt"));
+
+        const auto entries = List(path, "");
+        QCOMPARE(int(entries.size()), 4);  // the three and the internal list
+        for (const auto &e : entries) {
+            QVERIFY2(IsUnknown(e.StoredName), e.StoredName.c_str());
+            const QByteArray bytes = ReadStored(path, e.StoredName, &ok);
+            QVERIFY(ok && quint32(bytes.size()) == e.FullSize);
+            QCOMPARE(ReadStored(path, e.StoredName + ".wav"), bytes);
+        }
+        QCOMPARE(int(Names(entries).size()), 4);
+        std::vector<mpq::FileListEntry> small(2);  // fewer records than files: filled, no more
+        QVERIFY(mpq::SFileListFiles(mpq::SFileOpenArchive(Bytes(path)).get(), "", small, 0) && small[1].FileExists);
+        ReadStored(path, std::string(mpq::kUnknownPrefix) + "unknown99999999", &ok);
+        QVERIFY(!ok);
+    }
+
+    void engineNamingNeverLeaks()
+    {
+        if (!HaveSmpq()) QSKIP("smpq is not installed");
+        const QString work = Path("smpq-leak");
+        WriteFile(work + "/a.txt", TextData(100));
+        WriteFile(work + "/sub/b.txt", TextData(200));
+        QVERIFY(RunSmpq({"-c", "-M", "1", "made.mpq", "a.txt", "sub/b.txt"}, work));
+        const QString path = work + "/made.mpq";
+        // smpq writes "(listfile)" and "(attributes)": none comes back under the engine's own names.
+        for (const auto &e : List(path, "")) QVERIFY2(IsUnknown(e.StoredName), e.StoredName.c_str());
+        const auto named = Names(List(path, InternalList(path)));
+        QVERIFY(named.count("a.txt") && named.count("sub\\b.txt") && !named.count("(attributes)"));
+    }
+
+    void openingDecidesWhatIsWritten_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<quint32>("flags");
+        QTest::addColumn<bool>("opens");
+        const quint32 open = mpq::MOAU_OPEN_EXISTING | mpq::MOAU_MAINTAIN_LISTFILE;
+        const quint32 create = mpq::MOAU_CREATE_NEW | mpq::MOAU_MAINTAIN_LISTFILE;
+        QTest::newRow("open text file") << "text" << open << false;
+        QTest::newRow("open folder") << "folder" << open << false;
+        QTest::newRow("open archive") << "archive" << open << true;
+        QTest::newRow("create over text file") << "text" << create << false;
+        QTest::newRow("create over archive") << "archive" << create << false;
+        QTest::newRow("create missing") << "missing" << create << true;
+        QTest::newRow("create over empty file") << "empty" << create << true;
+    }
+
+    // Only an archive opens for reading; nothing but an archive or an empty
+    // file is ever written over; a handle that did not open is harmless.
+    void openingDecidesWhatIsWritten()
+    {
+        QFETCH(QString, kind);
+        QFETCH(quint32, flags);
+        QFETCH(bool, opens);
+        const QString path = Path(DataTagFileName() + ".mpq");
+        if (kind == "empty") WriteFile(path, {});
+        if (kind == "text") WriteFile(path, "plain text, keep me");
+        if (kind == "folder") QDir().mkpath(path);
+        if (kind == "archive") QVERIFY(MakeArchive(path, {{"x.txt", "x"}}, Path("src-" + DataTagFileName())));
+        const QByteArray before = ReadFile(path);
+        const mpq::Archive reading = mpq::SFileOpenArchive(Bytes(path));
+        QCOMPARE(bool(reading), kind == "archive");
+        std::vector<mpq::FileListEntry> entries(4);
+        if (!reading) QVERIFY(!mpq::SFileListFiles(nullptr, "", entries, 0) && !mpq::SFileOpenFileEx(nullptr, "x.txt"));
+        mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), flags, 256);
+        QCOMPARE(bool(update), opens);
+        if (!opens) QCOMPARE(ReadFile(path), before);
+        if (!opens || kind == "archive") return;
+        QVERIFY(Add(update.get(), WriteFile(Path("src-new/a.txt"), "new"), "docs\\a.txt") && update.Close());
+        QCOMPARE(HashSlots(path), qint64(256));
+        QVERIFY(Names(List(path, InternalList(path))).count("docs\\a.txt"));
+    }
+
+    // StormLib fails or crashes on tables of 2^27 slots and more; a full table grows.
+    void tableSizesStayWithinTheEngine()
+    {
+        const QString source = WriteFile(Path("absurd-src/a.txt"), TextData(100));
+        for (const std::uint32_t maximum : {0xFFFFFFFEu, 1u << 27}) {
+            const QString path = Path(QStringLiteral("absurd-%1.mpq").arg(maximum));
+            mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_MAINTAIN_LISTFILE, maximum);
+            QVERIFY(update && Add(update.get(), source, "a.txt") && update.Close());
+            QCOMPARE(HashSlots(path), qint64(1) << 20);
+        }
+        const QList<StoredFile> files = Files(40);
+        QVERIFY(MakeArchive(Path("grow.mpq"), files, Path("src-grow"), 4));
+        QVERIFY(Holds(Path("grow.mpq"), files));
+    }
+
+    void editsKeepTheList()
+    {
+        const QString path = Path("edit.mpq");
+        QVERIFY(MakeArchive(path, {{"keep.txt", TextData(11)}, {"gone.txt", TextData(22)},
+                                   {"old\\name.txt", TextData(300, 'o')}}, Path("src-edit")));
+        std::string listEntry, oldEntry;  // their "~unknowns" names
+        for (const auto &e : List(path, ""))
+            if (e.FullSize > 22) (e.FullSize == 300 ? oldEntry : listEntry) = e.StoredName;
+        const QString second = WriteFile(Path("src-edit/second.txt"), "second version");
+        mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_OPEN_EXISTING | mpq::MOAU_MAINTAIN_LISTFILE, 64);
+        QVERIFY(!Add(update.get(), second, "keep.txt", 0));  // taken, and no replace flag
+        QVERIFY(Add(update.get(), second, "KEEP.TXT", mpq::MAFA_REPLACE_EXISTING));
+        QVERIFY(mpq::MpqDeleteFile(update.get(), "gone.txt"));
+        QVERIFY(mpq::MpqRenameFile(update.get(), oldEntry + ".txt", "new\\place\\name.txt"));  // by its unknown name
+        QVERIFY(!mpq::MpqRenameFile(update.get(), "keep.txt", "new\\place\\name.txt"));    // the name is taken
+        // The internal list names every other file: it stays the engine's.
+        QVERIFY(!mpq::MpqDeleteFile(update.get(), listEntry));
+        QVERIFY(!mpq::MpqRenameFile(update.get(), listEntry, "list.txt"));
+        QVERIFY(update.Close());
+        const auto entries = List(path, InternalList(path));
+        QCOMPARE(int(entries.size()), 3);  // the two files and the list, once each
+        QCOMPARE(ReadStored(path, "keep.txt"), QByteArray("second version"));
+        QCOMPARE(ReadStored(path, "new\\place\\name.txt"), TextData(300, 'o'));
+
+        // An archive another tool wrote without a list gets one that names what is added.
+        const QString bare = WriteFile(Path("bare.mpq"), HandMadeArchive(16, {{"old.txt", TextData(100)}}));
+        update = mpq::MpqOpenArchiveForUpdate(Bytes(bare), mpq::MOAU_OPEN_EXISTING | mpq::MOAU_MAINTAIN_LISTFILE, 64);
+        QVERIFY(Add(update.get(), second, "added\\new.txt") && update.Close());
+        QVERIFY(InternalList(bare).find("added\\new.txt") != std::string::npos);
+        QCOMPARE(ReadStored(bare, "old.txt"), TextData(100));
+    }
+
+    void waveQualities()
+    {
+        const QString path = Path("waves.mpq");
+        const QString source = WriteFile(Path("src-waves/tone.wav"), WaveData(44100));
+        mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_MAINTAIN_LISTFILE, 64);
+        for (std::uint32_t q : {mpq::MAWA_QUALITY_MEDIUM, mpq::MAWA_QUALITY_LOW, mpq::MAWA_QUALITY_HIGH})
+            QVERIFY(mpq::MpqAddWaveToArchive(update.get(), Bytes(source), std::to_string(q), mpq::MAFA_COMPRESS, q));
+        QVERIFY(update.Close());
+        QHash<QByteArray, quint32> size;
+        for (const auto &e : List(path, "0\n1\n2")) size[QByteArray::fromStdString(e.StoredName)] = e.CompressedSize;
+        QVERIFY(size["1"] <= size["0"] && size["0"] < size["2"]);  // normal and smallest may coincide
+    }
+
+    void cutOffUpdateIsUndone_data()
+    {
+        QTest::addColumn<QString>("change");
+        for (const char *change : {"add", "delete the last files then add", "rename an encrypted file", "grow the table",
+                                   "make a new archive", "make an archive over an empty file"})
+            QTest::newRow(change) << change;
+    }
+
+    // Stopped where the engine has written everything but not yet dropped its
+    // journal, the next open puts the archive back byte for byte.
+    void cutOffUpdateIsUndone()
+    {
+        QFETCH(QString, change);
+        const QString folder = CaseFolder(dir.path()), archive = folder + "/a.mpq";
+        const QList<StoredFile> files = Files(12);
+        const bool fresh = change.startsWith("make");
+        if (!fresh) QVERIFY(MakeArchive(archive, files, folder + "/src", 16));
+        if (change.contains("empty")) WriteFile(archive, {});
+        const QByteArray before = ReadFile(archive);
+        const QString extra = WriteFile(folder + "/extra.bin", TextData(5000, 'q'));
+        const int status = InChild([&] {
+            ::setenv("ARCAVERA_FAULT", "before-commit", 1);
+            mpq::Update update = mpq::MpqOpenArchiveForUpdate(
+                Bytes(archive), mpq::MOAU_MAINTAIN_LISTFILE | (fresh ? mpq::MOAU_CREATE_NEW : mpq::MOAU_OPEN_EXISTING), 16);
+            bool ok = bool(update);
+            if (change == "add" || fresh) ok = ok && Add(update.get(), extra, "new.bin");
+            if (change.startsWith("delete"))
+                ok = mpq::MpqDeleteFile(update.get(), "file11.txt") && mpq::MpqDeleteFile(update.get(), "file10.txt") &&
+                     Add(update.get(), extra, "x.bin");
+            if (change.startsWith("rename")) ok = mpq::MpqRenameFile(update.get(), "file3.txt", "moved\\f.txt");
+            for (int n = 0; change.startsWith("grow") && n < 40; ++n) ok = Add(update.get(), extra, "g" + std::to_string(n)) && ok;
+            if (!ok) ::_exit(2);
+            update.Close();
+        });
+        QCOMPARE(status, 86);  // the exit status of the engine's fault point
+        const QString journal = QString::fromStdString(mpq::JournalPath(Bytes(archive)));
+        QVERIFY(QFile::exists(journal));
+        if (!fresh) QVERIFY(ReadFile(archive) != before);
+        mpq::SFileOpenArchive(Bytes(archive));  // any open puts it back first
+        QCOMPARE(QFile::exists(archive), change != "make a new archive");
+        if (QFile::exists(archive)) QVERIFY(ReadFile(archive) == before);
+        QVERIFY(!QFile::exists(journal));
+        if (!fresh) QVERIFY(Holds(archive, files));
+    }
+
+    void failedWritesLeaveTheArchive_data()
+    {
+        QTest::addColumn<bool>("fullDisk");
+        QTest::newRow("files held below a size") << false;
+        QTest::newRow("full disk") << true;  // no full table: the table once doubled at every refusal, to gigabytes
+    }
+
+    // Writes that fail, at the adds and at the close, leave the archive as it was.
+    void failedWritesLeaveTheArchive()
+    {
+        QFETCH(bool, fullDisk);
+        const QString disk = Path(DataTagFileName());
+        QDir().mkpath(disk);
+        if (fullDisk && (::geteuid() != 0 || QProcess::execute("mount", {"-t", "tmpfs", "-o", "size=400k", "tmpfs", disk})))
+            QSKIP("a small file system can be mounted only by root");
+        const auto unmount = qScopeGuard([&] { if (fullDisk) QProcess::execute("umount", {disk}); });
+        const QString archive = disk + "/a.mpq";
+        QVERIFY(MakeArchive(archive, Files(40), Path("src-" + DataTagFileName()), 64));
+        const QByteArray before = ReadFile(archive);
+        QByteArray noise(1000, Qt::Uninitialized);  // random bytes do not compress
+        for (char &c : noise) c = static_cast<char>(QRandomGenerator::global()->generate());
+        const QString source = WriteFile(Path("noise.bin"), noise);
+        struct statvfs room {};
+        const int filler = fullDisk ? ::open(QFile::encodeName(disk + "/filler").constData(), O_CREAT | O_WRONLY, 0600) : -1;
+        QVERIFY(!fullDisk || (::statvfs(QFile::encodeName(disk).constData(), &room) == 0 &&  // some 12 KiB left
+                              ::posix_fallocate(filler, 0, qint64(room.f_bavail * room.f_frsize) - 12 * 1024) == 0));
+        ::close(filler);
+        {
+            const FileSizeLimit limit(fullDisk ? RLIM_INFINITY : static_cast<rlim_t>(before.size() + 12 * 1024));
+            mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(archive), mpq::MOAU_OPEN_EXISTING, 64);
+            int refused = 0;
+            for (int n = 0; n < 30; ++n) refused += !Add(update.get(), source, "n" + std::to_string(n));
+            QVERIFY(refused >= 15);
+            QCOMPARE(mpq::SFileGetFileInfo(update.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE), 64);
+            QVERIFY(!update.Close());
+        }
+        QVERIFY(ReadFile(archive) == before);
+    }
+
+    // One row per guard of the engine against a fault of StormLib: each
+    // archive lists and reads in a child that must end normally, within 10
+    // seconds and 1 GiB, with the entries the guard lets through; a file a
+    // guard refuses is unreadable, and "a.txt" beside it reads. An update's
+    // open reads the internal list and attributes by itself: it must refuse
+    // where they are unsafe.
+    void guardsKeepTheEngineWithinBounds_data()
+    {
+        QTest::addColumn<QByteArray>("archive");
+        QTest::addColumn<int>("entries");
+        QTest::addColumn<QByteArray>("unreadable");  // and so what an update's own open reads, when in brackets
+        const HandFile list{"(listfile)", "a.txt\r\nb.bin\r\n"}, a{"a.txt", TextData(600)};
+        const QByteArray plain = HandMadeArchive(8, {list, a});
+        const auto with = [&](const HandFile &b) { return HandMadeArchive(8, {list, a, b}); };
+        const auto patched = [&](int at, const QByteArray &bytes) { return QByteArray(plain).replace(at, bytes.size(), bytes); };
+        const QByteArray none;
+        QTest::newRow("signature entry without a file, screened out") << HandMadeArchive(8, {kEmptySignature, a}) << 1 << none;
+        QTest::newRow("LZMA in version 1") << with(CompressedBlock("b.bin", kLzmaBlock)) << 3 << QByteArray("b.bin");
+        QTest::newRow("Huffman stream that breaks the decoder")
+            << HandMadeArchive(8, {a, CompressedBlock("b.bin", kHuffmanBlock)}) << 2 << QByteArray("b.bin");
+        QTest::newRow("stored whole, claims more stored bytes than it has")
+            << with(HandFile{"b.bin", TextData(64), 0xFFFFFFFF, 0x81000000u, 4000}) << 3 << QByteArray("b.bin");
+        // A damaged flag word that makes it a patch; its data begins as a patch header would.
+        const QByteArray patch = QByteArray("\x1c\0\0\0\0\0\0\x80\x0a\0\0\0", 12) + QByteArray(16, '\0') + TextData(672);
+        QTest::newRow("patch flag") << with(HandFile{"b.bin", patch, 0xFFFFFFFF, 0x95100000u}) << 3 << QByteArray("b.bin");
+        QTest::newRow("list file claims gigabytes")
+            << WithBlockEntry(plain, 0, 0, 32, quint32(list.data.size()), 0x7FFFFFF0u, 0x80000000u) << 2
+            << QByteArray("(listfile)");
+        QTest::newRow("MPK header") << patched(0, Word(0x1A4B504Du)) << 0 << none;
+        QTest::newRow("sector size shifted to nothing") << patched(14, QByteArray(1, char(23))) << 0 << none;
+        QTest::newRow("sectors of 2 GiB") << patched(14, QByteArray(1, char(22))) << 0 << none;
+        // The engine read the whole gap into the hash table's buffer.
+        QByteArray gap = patched(4, Word(44));
+        gap[12] = 1;
+        gap.replace(32, 12, QByteArray(12, '\0'));
+        gap.replace(16, 4, Word(qFromLittleEndian<quint32>(gap.constData() + 16) - 24));
+        QTest::newRow("version 2 hash table with a gap") << gap << 0 << none;
+        // Tables far larger than the file, found behind a map header or through user data.
+        const QByteArray mapHeader = QByteArray("HM3W") + QByteArray(508, '\0');
+        const QByteArray userData = "MPQ\x1B" + Word(16) + Word(512) + Word(16) + QByteArray(496, '\0');
+        QTest::newRow("hash table behind a map header")
+            << HandMadeArchive(8, {list, a}, mapHeader).replace(512 + 24, 4, Word(0x00400000u)) << 0 << none;
+        QTest::newRow("block table behind user data")
+            << HandMadeArchive(8, {list, a}, userData).replace(512 + 28, 4, Word(0x00400000u)) << 0 << none;
+        QTest::newRow("hash entry past the block table")
+            << with(HandFile{"b.bin", TextData(80), 0x0FFFFFF0}) << 2 << QByteArray("b.bin");
+        QTest::newRow("list file in LZMA, for an update")
+            << HandMadeArchive(8, {CompressedBlock("(listfile)", kLzmaBlock), a}) << 2 << QByteArray("(listfile)");
+        QTest::newRow("attributes in broken Huffman, for an update")
+            << HandMadeArchive(8, {CompressedBlock("(attributes)", kHuffmanBlock), a}) << 2 << QByteArray("(attributes)");
+    }
+
+    void guardsKeepTheEngineWithinBounds()
+    {
+        QFETCH(QByteArray, archive);
+        QFETCH(int, entries);
+        QFETCH(QByteArray, unreadable);
+        const QString path = WriteFile(Path(DataTagFileName() + ".mpq"), archive);
+        QCOMPARE(ListAndReadInChild(path), entries);
+        if (entries > 0) QCOMPARE(ReadStored(path, "a.txt"), TextData(600));
+        bool ok = true;
+        if (!unreadable.isEmpty()) ReadStored(path, unreadable.toStdString(), &ok);
+        QCOMPARE(ok, unreadable.isEmpty());
+        QCOMPARE(ReadFile(path), archive);  // a screened archive is left as it was
+        const bool updatable = entries > 0 && !unreadable.startsWith('(') && !archive.contains(kEmptySignature.data);
+        QCOMPARE(bool(mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_OPEN_EXISTING, 16)), updatable);
+    }
+
+    void headerScan_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<qint64>("offset");
+        QTest::addColumn<qint64>("count");
+        QTest::addColumn<bool>("executable");
+        const QByteArray mz("MZ\x90\0", 4);
+        QTest::newRow("empty file") << QByteArray() << -1LL << 0LL << false;
+        QTest::newRow("MPQ at 512") << Layout(1024, {{0, mz}, {512, Header("MPQ\x1A", 9)}}) << 512LL << 9LL << true;
+        QTest::newRow("MPQ at 513 only") << Layout(1024, {{0, mz}, {513, Header("MPQ\x1A", 9)}}) << -1LL << 0LL << true;
+        QTest::newRow("signature in the last four bytes") << Layout(516, {{512, "MPQ\x1A"}}) << 512LL << 0LL << false;
+        QTest::newRow("count cut off by the end")  // the missing bytes count as zeros
+            << Layout(512 + 30, {{512, Header("MPQ\x1A", 0x44332211).left(30)}}) << 512LL << 0x2211LL << false;
+        QTest::newRow("count is unsigned") << Header("MPQ\x1A", 0xFFFFFFFF) << 0LL << 4294967295LL << false;
+        QTest::newRow("unaligned MPQ before aligned BN3")
+            << Layout(4096, {{700, Header("MPQ\x1A", 5)}, {1536, Header("BN3\x1A", 6)}}) << 1536LL << 6LL << false;
+        QTest::newRow("far in a long file")
+            << Layout(300000, {{0, mz}, {262144 + 512, Header("MPQ\x1A", 12)}}) << 262656LL << 12LL << true;
+    }
+
+    void headerScan()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(qint64, offset);
+        QFETCH(qint64, count);
+        QFETCH(bool, executable);
+        const std::string path = Bytes(WriteFile(Path(DataTagFileName()), bytes));
+        QCOMPARE(qint64(mpq::FindHeaderSignature(path)), offset);
+        QCOMPARE(qint64(mpq::HeaderFileCount(path)), count);
+        QCOMPARE(mpq::StartsAsExecutable(path), executable);
+        QCOMPARE(qint64(mpq::FindHeaderSignature(Bytes(dir.path()))), -1LL);  // a folder is no file
+    }
+
+    // A sparse file: only its first bytes and the header beyond 2 GiB take room on disk.
+    void headerBeyondTwoGiB()
+    {
+        const qint64 offset = (qint64(1) << 31) + 512;
+        const QString path = Path("huge.exe");
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        if (!file.resize(offset + 1024) || !file.seek(0) || file.write("MZ") != 2 || !file.seek(offset) ||
+            file.write(Header("MPQ\x1A", 77)) != 32 || !file.flush())
+            QSKIP("this file system cannot hold a file over 2 GiB");
+        file.close();
+        QCOMPARE(qint64(mpq::FindHeaderSignature(Bytes(path))), offset);
+        QCOMPARE(qint64(mpq::HeaderFileCount(Bytes(path))), 77LL);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestEngine)
+#include "test_engine.moc"
