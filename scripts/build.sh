@@ -1,12 +1,19 @@
 #!/usr/bin/env bash
 # Configures and builds Arcavera into BUILD_DIR (default: build).
-# ARCAVERA_SANITIZE=1 builds with AddressSanitizer and UndefinedBehaviorSanitizer.
+#   ARCAVERA_SANITIZE=1  AddressSanitizer and UndefinedBehaviorSanitizer
+#   ARCAVERA_FUZZ=1      clang, the sanitizers and the fuzzing targets of fuzz/
+#                        as well (the suite runs in that build too)
+#   BUILD_TYPE           CMake build type (default RelWithDebInfo)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
 build_dir=${BUILD_DIR:-build}
+if [ "${ARCAVERA_FUZZ:-0}" = 1 ]; then
+  export CC=clang CXX=clang++
+fi
 cmake -S . -B "$build_dir" -G Ninja \
   -DCMAKE_BUILD_TYPE="${BUILD_TYPE:-RelWithDebInfo}" \
   -DARCAVERA_SANITIZE="${ARCAVERA_SANITIZE:-0}" \
-  -DARCAVERA_WERROR="${ARCAVERA_WERROR:-0}"
+  -DARCAVERA_FUZZ="${ARCAVERA_FUZZ:-0}" \
+  -DARCAVERA_WERROR="${ARCAVERA_WERROR:-0}" >/dev/null
 cmake --build "$build_dir" --parallel "$(nproc)"

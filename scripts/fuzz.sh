@@ -19,8 +19,13 @@ mode=${1:-smoke}
 [ $# -gt 0 ] && shift
 
 bash scripts/install-deps.sh
-CC=clang CXX=clang++ cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
-  -DARCAVERA_FUZZ=ON -DARCAVERA_TESTS=OFF >/dev/null
+# A build folder made by scripts/build.sh with ARCAVERA_FUZZ=1 (as CI's
+# sanitizer build is) is used as it stands; otherwise one of the fuzzing
+# targets alone is set up.
+if ! grep -q '^ARCAVERA_FUZZ:BOOL=\(ON\|1\)' "$build_dir/CMakeCache.txt" 2>/dev/null; then
+  CC=clang CXX=clang++ cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DARCAVERA_FUZZ=ON -DARCAVERA_TESTS=OFF >/dev/null
+fi
 cmake --build "$build_dir" --parallel "$(nproc)" --target arcavera-fuzz-archive arcavera-fuzz-seeds
 
 target=$build_dir/fuzz/arcavera-fuzz-archive

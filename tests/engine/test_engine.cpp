@@ -47,7 +47,7 @@ int InChild(const std::function<void()> &work)
 {
     const pid_t child = ::fork();
     if (child == 0) {
-#if !defined(__SANITIZE_ADDRESS__)  // the sanitizer reserves terabytes of address space
+#if !defined(ARCAVERA_ADDRESS_SANITIZER)
         const rlimit limit{rlim_t{1} << 30, rlim_t{1} << 30};
         ::setrlimit(RLIMIT_AS, &limit);
 #endif
