@@ -4,6 +4,7 @@
 #include <QFileInfo>
 
 #include "cli_output.h"
+#include "exit_status.h"
 #include "editing/helpers/paths.h"
 #include "tools/embed_archive.h"
 #include "tools/mpq_header.h"
@@ -33,32 +34,34 @@ int CheckInput(const QString &path, const QString &shown)
     return 0;
 }
 
-// The exit status of a refusal or failure of the core, with its message.
+// The message of a refusal or failure of the core; its exit status.
 int ReportResult(const EmbedResult &result)
 {
+    QString message;
     switch (result.status) {
     case EmbedStatus::Done:
-        return 0;
+        break;
     case EmbedStatus::NotPlainArchive:
-        PrintError(QStringLiteral("%1: is no plain MPQ archive (no header at its start)").arg(result.path));
-        return 3;
+        message = QStringLiteral("%1: is no plain MPQ archive (no header at its start)");
+        break;
     case EmbedStatus::NoEmbeddedArchive:
-        PrintError(QStringLiteral("%1: holds no MPQ archive behind an executable part").arg(result.path));
-        return 3;
+        message = QStringLiteral("%1: holds no MPQ archive behind an executable part");
+        break;
     case EmbedStatus::SameFile:
-        PrintError(QStringLiteral("%1: is the file it would be copied from").arg(result.path));
-        return 2;
+        message = QStringLiteral("%1: is the file it would be copied from");
+        break;
     case EmbedStatus::OpenFailed:
-        PrintError(QStringLiteral("%1: cannot be opened; nothing was changed").arg(result.path));
-        return 5;
+        message = QStringLiteral("%1: cannot be opened; nothing was changed");
+        break;
     case EmbedStatus::ReadFailed:
-        PrintError(QStringLiteral("%1: cannot be read; nothing was changed").arg(result.path));
-        return 5;
+        message = QStringLiteral("%1: cannot be read; nothing was changed");
+        break;
     case EmbedStatus::WriteFailed:
-        PrintError(QStringLiteral("%1: cannot be written; nothing was changed").arg(result.path));
-        return 5;
+        message = QStringLiteral("%1: cannot be written; nothing was changed");
+        break;
     }
-    return 5;
+    if (!message.isEmpty()) PrintError(message.arg(result.path));
+    return ExitStatus(result.status);
 }
 
 }  // namespace

@@ -32,7 +32,29 @@ constexpr StatusRow kStatuses[] = {
     {Refusal::NameInUse, 5},
 };
 
+struct EmbedStatusRow {
+    EmbedStatus status;
+    int exit;
+};
+
+constexpr EmbedStatusRow kEmbedStatuses[] = {
+    {EmbedStatus::Done, 0},
+    {EmbedStatus::SameFile, 2},
+    {EmbedStatus::NotPlainArchive, 3},
+    {EmbedStatus::NoEmbeddedArchive, 3},
+    {EmbedStatus::OpenFailed, 5},
+    {EmbedStatus::ReadFailed, 5},
+    {EmbedStatus::WriteFailed, 5},
+};
+
 }  // namespace
+
+int ExitStatus(EmbedStatus status)
+{
+    for (const EmbedStatusRow &row : kEmbedStatuses)
+        if (row.status == status) return row.exit;
+    return 5;  // not reached: every status has its row
+}
 
 int ExitStatus(Refusal why)
 {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "editing/refusal.h"
+#include "tools/embed_archive.h"
 
 // Bad usage: an unknown option or command, an argument too many or too few.
 constexpr int kUsageStatus = 1;
@@ -9,3 +10,8 @@ constexpr int kUsageStatus = 1;
 // The exit status of `why`; None gives 0. A command that meets several
 // refusals exits with the highest of their statuses.
 int ExitStatus(Refusal why);
+
+// The exit status of embed and split: 2 a file named twice, 3 no archive
+// where one must be (or one where none may be), 5 a file that could not be
+// opened, read or written.
+int ExitStatus(EmbedStatus status);
