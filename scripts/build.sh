@@ -3,6 +3,7 @@
 #   ARCAVERA_SANITIZE=1  AddressSanitizer and UndefinedBehaviorSanitizer
 #   ARCAVERA_FUZZ=1      clang, the sanitizers and the fuzzing targets of fuzz/
 #                        as well (the suite runs in that build too)
+#   ARCAVERA_BENCH=0     without the benchmark programs of bench/
 #   BUILD_TYPE           CMake build type (default RelWithDebInfo)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -15,5 +16,6 @@ cmake -S . -B "$build_dir" -G Ninja \
   -DCMAKE_BUILD_TYPE="${BUILD_TYPE:-RelWithDebInfo}" \
   -DARCAVERA_SANITIZE="${ARCAVERA_SANITIZE:-0}" \
   -DARCAVERA_FUZZ="${ARCAVERA_FUZZ:-0}" \
+  -DARCAVERA_BENCH="${ARCAVERA_BENCH:-1}" \
   -DARCAVERA_WERROR="${ARCAVERA_WERROR:-0}" >/dev/null
 cmake --build "$build_dir" --parallel "$(nproc)"

@@ -2,6 +2,8 @@
 // the registry store and the association of ".mpq" files.
 #include <QDir>
 #include <QFile>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
@@ -347,6 +349,38 @@ private slots:
         QVERIFY(ReadRegistry(kCR + ".mpq\\") != "Mpq.Archive");
         QVERIFY(!QFile::exists(DesktopEntry()));
         QCOMPARE(ReadFile(apps), mine + rest);
+    }
+
+    // The desktop's own tools see the association: xdg-mime's default for
+    // the type, the type of a ".mpq" file, and a double click that opens it.
+    void desktopSeesTheAssociation()
+    {
+        if (QStandardPaths::findExecutable("xdg-mime").isEmpty() || QStandardPaths::findExecutable("mimetype").isEmpty())
+            QSKIP("xdg-mime and File::MimeInfo's mimetype are not installed");
+        qputenv("HOME", QFile::encodeName(Path("home")));
+        const auto ask = [](const QString &program, const QStringList &arguments) {
+            QProcess process;
+            process.start(program, arguments);
+            process.waitForFinished(30000);
+            return QString::fromUtf8(process.readAllStandardOutput()).section('\n', 0, 0).trimmed();
+        };
+        WriteFile(Path("data/applications/aother.desktop"),
+                  "[Desktop Entry]\nType=Application\nName=Other\nExec=true %f\nMimeType=application/x-mpq;\n");
+        // The program notes the command line a double click gives it.
+        WriteFile(Path("bin/arcavera"), "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"$(dirname \"$0\")/opened\"\n");
+        QFile::setPermissions(Path("bin/arcavera"), QFile::ReadOwner | QFile::ExeOwner);
+        const QString archive = WriteFile(Path("x.mpq"), QByteArray("MPQ\x1a\x20\0\0\0\0\1\2\3", 12));
+        const QStringList query = {"query", "default", "application/x-mpq"};
+        QCOMPARE(ask("xdg-mime", query), QStringLiteral("aother.desktop"));
+        WriteAssociation(Path("bin"), "arcavera");
+        QCOMPARE(ask("xdg-mime", query), QStringLiteral("arcavera.desktop"));
+        QCOMPARE(ask("xdg-mime", {"query", "filetype", archive}), QStringLiteral("application/x-mpq"));
+        if (!qEnvironmentVariableIsSet("DISPLAY")) qputenv("DISPLAY", ":0");  // xdg-open reads desktop entries only then
+        ask("xdg-open", {archive});
+        QTRY_COMPARE_WITH_TIMEOUT(QString::fromUtf8(ReadFile(Path("bin/opened"))), archive + "\n", 10000);
+        RemoveAssociation();
+        QCOMPARE(ask("xdg-mime", query), QStringLiteral("aother.desktop"));
+        QVERIFY(ask("xdg-mime", {"query", "filetype", archive}) != "application/x-mpq");
     }
 };
 
