@@ -10,7 +10,7 @@
 
 #include "support/archive_factory.h"
 #include "support/cli_runner.h"
-#include "tools/file_size_limit.h"
+#include "support/file_size_limit.h"
 
 using namespace fixtures;
 

@@ -14,7 +14,7 @@
 #include "config/ini_file.h"
 #include "config/registry.h"
 #include "support/archive_factory.h"
-#include "tools/file_size_limit.h"
+#include "support/file_size_limit.h"
 
 using namespace fixtures;
 

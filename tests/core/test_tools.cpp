@@ -9,7 +9,7 @@
 #include "config/registry.h"
 #include "support/archive_factory.h"
 #include "tools/embed_archive.h"
-#include "tools/file_size_limit.h"
+#include "support/file_size_limit.h"
 #include "tools/mpq_header.h"
 #include "tools/self_executing.h"
 

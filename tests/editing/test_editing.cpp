@@ -16,7 +16,7 @@
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
 #include "support/archive_factory.h"
-#include "tools/file_size_limit.h"
+#include "support/file_size_limit.h"
 
 using namespace fixtures;
 

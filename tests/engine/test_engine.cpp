@@ -17,7 +17,7 @@
 #include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
 #include "support/archive_factory.h"
-#include "tools/file_size_limit.h"
+#include "support/file_size_limit.h"
 
 using namespace fixtures;
 

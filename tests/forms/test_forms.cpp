@@ -34,7 +34,7 @@
 #include "support/archive_factory.h"
 #include "support/scripted_dialogs.h"
 #include "support/window_fixture.h"
-#include "tools/file_size_limit.h"
+#include "support/file_size_limit.h"
 #include "tools/frm_mpq_embedder.h"
 
 using namespace fixtures;
