@@ -99,19 +99,6 @@ Bytes Made(const std::string &folder, const std::vector<Stored> &files, bool kee
     return bytes;
 }
 
-void Encrypt(std::vector<std::uint32_t> &words, std::uint32_t key)
-{
-    const auto &table = mpq::CryptTable();
-    std::uint32_t seed = 0xEEEEEEEE;
-    for (std::uint32_t &word : words) {
-        seed += table[0x400 + (key & 0xFF)];
-        const std::uint32_t plain = word;
-        word ^= key + seed;
-        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
-        seed = plain + seed + (seed << 5) + 3;
-    }
-}
-
 std::uint32_t Hash(const char *name, mpq::HashType type) { return mpq::HashString(name, std::strlen(name), type); }
 
 // An archive of files stored plain, written byte by byte, of format version
@@ -134,8 +121,8 @@ Bytes HandMade(int version, const std::vector<std::pair<const char *, std::uint3
         hashes[slot * 4 + 2] = 0;
         hashes[slot * 4 + 3] = static_cast<std::uint32_t>(i);
     }
-    Encrypt(hashes, 0xC3AF3770);
-    Encrypt(blocks, 0xEC83B3A3);
+    mpq::EncryptWords(hashes, 0xC3AF3770);
+    mpq::EncryptWords(blocks, 0xEC83B3A3);
     const auto hashAt = static_cast<std::uint32_t>(headerSize + body.size());
     const std::uint32_t blockAt = hashAt + slots * 16;
     Bytes out = "MPQ\x1A";

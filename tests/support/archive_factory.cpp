@@ -132,19 +132,6 @@ bool RunSmpq(const QStringList &arguments, const QString &workDir)
 
 namespace {
 
-void Encrypt(std::vector<std::uint32_t> &data, std::uint32_t key)
-{
-    const auto &table = mpq::CryptTable();
-    std::uint32_t seed = 0xEEEEEEEE;
-    for (std::uint32_t &value : data) {
-        seed += table[0x400 + (key & 0xFF)];
-        const std::uint32_t plain = value;
-        value = plain ^ (key + seed);
-        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
-        seed = plain + seed + (seed << 5) + 3;
-    }
-}
-
 void AppendWords(QByteArray &out, const std::vector<std::uint32_t> &words)
 {
     for (std::uint32_t w : words) {
@@ -183,8 +170,8 @@ QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files
                                    ? files[i].blockIndexOverride
                                    : static_cast<std::uint32_t>(i);
     }
-    Encrypt(hashes, 0xC3AF3770);
-    Encrypt(blocks, 0xEC83B3A3);
+    mpq::EncryptWords(hashes, 0xC3AF3770);
+    mpq::EncryptWords(blocks, 0xEC83B3A3);
     const auto hashPos = static_cast<std::uint32_t>(kHeaderSize + body.size());
     const auto blockPos = hashPos + slotCount * 16;
     const auto archiveSize = blockPos + static_cast<std::uint32_t>(files.size()) * 16;
@@ -283,7 +270,7 @@ QByteArray WithBlockEntry(QByteArray archive, int headerAt, int index, std::uint
     blocks[at + 1] = storedSize;
     blocks[at + 2] = fullSize;
     blocks[at + 3] = flags;
-    Encrypt(blocks, 0xEC83B3A3);
+    mpq::EncryptWords(blocks, 0xEC83B3A3);
     QByteArray table32;
     AppendWords(table32, blocks);
     return archive.replace(tableAt, table32.size(), table32);

@@ -289,20 +289,6 @@ Examination Examine(int fd, std::uint64_t fileSize)
     return result;
 }
 
-// Encrypts whole 32-bit words in place, as MPQ tables are encrypted.
-void Encrypt(std::vector<std::uint32_t> &words, std::uint32_t key)
-{
-    const auto &table = CryptTable();
-    std::uint32_t seed = 0xEEEEEEEE;
-    for (std::uint32_t &word : words) {
-        seed += table[0x400 + (key & 0xFF)];
-        const std::uint32_t plain = word;
-        word ^= key + seed;
-        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
-        seed = plain + seed + (seed << 5) + 3;
-    }
-}
-
 bool WriteAll(int fd, std::uint64_t offset, const void *data, std::size_t size)
 {
     std::size_t done = 0;
@@ -348,7 +334,7 @@ int ScreenedCopy(const std::string &path)
     ::close(source);
     if (copy < 0) return -1;
     for (std::size_t slot : found.screenedSlots) found.hashes[slot * 4 + 3] = HASH_ENTRY_DELETED;
-    Encrypt(found.hashes, MPQ_KEY_HASH_TABLE);
+    EncryptWords(found.hashes, MPQ_KEY_HASH_TABLE);
     std::vector<unsigned char> bytes(found.hashes.size() * 4);
     for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(found.hashes[i / 4] >> (8 * (i % 4)));
     // The copy must now pass as it is.

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace mpq {
 
@@ -18,5 +19,9 @@ std::uint32_t HashString(const char *name, std::size_t length, HashType type);
 
 // The two name hashes of a hash slot, as one key (name A high, name B low).
 std::uint64_t NameKey(const char *name, std::size_t length);
+
+// Encrypts whole 32-bit words in place, as MPQ tables are encrypted with
+// `key` (the hash table's and the block table's keys are fixed).
+void EncryptWords(std::vector<std::uint32_t> &words, std::uint32_t key);
 
 }  // namespace mpq
