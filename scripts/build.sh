@@ -4,7 +4,8 @@
 #   ARCAVERA_FUZZ=1      clang, the sanitizers and the fuzzing targets of fuzz/
 #                        as well (the suite runs in that build too)
 #   ARCAVERA_BENCH=0     without the benchmark programs of bench/
-#   BUILD_TYPE           CMake build type (default RelWithDebInfo)
+#   BUILD_TYPE           CMake build type (default Release; RelWithDebInfo
+#                        or Debug for a debugger)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
@@ -13,7 +14,7 @@ if [ "${ARCAVERA_FUZZ:-0}" = 1 ]; then
   export CC=clang CXX=clang++
 fi
 cmake -S . -B "$build_dir" -G Ninja \
-  -DCMAKE_BUILD_TYPE="${BUILD_TYPE:-RelWithDebInfo}" \
+  -DCMAKE_BUILD_TYPE="${BUILD_TYPE:-Release}" \
   -DARCAVERA_SANITIZE="${ARCAVERA_SANITIZE:-0}" \
   -DARCAVERA_FUZZ="${ARCAVERA_FUZZ:-0}" \
   -DARCAVERA_BENCH="${ARCAVERA_BENCH:-1}" \
