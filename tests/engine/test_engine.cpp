@@ -313,7 +313,7 @@ private slots:
                 ok = mpq::MpqDeleteFile(update.get(), "file11.txt") && mpq::MpqDeleteFile(update.get(), "file10.txt") &&
                      Add(update.get(), extra, "x.bin");
             if (change.startsWith("rename")) ok = mpq::MpqRenameFile(update.get(), "file3.txt", "moved\\f.txt");
-            for (int n = 0; change.startsWith("grow") && n < 40; ++n) ok = Add(update.get(), extra, "g" + std::to_string(n)) && ok;
+            for (int n = 0; change.startsWith("grow") && n < 40; ++n) ok = Add(update.get(), extra, ("g" + QByteArray::number(n)).toStdString()) && ok;
             if (!ok) ::_exit(2);
             update.Close();
         });
@@ -359,7 +359,7 @@ private slots:
             const FileSizeLimit limit(fullDisk ? RLIM_INFINITY : static_cast<rlim_t>(before.size() + 12 * 1024));
             mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(archive), mpq::MOAU_OPEN_EXISTING, 64);
             int refused = 0;
-            for (int n = 0; n < 30; ++n) refused += !Add(update.get(), source, "n" + std::to_string(n));
+            for (int n = 0; n < 30; ++n) refused += !Add(update.get(), source, ("n" + QByteArray::number(n)).toStdString());
             QVERIFY(refused >= 15);
             QCOMPARE(mpq::SFileGetFileInfo(update.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE), 64);
             QVERIFY(!update.Close());
