@@ -2,12 +2,6 @@
 
 #include <QFileInfo>
 
-namespace {
-
-const QChar kStoredSeparator = u'\\';
-
-}  // namespace
-
 bool IsDirectory(const QString &path)
 {
     if (path.isEmpty()) return false;

@@ -7,6 +7,9 @@
 
 #include <QString>
 
+// What stands between the folders of a stored name.
+inline constexpr QChar kStoredSeparator = u'\\';
+
 // True if the path names an existing folder (a link to a folder counts).
 // Any failure, an empty or missing path among them, gives false.
 bool IsDirectory(const QString &path);

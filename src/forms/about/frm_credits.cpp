@@ -19,8 +19,8 @@
 
 namespace {
 
-constexpr int kWidth = 420;
-constexpr int kHeight = 330;
+constexpr int kCreditsWidth = 420;
+constexpr int kCreditsHeight = 330;
 constexpr int kBannerHeight = 78;
 constexpr int kIconSize = 32;
 constexpr int kCreditsInterval = 40;
@@ -87,7 +87,7 @@ QString EngineVersionText()
 frmCredits::frmCredits(QWidget *parent) : QDialog(parent, Qt::Dialog | Qt::FramelessWindowHint)
 {
     setObjectName(QStringLiteral("frmCredits"));
-    setFixedSize(kWidth, kHeight);
+    setFixedSize(kCreditsWidth, kCreditsHeight);
     QPalette colours = palette();
     colours.setColor(QPalette::Window, Qt::white);
     setPalette(colours);
@@ -120,7 +120,7 @@ frmCredits::frmCredits(QWidget *parent) : QDialog(parent, Qt::Dialog | Qt::Frame
                        QStringLiteral("DejaVu Sans")});
     comic.setPointSizeF(12);
     picCredits->setFont(comic);
-    picCredits->setGeometry(16, kBannerHeight + 12, kWidth - 32, kHeight - kBannerHeight - 28);
+    picCredits->setGeometry(16, kBannerHeight + 12, kCreditsWidth - 32, kCreditsHeight - kBannerHeight - 28);
     connect(picCredits, &CreditsBox::clicked, this, &frmCredits::picCredits_Click);
 
     const QScreen *screen = parent != nullptr ? parent->screen() : QGuiApplication::primaryScreen();

@@ -17,11 +17,11 @@
 
 namespace {
 
-constexpr int kWidth = 520;
-constexpr int kHeight = 400;
+constexpr int kConfigWidth = 520;
+constexpr int kConfigHeight = 400;
 constexpr int kMargin = 10;
 constexpr int kTabHeight = 26;
-constexpr int kPanelWidth = kWidth - 2 * kMargin;
+constexpr int kPanelWidth = kConfigWidth - 2 * kMargin;
 constexpr int kPanelHeight = 310;
 constexpr int kButtonWidth = 90;
 constexpr int kButtonHeight = 26;
@@ -97,7 +97,7 @@ frmConfig::frmConfig(AppConfig &config, QString programFolder, QString executabl
 {
     setObjectName(QStringLiteral("frmConfig"));
     setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
-    setFixedSize(kWidth, kHeight);
+    setFixedSize(kConfigWidth, kConfigHeight);
     setModal(true);
     BuildControls();
     connect(&LanguageEvents::Instance(), &LanguageEvents::Loaded, this, &frmConfig::ApplyTexts);
@@ -178,11 +178,11 @@ void frmConfig::BuildControls()
     lvLanguages->setSelectionMode(QAbstractItemView::SingleSelection);
     connect(lvLanguages, &QListWidget::itemDoubleClicked, this, &frmConfig::lvLanguages_DblClick);
 
-    const int buttonTop = kHeight - kMargin - kButtonHeight;
-    cmdOK = Make<QPushButton>(this, "cmdOK", QRect(kWidth - kMargin - 2 * kButtonWidth - 8, buttonTop,
+    const int buttonTop = kConfigHeight - kMargin - kButtonHeight;
+    cmdOK = Make<QPushButton>(this, "cmdOK", QRect(kConfigWidth - kMargin - 2 * kButtonWidth - 8, buttonTop,
                                                    kButtonWidth, kButtonHeight));
     cmdCancel = Make<QPushButton>(this, "cmdCancel",
-                                  QRect(kWidth - kMargin - kButtonWidth, buttonTop, kButtonWidth, kButtonHeight));
+                                  QRect(kConfigWidth - kMargin - kButtonWidth, buttonTop, kButtonWidth, kButtonHeight));
     cmdOK->setDefault(true);
     connect(cmdOK, &QPushButton::clicked, this, &frmConfig::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &frmConfig::cmdCancel_Click);

@@ -17,8 +17,8 @@
 namespace {
 
 // The fixed layout, in pixels.
-constexpr int kWidth = 600;
-constexpr int kHeight = 200;
+constexpr int kEmbedderWidth = 600;
+constexpr int kEmbedderHeight = 200;
 constexpr int kPictureWidth = 100;
 constexpr int kMargin = 12;
 constexpr int kLeft = kPictureWidth + kMargin;
@@ -102,10 +102,10 @@ QString FailureText(const EmbedResult &result)
 
 QPushButton *MakeButton(QWidget *parent, const char *name, int index)
 {
-    constexpr int width = (kWidth - kLeft - kMargin - 3 * kGap) / 4;
+    constexpr int width = (kEmbedderWidth - kLeft - kMargin - 3 * kGap) / 4;
     auto *button = new QPushButton(parent);
     button->setObjectName(QString::fromLatin1(name));
-    button->setGeometry(kLeft + index * (width + kGap), kHeight - kMargin - kButtonHeight, width, kButtonHeight);
+    button->setGeometry(kLeft + index * (width + kGap), kEmbedderHeight - kMargin - kButtonHeight, width, kButtonHeight);
     button->setAutoDefault(false);
     return button;
 }
@@ -116,32 +116,32 @@ frmMPQEmbedder::frmMPQEmbedder(QWidget *parent) : QDialog(parent)
 {
     setObjectName(QStringLiteral("frmMPQEmbedder"));
     setWindowTitle(QStringLiteral("MPQ Embedder"));
-    setFixedSize(kWidth, kHeight);
+    setFixedSize(kEmbedderWidth, kEmbedderHeight);
 
     Picture1 = new EmbedderPicture(this);
     Picture1->setObjectName(QStringLiteral("Picture1"));
-    Picture1->setGeometry(0, 0, kPictureWidth, kHeight);
+    Picture1->setGeometry(0, 0, kPictureWidth, kEmbedderHeight);
 
     lblFile = new QLabel(this);
     lblFile->setObjectName(QStringLiteral("lblFile"));
-    lblFile->setGeometry(kLeft, kMargin, kWidth - kLeft - kMargin, 18);
+    lblFile->setGeometry(kLeft, kMargin, kEmbedderWidth - kLeft - kMargin, 18);
 
     constexpr int browseWidth = 34;
     txtFile = new QLineEdit(this);
     txtFile->setObjectName(QStringLiteral("txtFile"));
     txtFile->setReadOnly(true);
-    txtFile->setGeometry(kLeft, kMargin + 22, kWidth - kLeft - kMargin - browseWidth - kGap, 24);
+    txtFile->setGeometry(kLeft, kMargin + 22, kEmbedderWidth - kLeft - kMargin - browseWidth - kGap, 24);
 
     cmdBrowse = new QPushButton(QStringLiteral("..."), this);
     cmdBrowse->setObjectName(QStringLiteral("cmdBrowse"));
-    cmdBrowse->setGeometry(kWidth - kMargin - browseWidth, kMargin + 22, browseWidth, 24);
+    cmdBrowse->setGeometry(kEmbedderWidth - kMargin - browseWidth, kMargin + 22, browseWidth, 24);
     cmdBrowse->setAutoDefault(false);
 
     frmMessage = new QGroupBox(this);
     frmMessage->setObjectName(QStringLiteral("frmMessage"));
     const int frameTop = kMargin + 56;
-    const int frameHeight = kHeight - kMargin - kButtonHeight - kGap - frameTop;
-    frmMessage->setGeometry(kLeft, frameTop, kWidth - kLeft - kMargin, frameHeight);
+    const int frameHeight = kEmbedderHeight - kMargin - kButtonHeight - kGap - frameTop;
+    frmMessage->setGeometry(kLeft, frameTop, kEmbedderWidth - kLeft - kMargin, frameHeight);
     lblMessage = new QLabel(frmMessage);
     lblMessage->setObjectName(QStringLiteral("lblMessage"));
     lblMessage->setWordWrap(true);

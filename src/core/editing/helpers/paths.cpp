@@ -1,11 +1,12 @@
 #include "editing/helpers/paths.h"
 
+#include "listing/names.h"
+
 #include <QFileInfo>
 #include <QStringList>
 
 namespace {
 
-const QChar kStoredSeparator = u'\\';
 const QChar kDiskSeparator = u'/';
 
 // "C:" or "C:name": a name that the archive's platform reads as a drive.
