@@ -90,7 +90,7 @@ constexpr QString MessageStrings::*kSortTexts[ListRow::ColumnCount] = {
     &M::MenuName, &M::MenuExt, &M::MenuSize, &M::MenuCompressed, &M::MenuRatio, &M::MenuAttribute};
 
 // "&" shows as itself in a caption only when doubled.
-QString Literal(const QString &text)
+QString EscapeMnemonics(const QString &text)
 {
     QString escaped = text;
     return escaped.replace(QLatin1Char('&'), QLatin1String("&&"));
@@ -220,7 +220,7 @@ void WindowCommands::ShowRecentFiles(const QStringList &recentFiles)
         QAction *entry = Entry(RecentName(i));
         entry->setEnabled(true);
         entry->setVisible(true);
-        entry->setText(QStringLiteral("&%1  %2").arg(i).arg(Literal(path)));
+        entry->setText(QStringLiteral("&%1  %2").arg(i).arg(EscapeMnemonics(path)));
     }
 }
 
