@@ -9,6 +9,7 @@
 
 #include "editing/drag_drop.h"
 #include "listing/classic_listing.h"
+#include "listing/content_type.h"
 #include "listing/explorer_listing.h"
 #include "listing/name_sources.h"
 #include "listing/row_order.h"
@@ -30,6 +31,13 @@ ListingOptions Options(bool autoDetect = true, qint16 useLists = 1, const QStrin
 ListRow Row(const QString &name, quint32 full = 0, quint32 compressed = 0, quint32 flags = 0)
 {
     return ListRow{name.toUtf8(), name, full, compressed, flags};
+}
+
+// The bytes of a literal, NULs included.
+template <qsizetype N>
+QByteArray Raw(const char (&bytes)[N])
+{
+    return QByteArray(bytes, N - 1);
 }
 
 QStringList Names(const std::vector<ListRow> &rows, bool sorted = true)
@@ -257,6 +265,60 @@ private slots:
         }
         found.sort();
         QCOMPARE(found, extensions);
+    }
+
+    // What more of the first bytes tell where the three-byte signatures find nothing; a size of 0 is the head's own.
+    void contentTypes_data()
+    {
+        QTest::addColumn<QByteArray>("head");
+        QTest::addColumn<qint64>("size");
+        QTest::addColumn<QString>("extension");
+        const QByteArray frame = Raw("\xFF\xFB\x90\0");  // MPEG-1 layer III, 128 kbit/s, 44.1 kHz: 417 bytes
+        const QByteArray tga = Raw("\0\0\x02\0\0\0\0\0\0\0\0\0\x02\0\x02\0\x20\x28");  // 2 x 2, 32 bits, 8 of alpha
+        QTest::newRow("png") << Raw("\x89PNG\r\n\x1A\n\0\0\0\rIHDR") << qint64(0) << ".png";
+        QTest::newRow("dds") << Raw("DDS |\0\0\0") << qint64(0) << ".dds";
+        QTest::newRow("dds, another header size") << Raw("DDS }\0\0\0") << qint64(0) << "";
+        QTest::newRow("ogg") << Raw("OggS\0\x02") << qint64(0) << ".ogg";
+        QTest::newRow("w3e") << Raw("W3E!\x0B\0\0\0L") << qint64(0) << ".w3e";
+        QTest::newRow("mp3, two frames") << frame + QByteArray(413, '\0') + frame << qint64(0) << ".mp3";
+        QTest::newRow("mp3, no second frame") << frame + QByteArray(417, '\0') << qint64(0) << "";
+        QTest::newRow("mp3, next frame past the head") << Raw("\xFF\xFB\xE0\0") << qint64(5000) << ".mp3";
+        QTest::newRow("mp3, impossible bitrate") << Raw("\xFF\xFB\xF0\0") << qint64(5000) << "";
+        QTest::newRow("tga") << tga << qint64(34) << ".tga";
+        QTest::newRow("tga without its pixels") << tga << qint64(0) << "";
+        QTest::newRow("truncated tga header") << tga.left(17) << qint64(34) << "";
+        QTest::newRow("random binary") << QByteArray::fromHex("5be1c7093f88a2d40e71f6b29c3a5e0d47c2b8f1") << qint64(0) << "";
+        QTest::newRow("BM garbage") << Raw("BM\x12\x34\0\0\x01\x02") << qint64(0) << "";
+        QTest::newRow("empty") << QByteArray() << qint64(0) << "";
+        QTest::newRow("jass") << Raw("\xEF\xBB\xBF// Made by hand\r\n\r\nglobals\r\n    integer x = 0\r\nendglobals\r\n")
+                              << qint64(0) << ".j";
+        QTest::newRow("words before a keyword") << Raw("see globals below\n") << qint64(0) << ".txt";
+        QTest::newRow("text") << Raw("Hello,\tworld\r\nsecond line \xC3\xA4\r\n") << qint64(0) << ".txt";
+        QTest::newRow("text with a NUL") << Raw("plain\0text") << qint64(0) << "";
+        QTest::newRow("too short for text") << Raw("ab") << qint64(0) << "";
+        QTest::newRow("character cut by the head") << Raw("abc \xC3") << qint64(100) << ".txt";
+        QTest::newRow("character cut by the file") << Raw("abc \xC3") << qint64(0) << "";
+        QTest::newRow("past the looked-at bytes") << QByteArray(kContentHeadSize, 'a') + Raw("\0") << qint64(0) << ".txt";
+    }
+
+    void contentTypes()
+    {
+        QFETCH(QByteArray, head);
+        QFETCH(qint64, size);
+        QFETCH(QString, extension);
+        QCOMPARE(DetectContentExtension(head, size ? size : head.size()), extension);
+    }
+
+    // The built-in names, in case-blind order and none twice: stored names ignore case.
+    void standardNames()
+    {
+        QFile file(QStringLiteral(ARCAVERA_LANGUAGES_SOURCE "/../Names/standard.txt"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QList<QByteArray> names = file.readAll().split('\n');
+        QCOMPARE(names.takeLast(), QByteArray());  // the last line ends too
+        const auto notBefore = [](const QByteArray &a, const QByteArray &b) { return a.toLower() >= b.toLower(); };
+        QVERIFY(std::adjacent_find(names.begin(), names.end(), notBefore) == names.end());
+        QVERIFY(names.contains("war3map.j"));
     }
 
     void listText_data()
