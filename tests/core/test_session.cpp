@@ -73,7 +73,7 @@ private slots:
         if (opens) QVERIFY(total >= 12345 + 1);
         for (bool again : {false, true}) {
             if (again) QCOMPARE(session.Refresh(config, Ports()), opens);
-            QCOMPARE(int(ports.rows.size()), opens ? (explorer ? 1 : 3) : 0);  // Explorer: the root's files alone
+            QCOMPARE(int(ports.rows.size()), opens ? (explorer ? 2 : 3) : 0);  // Explorer: the root's files, "(listfile)" among them
             QCOMPARE(tree.keys.value(0), opens && explorer ? UpperKey(archive) : QString());  // the root first
             QCOMPARE(tree.keys.contains("UNITS\\"), opens && explorer);
             QCOMPARE(session.TotalSize, total);

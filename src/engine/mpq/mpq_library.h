@@ -107,10 +107,35 @@ bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint3
 // Fills `entries` from index 0, at most one record per used hash slot and at
 // most entries.size() records. Names come from `listText` only: its lines are
 // stored names, and a line that is the absolute path of an existing file names
-// an external list file whose lines count as well. A stored file that no line
-// names gets a unique name beginning with "~unknowns\".
+// an external list file whose lines count as well. The engine's own files
+// ("(listfile)", "(attributes)", "(signature)", ...) are always named. A
+// stored file that nothing names gets a unique name beginning with
+// "~unknowns\".
 bool SFileListFiles(MpqHandle archive, const std::string &listText,
                     std::vector<FileListEntry> &entries, std::uint32_t flags);
+
+// The records of a listing that SFileListFiles left nameless, by what their
+// slots hold of a name (its hashes), so that more candidate names can be
+// tried on them without reading any file. Lives as long as the listing's
+// records and the archive.
+class NamelessRecords {
+public:
+    NamelessRecords(MpqHandle archive, std::vector<FileListEntry> &entries);
+    ~NamelessRecords();
+    NamelessRecords(const NamelessRecords &) = delete;
+    NamelessRecords &operator=(const NamelessRecords &) = delete;
+
+    // No record is nameless (any more).
+    bool Empty() const;
+    // Gives `name` to each nameless record whose slot it hashes to (more than
+    // one when the name is stored in several locales) and appends their
+    // indices to `named`. False when it names none.
+    bool Try(const std::string &name, std::vector<std::size_t> &named);
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
 
 // Updating.
 Update MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,

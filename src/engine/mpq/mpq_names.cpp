@@ -11,6 +11,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -64,10 +65,15 @@ void AddName(NameTable &table, const char *name, std::size_t length)
     table.names.try_emplace(NameKey(name, length), name, length);
 }
 
+// The engine's own files, named whatever the list text says.
+constexpr std::array<const char *, 5> kEngineFiles = {LISTFILE_NAME, ATTRIBUTES_NAME, SIGNATURE_NAME,
+                                                      PATCH_METADATA_NAME, "(user data)"};
+
 NameTable BuildNameTable(const std::string &listText)
 {
     NameTable names;
     names.names.reserve(listText.size() / 24 + 16);
+    for (const char *name : kEngineFiles) AddName(names, name, std::strlen(name));
     std::unordered_set<std::string> listFilesRead;
     ForEachLine(listText.data(), listText.size(), [&](const char *line, std::size_t length) {
         AddName(names, line, length);
@@ -200,6 +206,66 @@ bool SFileListFiles(MpqHandle archive, const std::string &listText,
             name = UnknownName(index);
         fill(file, 0, std::move(name));
     }
+    return true;
+}
+
+struct NamelessRecords::State {
+    MpqHandle archive = nullptr;
+    TMPQArchive *ha = nullptr;
+    std::vector<FileListEntry> *entries = nullptr;
+    // Hash-table archives: the name key of each nameless slot, and the
+    // records behind it. Others: the file-table index of each nameless record.
+    std::unordered_map<std::uint64_t, std::vector<std::size_t>> byKey;
+    std::unordered_map<std::uint32_t, std::size_t> byIndex;
+};
+
+NamelessRecords::NamelessRecords(MpqHandle archive, std::vector<FileListEntry> &entries)
+    : state_(std::make_unique<State>())
+{
+    state_->archive = archive;
+    state_->ha = StormArchive(archive);
+    state_->entries = &entries;
+    TMPQArchive *ha = state_->ha;
+    if (ha == nullptr) return;
+    for (std::size_t i = 0; i < entries.size(); ++i) {
+        std::uint32_t number = 0;
+        if (entries[i].FileExists == 0 || !ParseUnknownName(entries[i].StoredName, number)) continue;
+        if (ha->pHashTable == nullptr) {
+            state_->byIndex.emplace(number, i);
+        } else if (number < ha->pHeader->dwHashTableSize) {
+            const TMPQHash &hash = ha->pHashTable[number];
+            state_->byKey[(std::uint64_t{hash.dwName1} << 32) | hash.dwName2].push_back(i);
+        }
+    }
+}
+
+NamelessRecords::~NamelessRecords() = default;
+
+bool NamelessRecords::Empty() const { return state_->byKey.empty() && state_->byIndex.empty(); }
+
+bool NamelessRecords::Try(const std::string &name, std::vector<std::size_t> &named)
+{
+    if (name.empty() || EmbeddedZero(name) || Empty()) return false;
+    std::vector<std::size_t> found;
+    if (state_->ha->pHashTable != nullptr) {
+        auto slot = state_->byKey.find(NameKey(name.data(), name.size()));
+        if (slot == state_->byKey.end()) return false;
+        found = std::move(slot->second);
+        state_->byKey.erase(slot);
+    } else {
+        // Only the newer tables: StormLib finds the file-table index of a name.
+        HANDLE file = nullptr;
+        if (!::SFileOpenFileEx(state_->archive->storm, name.c_str(), SFILE_OPEN_FROM_MPQ, &file)) return false;
+        DWORD index = 0;
+        const bool known = ::SFileGetFileInfo(file, SFileInfoFileIndex, &index, sizeof index, nullptr);
+        ::SFileCloseFile(file);
+        auto record = known ? state_->byIndex.find(index) : state_->byIndex.end();
+        if (record == state_->byIndex.end()) return false;
+        found.push_back(record->second);
+        state_->byIndex.erase(record);
+    }
+    for (std::size_t i : found) (*state_->entries)[i].StoredName = name;
+    named.insert(named.end(), found.begin(), found.end());
     return true;
 }
 
