@@ -24,6 +24,7 @@
 #include "editing/helpers/paths.h"
 #include "exit_status.h"
 #include "listing/classic_listing.h"
+#include "listing/name_scanner.h"
 #include "listing/row_order.h"
 #include "listing/text_encoding.h"
 #include "properties/archive_properties.h"
@@ -62,6 +63,11 @@ constexpr const char *kUsage =
     "                  that differ only in case are the same name.\n"
     "  delete and rename take names as extract does, and only change an archive\n"
     "  that exists: an empty file is no archive to them.\n"
+    "  names ARCHIVE   Print the names that Arcavera recovers for the files that no\n"
+    "                  list names (from its standard names of map files and the\n"
+    "                  archive's own import lists, scripts, data and models), one\n"
+    "                  a line, sorted: saved to a file, they serve as an external\n"
+    "                  list file.\n"
     "  info ARCHIVE    Print the archive's properties, a line each, the name and\n"
     "                  the value separated by a tab: folder, name, size (the\n"
     "                  whole file's length, an executable part included),\n"
@@ -85,10 +91,12 @@ constexpr const char *kUsage =
     "Options:\n"
     "  --ini FILE      Use FILE as settings instead of the user's Arcavera.ini\n"
     "                  (compression rules, external list files, type detection,\n"
-    "                  sort order). Without a settings file, add uses the rules\n"
+    "                  the recovery of names, sort order). Without a settings file, add uses the rules\n"
     "                  of a first start: .bik .smk .mp3 .mpq .w3m .w3x stored\n"
     "                  plain, .wav compressed as audio, the rest compressed.\n"
     "  -v, --verbose   Print a line per file added, extracted or deleted.\n"
+    "  --no-scan       List without recovering names from the archive's own\n"
+    "                  files, whatever the settings say.\n"
     "  -h, --help      Show this help.\n"
     "  --              Take every later argument as a path or name, even one\n"
     "                  beginning with -.\n"
@@ -218,6 +226,17 @@ int ListCommand(const QStringList &arguments, const Settings &settings)
     std::vector<ListRow> rows = ListedRows(path, settings, totalSize);
     SortRows(rows, settings.window.SortKey, settings.window.SortOrder);
     PrintRows(rows);
+    return 0;
+}
+
+int NamesCommand(const QStringList &arguments, const Settings &settings)
+{
+    int status = 0;
+    const QString path = OneArchive(arguments, "names", status);
+    if (status) return status;
+    CollectingPorts ports;
+    for (const QByteArray &name : ScanArchiveNames(path, settings.listing, ports))
+        std::printf("%s\n", EscapeControls(DecodeBytes(name)).toUtf8().constData());
     return 0;
 }
 
@@ -479,8 +498,10 @@ int main(int argc, char *argv[])
     }
     const bool verbose = line.Has(QStringLiteral("-v")) || line.Has(QStringLiteral("--verbose"));
     if (command == QLatin1String("embed")) return EmbedCommand(rest);
-    const Settings settings = LoadSettings(iniPath);
+    Settings settings = LoadSettings(iniPath);
+    if (line.Has(QStringLiteral("--no-scan"))) settings.listing.recoverNames = false;
     if (command == QLatin1String("list")) return ListCommand(rest, settings);
+    if (command == QLatin1String("names")) return NamesCommand(rest, settings);
     if (command == QLatin1String("add"))
         return AddCommand(rest, line.Value(QStringLiteral("--prefix")).value_or(QString()), verbose, settings);
     if (command == QLatin1String("extract")) return ExtractCommand(rest, line.Value(QStringLiteral("--to")), verbose, settings);

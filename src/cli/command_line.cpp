@@ -13,7 +13,7 @@ bool TakesValue(const QString &name)
 bool IsKnown(const QString &name)
 {
     return TakesValue(name) || name == QLatin1String("-h") || name == QLatin1String("--help") ||
-           name == QLatin1String("-v") || name == QLatin1String("--verbose") ||
+           name == QLatin1String("-v") || name == QLatin1String("--verbose") || name == QLatin1String("--no-scan") ||
            name.startsWith(QLatin1String("--ini="));
 }
 

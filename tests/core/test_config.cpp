@@ -131,22 +131,22 @@ private slots:
         const QString list = WriteFile(Path("names.txt"), "x\n");
         const AppConfig c{.ExtensionRules = {{}, {".wav", 3, 2}, {QStringLiteral(".\u00e9"), 2, 0}}, .DefaultCompression = 1,
                           .DefaultDeflateLevel = 10, .DefaultMaxFiles = 2048, .UseLists = 0, .ListFiles = {}, .AutoDetectFile = 0,
-                          .Encrypt = true, .IniPath = path};
+                          .RecoverNames = 0, .Encrypt = true, .IniPath = path};
         SaveAppConfig(c, {list, Path("gone.txt")}, true, "English.lng");
         WriteWindowSettings({.Width = 9000.5f, .Left = -15, .Top = 0.1f, .StatusBar = false, .SortKey = 3, .SortOrder = 1, .ExplorerStyle = true}, path);
         WriteRecentFiles({"/a/one.mpq", QStringLiteral("/b/\u00e9 two.w3x ")}, path);
         QCOMPARE(ReadFile(path),
                  "; mine\r\n[Config]\r\nExtCount=2\r\nExt3=.old,0,0\r\nX=y\r\nDefaultCompression=1\r\n"
                  "DefaultDeflateLevel=10\r\nDefaultMaxFiles=2048\r\nAssociate=1\r\nEncrypt=1\r\nExt1=.wav,3,2\r\n"
-                 "Ext2=.\xC3\xA9,2,0\r\nLanguage=English.lng\r\nUseLists=0\r\nAutoDetectFile=0\r\n[Lists]\r\nFile1=" + list.toUtf8() +
+                 "Ext2=.\xC3\xA9,2,0\r\nLanguage=English.lng\r\nUseLists=0\r\nAutoDetectFile=0\r\nRecoverNames=0\r\n[Lists]\r\nFile1=" + list.toUtf8() +
                      "\r\nCount=1\r\n[Setting]\r\nWidth=9000.5\r\nHeight=5000\r\nLeft=-15\r\nTop=0.1\r\nSplitter=3000\r\nToolBar=1\r\n"
                      "StatusBar=0\r\nSortKey=3\r\nSortOrder=1\r\nExplorerStyle=1\r\n[Recent]\r\n1=/a/one.mpq\r\n2=\"/b/\xC3\xA9 two.w3x \"\r\n3=\r\n4=\r\n");
         AppConfig r{.ListFiles = {}, .IniPath = path};
         QStringList lists;
         LoadAppConfig(r, &lists);
         QCOMPARE(r.ExtensionRules, c.ExtensionRules);  // Ext3 is above the count: not read
-        QCOMPARE(QList<int>({r.DefaultCompression, r.DefaultDeflateLevel, r.DefaultMaxFiles, r.UseLists, r.AutoDetectFile, r.Encrypt, ReadAssociate(path)}),
-                 QList<int>({1, 10, 2048, 0, 0, 1, 1}));
+        QCOMPARE(QList<int>({r.DefaultCompression, r.DefaultDeflateLevel, r.DefaultMaxFiles, r.UseLists, r.AutoDetectFile, r.RecoverNames, r.Encrypt, ReadAssociate(path)}),
+                 QList<int>({1, 10, 2048, 0, 0, 0, 1, 1}));
         QCOMPARE(lists, QStringList{list});
         QCOMPARE(r.ListFiles + ReadLanguage(path), list + "\r\nEnglish.lng");
         const WindowSettings w = ReadWindowSettings(path, 1, 1);

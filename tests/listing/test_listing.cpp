@@ -25,7 +25,7 @@ namespace {
 // Texts of our own, so that a listing shows it takes what it is handed.
 ListingOptions Options(bool autoDetect = true, qint16 useLists = 1, const QString &listFiles = {})
 {
-    return ListingOptions{"open %v", "list of %v", "external lists", "ready", useLists, listFiles, autoDetect};
+    return ListingOptions{"open %v", "list of %v", "external lists", "ready", useLists, listFiles, autoDetect, false, {}};
 }
 
 ListRow Row(const QString &name, quint32 full = 0, quint32 compressed = 0, quint32 flags = 0)
@@ -175,9 +175,8 @@ private slots:
         qint64 total = 0;
         const RecordingPorts out = Classic(path, Options(), &ok, &total);
         QVERIFY(ok);
-        // The three files and the internal list, which no list names.
-        QCOMPARE(Names(out.rows).mid(0, 3), (QStringList{"Units\\plain.blp", "secret.txt", "war3map.j"}));
-        QVERIFY(Names(out.rows).at(3).startsWith("~unknowns\\"));
+        // The three files and the internal list, named by the engine.
+        QCOMPARE(Names(out.rows), (QStringList{"(listfile)", "Units\\plain.blp", "secret.txt", "war3map.j"}));
         const ListRow *j = out.row("war3map.j");
         QCOMPARE(j->Tag, QByteArray("war3map.j"));
         QCOMPARE(j->FullSize, 40000u);

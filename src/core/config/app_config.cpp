@@ -167,6 +167,7 @@ void LoadAppConfig(AppConfig &config, QStringList *listPathsOut)
     config.UseLists = ReadNumber<qint16>(doc, kSectionConfig, QStringLiteral("UseLists"), 1, 0, 1);
     config.AutoDetectFile =
         ReadNumber<qint16>(doc, kSectionConfig, QStringLiteral("AutoDetectFile"), 1, 0, 1);
+    config.RecoverNames = ReadNumber<qint16>(doc, kSectionConfig, QStringLiteral("RecoverNames"), 1, 0, 1);
 }
 
 void SaveAppConfig(const AppConfig &config, const QStringList &listPaths, bool associate,
@@ -194,6 +195,7 @@ void SaveAppConfig(const AppConfig &config, const QStringList &listPaths, bool a
     doc.Set(kSectionLists, QStringLiteral("Count"), QString::number(kept.size()));
 
     doc.Set(kSectionConfig, QStringLiteral("AutoDetectFile"), QString::number(config.AutoDetectFile));
+    doc.Set(kSectionConfig, QStringLiteral("RecoverNames"), QString::number(config.RecoverNames));
     doc.Save(config.IniPath);
 }
 

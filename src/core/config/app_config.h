@@ -48,6 +48,7 @@ struct AppConfig {
     qint16 UseLists = 1;             // 1: skip external lists when the archive has its own
     QString ListFiles;               // external list files, each followed by "\r\n"
     qint16 AutoDetectFile = 1;       // 1: guess the type of unnamed entries
+    qint16 RecoverNames = 1;         // 1: name what the lists leave nameless from the archive's own files
     bool Encrypt = false;            // add files encrypted
     QString IniPath;                 // full path of Arcavera.ini
 };
@@ -59,15 +60,15 @@ QString RuleText(const ExtensionRule &rule);
 ExtensionRule ParseRule(const QString &text);
 
 // Fills config from config.IniPath: the rules, DefaultMaxFiles, Encrypt,
-// DefaultCompression, DefaultDeflateLevel, the list files, UseLists and
-// AutoDetectFile. Only list files that exist now are taken; they also go to
+// DefaultCompression, DefaultDeflateLevel, the list files, UseLists,
+// AutoDetectFile and RecoverNames. Only list files that exist now are taken; they also go to
 // listPathsOut, for the dialog's list.
 void LoadAppConfig(AppConfig &config, QStringList *listPathsOut = nullptr);
 
 // Writes what the configuration dialog's OK stores, in this order:
 // DefaultCompression, DefaultDeflateLevel, DefaultMaxFiles, Associate,
 // Encrypt, ExtCount and Ext1.., Language, UseLists, the list files File1..
-// and Count, AutoDetectFile. Only list paths that are files now are written
+// and Count, AutoDetectFile, RecoverNames. Only list paths that are files now are written
 // (ExistingFiles gives the caller the same list). Shorter lists leave their
 // higher numbered keys in the file.
 void SaveAppConfig(const AppConfig &config, const QStringList &listPaths, bool associate,

@@ -150,6 +150,7 @@ const CatalogueEntry kCatalogue[] = {
     {"Configuration", "UseList", &M::ConfigUseList, "Non usare le liste se viene trovata nell'archivio"},
     {"Configuration", "AutoDetectFile", &M::ConfigAutoDetectFile,
      "Prova a determinare automaticamente il tipo dei file"},
+    {"Configuration", "RecoverNames", &M::ConfigRecoverNames, "Recupera i nomi dai file dell'archivio stesso"},
     {"Configuration", "SelectLanguage", &M::ConfigSelectLanguage, "Seleziona una lingua:"},
     {"Configuration", "Ok", &M::ConfigOk, "Ok"},
     {"Configuration", "Cancel", &M::ConfigCancel, "Annulla"},

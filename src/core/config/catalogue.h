@@ -58,7 +58,7 @@ struct MessageStrings {
     QString ConfigMaxFiles, ConfigEncrypt, ConfigAssociate, ConfigStandard, ConfigDefault, ConfigDeflate;
     QString ConfigCustom, ConfigExtension, ConfigCompressionType, ConfigAudio, ConfigLowest, ConfigMedium,
         ConfigHighest, ConfigAddExt, ConfigRemoveExt;
-    QString ConfigFileList, ConfigAddList, ConfigRemoveList, ConfigUseList, ConfigAutoDetectFile,
+    QString ConfigFileList, ConfigAddList, ConfigRemoveList, ConfigUseList, ConfigAutoDetectFile, ConfigRecoverNames,
         ConfigSelectLanguage, ConfigOk, ConfigCancel;
     // Various: words of the credits
     QString VariousVersion, VariousThisProgramUse;

@@ -2,6 +2,14 @@
 
 #include "config/app_config.h"
 #include "config/catalogue.h"
+#include "config/startup.h"
+
+#include <QCoreApplication>
+
+QString StandardNamesPath()
+{
+    return ProgramDataPath(QCoreApplication::applicationDirPath(), QStringLiteral("Names/standard.txt"));
+}
 
 ListingOptions ListingOptionsOf(const AppConfig &config)
 {
@@ -14,5 +22,7 @@ ListingOptions ListingOptionsOf(const AppConfig &config)
     options.useLists = config.UseLists;
     options.listFiles = config.ListFiles;
     options.autoDetect = config.AutoDetectFile != 0;
+    options.recoverNames = config.RecoverNames != 0;
+    options.standardNames = StandardNamesPath();
     return options;
 }

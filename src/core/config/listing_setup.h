@@ -6,3 +6,7 @@
 struct AppConfig;
 
 ListingOptions ListingOptionsOf(const AppConfig &config);
+
+// The file of standard stored names that ships with the program, beside the
+// executable or in the installed data folder; empty when it is missing.
+QString StandardNamesPath();

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "listing/explorer_listing.h"
+#include "listing/name_scanner.h"
 #include "listing/name_sources.h"
 #include "listing/names.h"
 #include "listing/slot_progress.h"
@@ -51,6 +52,7 @@ void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const Listi
     if (n <= 1) return;
     std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
     BuildFileLists(archive, path, records, options, ports.status);
+    if (options.recoverNames) RecoverNames(archive, records, options.standardNames);
     SlotProgress progress(ports, options, n);
     progress.Start();
     if (clearRows) ports.rows.ClearRows();
@@ -61,7 +63,7 @@ void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const Listi
             const QByteArray stored = QByteArray::fromStdString(record.StoredName);
             QString name = DecodeBytes(stored);
             if (filter.Passes(name)) {
-                const QByteArray shown = ProbeUnknownEntry(archive, stored, options.autoDetect);
+                const QByteArray shown = ProbeUnknownEntry(archive, stored, options.autoDetect, options.recoverNames);
                 // The probe only ever appends an extension.
                 ports.rows.AddRow(shown.size() == stored.size() ? MakeListRow(record, shown, std::move(name))
                                                                  : MakeListRow(record, shown));

@@ -14,6 +14,10 @@ struct ListingOptions {
     qint16 useLists = 1;      // 1: skip the external lists when the archive has its own
     QString listFiles;        // the external list files, each followed by "\r\n"
     bool autoDetect = true;   // guess the type of nameless entries
+    // Name what the lists leave nameless from the standard names and the
+    // archive's own files, and guess types from more than three bytes.
+    bool recoverNames = false;
+    QString standardNames;    // the file of standard names, one a line
 
     // `text` with its "%v" replaced by `value`.
     static QString Put(const QString &text, const QString &value)

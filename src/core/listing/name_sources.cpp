@@ -1,5 +1,6 @@
 #include "listing/name_sources.h"
 
+#include "listing/content_type.h"
 #include "listing/text_encoding.h"
 #include "listing/type_detection.h"
 
@@ -33,13 +34,16 @@ void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
     mpq::SFileListFiles(archive, listText.toStdString(), records, 0);
 }
 
-QByteArray ProbeUnknownEntry(mpq::MpqHandle archive, const QByteArray &storedName, bool autoDetect)
+QByteArray ProbeUnknownEntry(mpq::MpqHandle archive, const QByteArray &storedName, bool autoDetect, bool wide)
 {
     if (!autoDetect || !storedName.contains("~unknowns")) return storedName;
     const mpq::StoredFile file = mpq::SFileOpenFileEx(archive, storedName.toStdString());
-    if (!file || mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE) < 0) return storedName;
-    QByteArray head(3, '\0');
+    const std::int64_t size = mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE);
+    if (!file || size < 0) return storedName;
+    QByteArray head(wide ? kContentHeadSize : 3, '\0');
     std::uint32_t read = 0;
-    mpq::SFileReadFile(file.get(), head.data(), 3, &read, nullptr);
-    return storedName + DetectExtension(head).toLatin1();
+    mpq::SFileReadFile(file.get(), head.data(), static_cast<std::uint32_t>(head.size()), &read, nullptr);
+    QString extension = DetectExtension(head);
+    if (wide && extension.isEmpty()) extension = DetectContentExtension(head.left(read), size);
+    return storedName + extension.toLatin1();
 }

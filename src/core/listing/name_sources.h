@@ -24,5 +24,7 @@ void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
                     StatusPanel &status);
 
 // The name of a record as the list shows it: a nameless entry gets the
-// extension its first three bytes suggest, when auto-detection is on.
-QByteArray ProbeUnknownEntry(mpq::MpqHandle archive, const QByteArray &storedName, bool autoDetect);
+// extension its first three bytes suggest, when auto-detection is on; `wide`
+// looks at more of its first bytes where the three suggest nothing.
+QByteArray ProbeUnknownEntry(mpq::MpqHandle archive, const QByteArray &storedName, bool autoDetect,
+                             bool wide = false);

@@ -168,6 +168,7 @@ void frmConfig::BuildControls()
     cmdDelList = Make<QPushButton>(picFileList, "cmdDelList", QRect(180, 210, 160, kButtonHeight));
     chkUse = Make<QCheckBox>(picFileList, "chkUse", QRect(12, 248, inner, 22));
     chkAutoDetectFile = Make<QCheckBox>(picFileList, "chkAutoDetectFile", QRect(12, 276, inner, 22));
+    chkRecoverNames = Make<QCheckBox>(picFileList, "chkRecoverNames", QRect(12, 304, inner, 22));
     for (QPushButton *button : {cmdAddList, cmdDelList}) button->setAutoDefault(false);
     connect(cmdAddList, &QPushButton::clicked, this, &frmConfig::cmdAddList_Click);
     connect(cmdDelList, &QPushButton::clicked, this, &frmConfig::cmdDelList_Click);
@@ -217,6 +218,7 @@ void frmConfig::ApplyTexts()
     cmdDelList->setText(t.ConfigRemoveList);
     chkUse->setText(t.ConfigUseList);
     chkAutoDetectFile->setText(t.ConfigAutoDetectFile);
+    chkRecoverNames->setText(t.ConfigRecoverNames);
     lblLanguage->setText(t.ConfigSelectLanguage);
     cmdOK->setText(t.ConfigOk);
     cmdCancel->setText(t.ConfigCancel);
@@ -226,8 +228,8 @@ void frmConfig::Form_Load()
 {
     for (QWidget *control : {picGeneral, picCompression, picFileList, picLanguage}) Paint(control, true);
     for (QWidget *control : std::initializer_list<QWidget *>{frmDefault, frmCustom, frmAudioComp, chkEncrypt,
-                                                             chkAssociate, chkUse, chkAutoDetectFile, optAudio[0],
-                                                             optAudio[1], optAudio[2]})
+                                                             chkAssociate, chkUse, chkAutoDetectFile, chkRecoverNames,
+                                                             optAudio[0], optAudio[1], optAudio[2]})
         Paint(control, false);
 
     // The settings file into AppConfig: rules, numbers, switches, list files.
@@ -266,6 +268,7 @@ void frmConfig::Form_Load()
     lstFileLists->addItems(listPaths);
     chkUse->setChecked(config_.UseLists != 0);
     chkAutoDetectFile->setChecked(config_.AutoDetectFile != 0);
+    chkRecoverNames->setChecked(config_.RecoverNames != 0);
 
     tabConfig->blockSignals(true);
     tabConfig->setCurrentIndex(0);
@@ -465,6 +468,7 @@ void frmConfig::cmdOK_Click()
         if (!kept.contains(lstFileLists->item(row)->text())) delete lstFileLists->takeItem(row);
     config_.ListFiles = ListFilesText(kept);
     config_.AutoDetectFile = chkAutoDetectFile->isChecked() ? 1 : 0;
+    config_.RecoverNames = chkRecoverNames->isChecked() ? 1 : 0;
 
     SaveAppConfig(config_, kept, associate, language);
     QDialog::accept();

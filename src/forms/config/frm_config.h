@@ -103,6 +103,7 @@ private:
     QPushButton *cmdDelList = nullptr;
     QCheckBox *chkUse = nullptr;
     QCheckBox *chkAutoDetectFile = nullptr;
+    QCheckBox *chkRecoverNames = nullptr;
     QLabel *lblLanguage = nullptr;
     QListWidget *lvLanguages = nullptr;
     QPushButton *cmdOK = nullptr;
