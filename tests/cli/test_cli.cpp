@@ -31,6 +31,8 @@ private slots:
         WriteFile(f + "/text.mpq", "just some text\n");
         WriteFile(f + "/empty.mpq", {});
         WriteFile(f + "/src.txt", "source");
+        WriteFile(f + "/bare.w3x", HandMadeArchive(16, {{"war3map.j", "call X(\"war3mapImported\\\\a.blp\")"},
+                                                     {"war3mapImported\\a.blp", "BLP1"}}));
         WriteFile(f + "/game.exe", ExeBytes(1000));
         WriteFile(f + "/embedded.exe", ExeBytes(1024) + ArchiveBytes(700));
         WriteFile(f + "/plain.mpq", ArchiveBytes(300));
@@ -56,6 +58,9 @@ private slots:
         row("embed", {"embed", "@/game.exe", "@/plain.mpq"}, 0, "");
         row("split", {"-v", "split", "@/embedded.exe", "--mpq", "@/split.mpq"}, 0, "");
         row("help", {"--help"}, 0, "Usage: arcavera-cli");
+        row("names", {"names", "@/bare.w3x"}, 0, "war3map.j\nwar3mapImported\\a.blp\n");
+        row("list recovering names", {"list", "@/bare.w3x"}, 0, "war3mapImported\\a.blp\tblp\t");
+        row("list with --no-scan", {"list", "@/bare.w3x", "--no-scan"}, 0, "~unknowns\\");
         // Bad usage.
         row("no command", {}, 1, "Usage:");
         row("unknown command", {"explode", "x"}, 1, "unknown command: explode");

@@ -185,12 +185,16 @@ private slots:
         Find<QLineEdit>(dialog.get(), "txtMaxFiles")->setText("4096");
         Find<QCheckBox>(dialog.get(), "chkEncrypt")->setChecked(true);
         Find<QCheckBox>(dialog.get(), "chkAssociate")->setChecked(true);
+        auto *recover = Find<QCheckBox>(dialog.get(), "chkRecoverNames");
+        QVERIFY(recover->isChecked());  // on by default
+        recover->setChecked(false);
         auto *languages = Find<QListWidget>(dialog.get(), "lvLanguages");
         languages->setCurrentItem(languages->findItems("English", Qt::MatchExactly).value(0));
         dialog->show();
         Find<QPushButton>(dialog.get(), "cmdOK")->click();
         QVERIFY(!dialog->isVisible());
-        QCOMPARE(QList<int>({config.DefaultDeflateLevel, config.DefaultMaxFiles, config.Encrypt}), QList<int>({5, 4096, 1}));
+        QCOMPARE(QList<int>({config.DefaultDeflateLevel, config.DefaultMaxFiles, config.Encrypt, config.RecoverNames}),
+                 QList<int>({5, 4096, 1, 0}));
         QCOMPARE(config.ListFiles + ReadIni("Config", "DefaultMaxFiles", config.IniPath, {}), list + "\r\n4096");
         QCOMPARE(ReadLanguage(config.IniPath) + " " + dialog->windowTitle(), QStringLiteral("English.lng Configuration"));
         QCOMPARE(ReadRegistry("HKEY_CLASSES_ROOT\\.mpq\\"), QStringLiteral("Mpq.Archive"));

@@ -325,6 +325,7 @@ private slots:
         QFETCH(QString, currentAfter);
         const QString archive = FreshArchive();
         auto window = Start(archive);
+        QVERIFY(IndexOf(*window, "(listfile)").isValid());  // the internal list under its own name
         ScriptedDialogs dialogs;
         dialogs.messageAnswers = {answer};
         Select(*window, selected, current);
