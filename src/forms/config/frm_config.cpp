@@ -162,13 +162,13 @@ void frmConfig::BuildControls()
 
     // List files
     lblFileList = Make<QLabel>(picFileList, "lblFileList", QRect(12, 10, inner, 18));
-    lstFileLists = Make<QListWidget>(picFileList, "lstFileLists", QRect(12, 32, inner, 170));
+    lstFileLists = Make<QListWidget>(picFileList, "lstFileLists", QRect(12, 32, inner, 142));
     lstFileLists->setSelectionMode(QAbstractItemView::SingleSelection);
-    cmdAddList = Make<QPushButton>(picFileList, "cmdAddList", QRect(12, 210, 160, kButtonHeight));
-    cmdDelList = Make<QPushButton>(picFileList, "cmdDelList", QRect(180, 210, 160, kButtonHeight));
-    chkUse = Make<QCheckBox>(picFileList, "chkUse", QRect(12, 248, inner, 22));
-    chkAutoDetectFile = Make<QCheckBox>(picFileList, "chkAutoDetectFile", QRect(12, 276, inner, 22));
-    chkRecoverNames = Make<QCheckBox>(picFileList, "chkRecoverNames", QRect(12, 304, inner, 22));
+    cmdAddList = Make<QPushButton>(picFileList, "cmdAddList", QRect(12, 182, 160, kButtonHeight));
+    cmdDelList = Make<QPushButton>(picFileList, "cmdDelList", QRect(180, 182, 160, kButtonHeight));
+    chkUse = Make<QCheckBox>(picFileList, "chkUse", QRect(12, 218, inner, 22));
+    chkAutoDetectFile = Make<QCheckBox>(picFileList, "chkAutoDetectFile", QRect(12, 246, inner, 22));
+    chkRecoverNames = Make<QCheckBox>(picFileList, "chkRecoverNames", QRect(12, 274, inner, 22));
     for (QPushButton *button : {cmdAddList, cmdDelList}) button->setAutoDefault(false);
     connect(cmdAddList, &QPushButton::clicked, this, &frmConfig::cmdAddList_Click);
     connect(cmdDelList, &QPushButton::clicked, this, &frmConfig::cmdDelList_Click);
