@@ -34,19 +34,7 @@ max=$((count + count / 2))
 ini="$work/bench.ini"
 printf '[Config]\nDefaultMaxFiles=%s\nExtCount=0\n' "$max" > "$ini"
 
-best() {  # best wall time in seconds of running "$@" $runs times; `prepare` runs before each
-  local best_time=""
-  for _ in $(seq "$runs"); do
-    prepare
-    local start end t
-    start=$(date +%s.%N)
-    "$@" > /dev/null 2>&1
-    end=$(date +%s.%N)
-    t=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.4f", b - a }')
-    if [ -z "$best_time" ] || awk -v t="$t" -v b="$best_time" 'BEGIN { exit !(t < b) }'; then best_time=$t; fi
-  done
-  echo "$best_time"
-}
+source bench/best_time.sh
 
 prepare() { rm -f "$work/plain.mpq" "$work/ours.mpq"; }
 plain_add=$(best "$build_dir/bench/arcavera-bench-plain-add" "$work/plain.mpq" "$files" "$max")

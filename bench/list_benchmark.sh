@@ -18,18 +18,7 @@ echo "Making an archive of $count files..."
 ini="$work/bench.ini"   # no external lists, detection on: the defaults
 : > "$ini"
 
-best() {  # best wall time in seconds of running "$@" $runs times
-  local best_time=""
-  for _ in $(seq "$runs"); do
-    local start end t
-    start=$(date +%s.%N)
-    "$@" > "$work/out.txt"
-    end=$(date +%s.%N)
-    t=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.4f", b - a }')
-    if [ -z "$best_time" ] || awk -v t="$t" -v b="$best_time" 'BEGIN { exit !(t < b) }'; then best_time=$t; fi
-  done
-  echo "$best_time"
-}
+source bench/best_time.sh
 
 plain=$(best "$build_dir/bench/arcavera-bench-plain" "$archive" 2>/dev/null)
 plain_rows=$("$build_dir/bench/arcavera-bench-plain" "$archive" 2>/dev/null | wc -l)

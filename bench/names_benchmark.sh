@@ -22,18 +22,7 @@ ini="$work/bench.ini"   # no external lists, detection and recovery on: the defa
 : > "$ini"
 cli="$build_dir/arcavera-cli"
 
-best() {  # best wall time in seconds of running "$@" $runs times
-  local best_time=""
-  for _ in $(seq "$runs"); do
-    local start end t
-    start=$(date +%s.%N)
-    "$@" > "$work/out.txt"
-    end=$(date +%s.%N)
-    t=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.4f", b - a }')
-    if [ -z "$best_time" ] || awk -v t="$t" -v b="$best_time" 'BEGIN { exit !(t < b) }'; then best_time=$t; fi
-  done
-  echo "$best_time"
-}
+source bench/best_time.sh
 
 compare() {  # label archive target
   local floor ours nameless_floor nameless_ours

@@ -27,21 +27,12 @@ printf '[Config]\nDefaultMaxFiles=4096\nExtCount=1\nExt1=.bin,0,0\n' > "$work/a.
 rm -rf "$work/src/big"
 head -c 3000 /dev/urandom | base64 > "$work/src/small/new.txt"
 
-best() {  # best wall time in seconds of running "$@" $runs times on a fresh copy
-  local best_time=""
-  for _ in $(seq "$runs"); do
-    rm -f "$work/copy.mpq"
-    cp "$work/master.mpq" "$work/copy.mpq"
-    sync
-    local start end t
-    start=$(date +%s.%N)
-    "$@" > /dev/null 2>&1
-    end=$(date +%s.%N)
-    t=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.4f", b - a }')
-    if [ -z "$best_time" ] || awk -v t="$t" -v b="$best_time" 'BEGIN { exit !(t < b) }'; then best_time=$t; fi
-  done
-  echo "$best_time"
+prepare() {  # each run on a fresh copy
+  rm -f "$work/copy.mpq"
+  cp "$work/master.mpq" "$work/copy.mpq"
+  sync
 }
+source bench/best_time.sh
 
 plain=$(best "$build_dir/bench/arcavera-bench-plain-update" "$work/copy.mpq" "$work/src/small/new.txt" new.txt)
 ours=$(best "$build_dir/arcavera-cli" --ini "$work/a.ini" add "$work/copy.mpq" "$work/src/small/new.txt")

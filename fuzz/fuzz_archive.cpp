@@ -1,7 +1,8 @@
 // libFuzzer target: an archive made of the input goes through what opening
 // it in Arcavera does: the Classic listing (names from the internal list,
-// type detection of the nameless), then a read of every listed file, as an
-// extraction reads it. The engine opens paths, so the input is written to a
+// the standard names and the archive's own files, type detection of the
+// nameless), then a read of every listed file, as an extraction reads it;
+// and the input once more as a file whose bytes mention names. The engine opens paths, so the input is written to a
 // file of this process first.
 #include <unistd.h>
 
@@ -14,6 +15,7 @@
 #include "config/app_config.h"
 #include "config/listing_setup.h"
 #include "listing/classic_listing.h"
+#include "listing/name_scanner.h"
 #include "mpq/mpq_library.h"
 
 namespace {
@@ -58,7 +60,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     CollectingPorts ports;
     ListingPorts listing{ports, ports, ports};
     qint64 totalSize = 0;
-    LoadArchiveClassic(path, ListingOptionsOf(config), listing, totalSize);
+    ListingOptions options = ListingOptionsOf(config);  // names recovered from the archive's own files too
+    options.standardNames = QStringLiteral(ARCAVERA_STANDARD_NAMES);
+    LoadArchiveClassic(path, options, listing, totalSize);
+    // The same bytes as a file that mentions names: text, an import list.
+    CandidateNames(QByteArray::fromRawData(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)),
+                   QByteArrayLiteral("war3mapImported\\"));
 
     if (const mpq::Archive archive = mpq::SFileOpenArchive(ArchivePath()))
         for (const ListRow &row : ports.rows) ReadWhole(archive.get(), row.Tag);

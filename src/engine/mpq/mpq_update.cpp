@@ -156,9 +156,9 @@ const TFileEntry *EntryOf(HANDLE storm, const char *engineName)
 }
 
 // Whether a name stands for the internal list of an update that keeps the
-// list current. The list does not name itself, so the user meets it as a
-// "~unknowns" entry; deleting or renaming it would take every name of the
-// archive with it, and the list is the engine's to keep.
+// list current, under "(listfile)" or its "~unknowns" name: deleting or
+// renaming it would take every name of the archive with it, and the list is
+// the engine's to keep.
 bool IsKeptList(MpqHandle update, const std::string &engineName)
 {
     if (!update->keepsList) return false;

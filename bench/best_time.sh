@@ -1,0 +1,16 @@
+# Sourced by the benchmark scripts.
+# best COMMAND...: the best wall time in seconds of $runs runs of COMMAND, its
+# output dropped. A shell function `prepare`, where the script defines one,
+# runs before each run and is not timed.
+best() {
+  local best_time="" start end t
+  for _ in $(seq "$runs"); do
+    if declare -F prepare > /dev/null; then prepare; fi
+    start=$(date +%s.%N)
+    "$@" > /dev/null 2>&1
+    end=$(date +%s.%N)
+    t=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.4f", b - a }')
+    if [ -z "$best_time" ] || awk -v t="$t" -v b="$best_time" 'BEGIN { exit !(t < b) }'; then best_time=$t; fi
+  done
+  echo "$best_time"
+}
