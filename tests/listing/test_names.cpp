@@ -3,6 +3,7 @@
 #include <QtTest>
 
 #include "listing/classic_listing.h"
+#include "listing/explorer_listing.h"
 #include "listing/name_scanner.h"
 #include "support/archive_factory.h"
 #include "support/recording_ports.h"
@@ -137,6 +138,18 @@ private slots:
         QCOMPARE(recovered.named, expected);
         QCOMPARE(recovered.nameless.size(), 1);  // the file nothing mentions, typed by its first bytes
         QVERIFY(recovered.nameless.first().endsWith(QLatin1String(".png")));
+
+        // The Explorer style's tree has the folders of the names found.
+        RecordingPorts rows;
+        RecordingTree tree;
+        auto ports = rows.ports();
+        qint64 total = 0;
+        ListingOptions recovering;
+        recovering.recoverNames = true;
+        recovering.standardNames = kStandardNames;
+        QVERIFY(LoadArchiveExplorer(path, recovering, ports, tree, total));
+        for (const QString &name : expected)
+            if (name.contains('\\')) QVERIFY2(tree.keys.contains(UpperKey(name.left(name.lastIndexOf('\\') + 1))), qPrintable(name));
 
         CollectingPorts status;
         ListingOptions off;  // the names command recovers whatever the setting says

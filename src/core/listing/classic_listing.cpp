@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "listing/explorer_listing.h"
-#include "listing/name_scanner.h"
 #include "listing/name_sources.h"
 #include "listing/names.h"
 #include "listing/slot_progress.h"
@@ -52,7 +51,6 @@ void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const Listi
     if (n <= 1) return;
     std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
     BuildFileLists(archive, path, records, options, ports.status);
-    if (options.recoverNames) RecoverNames(archive, records, options.standardNames);
     SlotProgress progress(ports, options, n);
     progress.Start();
     if (clearRows) ports.rows.ClearRows();

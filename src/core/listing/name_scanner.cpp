@@ -282,7 +282,9 @@ QList<QByteArray> ScanArchiveNames(const QString &path, const ListingOptions &op
     const std::int64_t n = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
     if (n <= 1) return {};
     std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
-    BuildFileLists(archive.get(), path, records, options, status);
+    ListingOptions listsAlone = options;
+    listsAlone.recoverNames = false;
+    BuildFileLists(archive.get(), path, records, listsAlone, status);
     QList<QByteArray> names = RecoverNames(archive.get(), records, options.standardNames);
     std::sort(names.begin(), names.end(), [](const QByteArray &a, const QByteArray &b) {
         return qstricmp(a.constData(), b.constData()) < 0;

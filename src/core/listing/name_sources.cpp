@@ -1,6 +1,7 @@
 #include "listing/name_sources.h"
 
 #include "listing/content_type.h"
+#include "listing/name_scanner.h"
 #include "listing/text_encoding.h"
 #include "listing/type_detection.h"
 
@@ -32,6 +33,7 @@ void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
     }
     const QByteArray listText = FormListText(found, internalList, options.useLists, options.listFiles);
     mpq::SFileListFiles(archive, listText.toStdString(), records, 0);
+    if (options.recoverNames) RecoverNames(archive, records, options.standardNames);
 }
 
 QByteArray ProbeUnknownEntry(mpq::MpqHandle archive, const QByteArray &storedName, bool autoDetect, bool wide)

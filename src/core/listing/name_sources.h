@@ -18,7 +18,9 @@ QByteArray FormListText(bool internalListFound, const QByteArray &internalList, 
                         const QString &listFiles);
 
 // Reads the internal list, forms the list text and lets the engine fill the
-// records. A failure leaves the records zero, which lists nothing.
+// records; with options.recoverNames, then recovers what names it can for
+// the records still nameless. A failure leaves the records zero, which lists
+// nothing.
 void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
                     std::vector<mpq::FileListEntry> &records, const ListingOptions &options,
                     StatusPanel &status);
