@@ -61,16 +61,16 @@ ExtensionRule ParseRule(const QString &text);
 
 // Fills config from config.IniPath: the rules, DefaultMaxFiles, Encrypt,
 // DefaultCompression, DefaultDeflateLevel, the list files, UseLists,
-// AutoDetectFile and RecoverNames. Only list files that exist now are taken; they also go to
-// listPathsOut, for the dialog's list.
+// AutoDetectFile and RecoverNames. Only list files that exist now are taken;
+// they also go to listPathsOut, for the dialog's list.
 void LoadAppConfig(AppConfig &config, QStringList *listPathsOut = nullptr);
 
 // Writes what the configuration dialog's OK stores, in this order:
 // DefaultCompression, DefaultDeflateLevel, DefaultMaxFiles, Associate,
 // Encrypt, ExtCount and Ext1.., Language, UseLists, the list files File1..
-// and Count, AutoDetectFile, RecoverNames. Only list paths that are files now are written
-// (ExistingFiles gives the caller the same list). Shorter lists leave their
-// higher numbered keys in the file.
+// and Count, AutoDetectFile, RecoverNames. Only list paths that are files now
+// are written (ExistingFiles gives the caller the same list). Shorter lists
+// leave their higher numbered keys in the file.
 void SaveAppConfig(const AppConfig &config, const QStringList &listPaths, bool associate,
                    const QString &languageFile);
 
