@@ -5,12 +5,15 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <unistd.h>
+
 #include <limits>
 #include <set>
 
 #include "config/app_config.h"
 #include "editing/add_files.h"
 #include "editing/archive_check.h"
+#include "editing/compact.h"
 #include "editing/delete_rename.h"
 #include "editing/extract_files.h"
 #include "editing/helpers/file_walk.h"
@@ -494,6 +497,72 @@ private slots:
         QVERIFY(RunSmpq({"-x", "made.mpq"}, check));
         QVERIFY(QFile::remove(check + "/made.mpq"));
         QCOMPARE(Tree(check), (QMap<QString, QByteArray>{{"c.txt", ContentOf(2)}, {"sub/", "<dir>"}, {"sub/d.txt", ContentOf(1)}}));
+    }
+
+    // The room of deleted files comes back; the files that stay read as before.
+    void compactGivesBackTheRoom()
+    {
+        QList<StoredFile> all, kept;
+        for (int i = 0; i < 2000; ++i) {
+            all.append({"units\\f" + QByteArray::number(i) + ".bin", Noise(3000 + i % 7, quint32(i))});
+            if (i % 20 == 0) kept.append(all.last());
+        }
+        const QString archive = Path("compact.mpq"), fresh = Path("fresh.mpq");
+        QVERIFY(MakeArchive(archive, all, Path("scratch-compact"), 2048));
+        QVERIFY(MakeArchive(fresh, kept, Path("scratch-fresh"), 2048));
+        QList<QByteArray> gone;
+        for (int i = 0; i < 2000; ++i)
+            if (i % 20 != 0) gone.append(all[i].name);
+        BatchTrace trace;
+        QCOMPARE(DeleteStoredFiles(archive, gone, 2048, trace).deleted, 1900);
+        CollectingPorts ports;
+        const CompactReport report = CompactArchive(archive, ListingOptions{}, ports);
+        QCOMPARE(report.archive, Refusal::None);
+        QVERIFY2(report.sizeAfter <= 1.2 * double(QFileInfo(fresh).size()), qPrintable(QString::number(report.sizeAfter)));
+        QVERIFY(report.sizeBefore > 5 * report.sizeAfter);
+        QCOMPARE(int(List(archive, InternalList(archive)).size()), 101);  // and the internal list
+        for (const StoredFile &file : kept) QCOMPARE(ReadStored(archive, file.name.toStdString()), file.data);
+    }
+
+    // A compaction that cannot finish leaves every byte of the archive.
+    void compactFailsWhole_data()
+    {
+        QTest::addColumn<QString>("why");
+        QTest::addColumn<Refusal>("refusal");
+        QTest::newRow("full disk") << "full disk" << Refusal::ArchiveNotWritten;
+        QTest::newRow("read-only folder") << "read-only" << Refusal::NotWritable;
+        QTest::newRow("a file without a name") << "nameless" << Refusal::Nameless;
+    }
+    void compactFailsWhole()
+    {
+        QFETCH(QString, why);
+        QFETCH(Refusal, refusal);
+        if (why == "read-only" && ::geteuid() == 0) QSKIP("root writes into read-only folders");
+        const QString folder = CaseFolder(dir.path());
+        QString archive = folder + "/a.mpq";
+        if (why == "nameless")
+            archive = WriteFile(archive, HandMadeArchive(16, {{"named.txt", "a"}, {"other.txt", "b"}}));
+        else
+            QVERIFY(MakeArchive(archive, {{"a.txt", Noise(40000, 1)}, {"b.txt", Noise(40000, 2)}}, folder + "-src"));
+        if (why != "nameless") {
+            BatchTrace trace;
+            QCOMPARE(DeleteStoredFiles(archive, {"a.txt"}, 64, trace).deleted, 1);
+        }
+        const QByteArray before = ReadFile(archive);
+        CollectingPorts ports;
+        ListingOptions options;
+        options.listFiles = WriteFile(folder + "-list.txt", "named.txt\r\n") + "\r\n";  // "other.txt" stays nameless
+        CompactReport report;
+        {
+            const FileSizeLimit limit(why == "full disk" ? rlim_t(before.size() / 2) : RLIM_INFINITY);
+            if (why == "read-only") QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
+            report = CompactArchive(archive, options, ports);
+            QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        }
+        QCOMPARE(report.archive, refusal);
+        QCOMPARE(ReadFile(archive), before);
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{"a.mpq"});  // no copy left behind
+        if (why == "nameless") QCOMPARE(report.nameless.size(), 1);
     }
 };
 

@@ -15,6 +15,7 @@ enum class Refusal {
     NotCreatable,       // there was no archive, and none (or no folder) can be made at the path
     NotWritable,        // the archive reads, but cannot be opened for a change
     ArchiveNotWritten,  // the change could not be written at its end: the archive is as it was before
+    Nameless,           // compact: a stored file has no name to be rewritten under; nothing was changed
 
     // One name of a batch; the others still go on.
     NotStored,           // delete, rename: the archive stores no file of the name

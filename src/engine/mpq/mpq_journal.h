@@ -82,6 +82,11 @@ private:
 // writable): the archive is then left as it is.
 bool RecoverInterruptedUpdate(const std::string &archivePath);
 
+// The folder of a path ("." for a bare name), and a sync of a folder's
+// entries, for a rename or a new file to last.
+std::string FolderOf(const std::string &path);
+void SyncFolder(const std::string &folder);
+
 // Where the journal of an update of `archivePath` lives: beside the archive,
 // or, when `fallback` is set, in the user's state folder.
 std::string JournalPath(const std::string &archivePath, bool fallback = false);

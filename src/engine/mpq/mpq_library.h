@@ -153,6 +153,17 @@ bool MpqAddWaveToArchive(MpqHandle update, const std::string &sourcePath,
 bool MpqDeleteFile(MpqHandle update, const std::string &storedName);
 bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName);
 
+// Compaction: the archive rewritten without the room that deleted and
+// replaced files left, on a copy beside it that then takes its place, so that
+// a failure at any point leaves the archive as it was. `names` are the stored
+// names of its files; a file that none of them (nor the archive's own list)
+// names could not be rewritten, and the archive is then left alone.
+enum class CompactResult { Done, NotAnArchive, NotWritable, Nameless, NotWritten };
+// Called as files are moved: bytes done, bytes in all.
+using CompactProgress = void (*)(void *context, std::uint64_t done, std::uint64_t total);
+CompactResult MpqCompactArchive(const std::string &path, const std::vector<std::string> &names,
+                                CompactProgress progress = nullptr, void *context = nullptr);
+
 // The engine's name and version, cut to fit `length` bytes with the closing
 // zero. Returns the length of what was written, the closing zero counted; 0
 // when nothing fits.

@@ -1,0 +1,26 @@
+// Compaction: an archive rewritten without the room that deleted and
+// replaced files left.
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include "editing/refusal.h"
+#include "listing/listing_options.h"
+#include "listing/reporting.h"
+
+struct CompactReport {
+    Refusal archive = Refusal::None;  // None when it was compacted
+    QList<QByteArray> nameless;       // Nameless: the files no list or scan names
+    qint64 sizeBefore = 0;            // the file's length before and after
+    qint64 sizeAfter = 0;
+};
+
+// Compacts the archive at `path`. Its files keep the names a listing with
+// `options` gives them (lists and recovered names), which also go into its
+// internal list; with a file that none names the archive is left alone
+// (Nameless). Any failure leaves the archive as it was (NotWritable,
+// ArchiveNotWritten). Progress goes to `progress`, 0 to 100, as files move;
+// the status texts are the caller's.
+CompactReport CompactArchive(const QString &path, const ListingOptions &options, ProgressBar &progress);
