@@ -2,6 +2,7 @@
 #include <QDir>
 #include <QFile>
 #include <QRandomGenerator>
+#include <QtEndian>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -13,6 +14,7 @@
 #include "config/app_config.h"
 #include "editing/add_files.h"
 #include "editing/archive_check.h"
+#include "editing/archive_update.h"
 #include "editing/compact.h"
 #include "editing/delete_rename.h"
 #include "editing/extract_files.h"
@@ -497,6 +499,40 @@ private slots:
         QVERIFY(RunSmpq({"-x", "made.mpq"}, check));
         QVERIFY(QFile::remove(check + "/made.mpq"));
         QCOMPARE(Tree(check), (QMap<QString, QByteArray>{{"c.txt", ContentOf(2)}, {"sub/", "<dir>"}, {"sub/d.txt", ContentOf(1)}}));
+    }
+
+    // A new archive in the format and with the table asked for; nothing
+    // with content is made one.
+    void createArchive_data()
+    {
+        QTest::addColumn<int>("format");
+        QTest::addColumn<int>("maxFiles");
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<Refusal>("refusal");
+        QTest::addColumn<QList<int>>("header");  // header size, format (0 for the first), hash slots
+        QTest::newRow("format 1") << 1 << 1024 << QByteArray() << Refusal::None << QList<int>{32, 0, 1024};
+        QTest::newRow("format 2, rounded up") << 2 << 5000 << QByteArray() << Refusal::None << QList<int>{44, 1, 8192};
+        QTest::newRow("hand-edited count") << 1 << -3 << QByteArray() << Refusal::None << QList<int>{32, 0, 2};
+        QTest::newRow("a file with content") << 1 << 64 << QByteArray("text") << Refusal::NameInUse << QList<int>{};
+    }
+    void createArchive()
+    {
+        QFETCH(int, format);
+        QFETCH(int, maxFiles);
+        QFETCH(QByteArray, before);
+        QFETCH(Refusal, refusal);
+        QFETCH(QList<int>, header);
+        const QString path = WriteFile(CaseFolder(dir.path()) + "/new.mpq", before);
+        QCOMPARE(CreateArchive(path, format, maxFiles), refusal);
+        const QByteArray bytes = ReadFile(path);
+        if (refusal != Refusal::None) {
+            QCOMPARE(bytes, before);
+            return;
+        }
+        QVERIFY(bytes.startsWith("MPQ\x1A"));
+        const auto word = [&](int at) { return int(qFromLittleEndian<quint32>(bytes.constData() + at)); };
+        QCOMPARE((QList<int>{word(4), int(qFromLittleEndian<quint16>(bytes.constData() + 12)), word(24)}), header);
+        QCOMPARE(CheckArchive(path, ArchiveUse::Read), Refusal::None);
     }
 
     // The room of deleted files comes back; the files that stay read as before.

@@ -10,6 +10,9 @@ namespace {
 // The largest count the settings dialog lets the user type (six digits).
 constexpr qint32 kLargestMaxFiles = 999999;
 
+// The table room asked of the engine for a count of the settings.
+std::uint32_t TableRoom(qint32 maxFiles) { return static_cast<std::uint32_t>(std::clamp(maxFiles, 1, kLargestMaxFiles)); }
+
 }  // namespace
 
 mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why)
@@ -21,7 +24,7 @@ mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFi
     // dialog accepts go as they are (0 means the smallest table either way);
     // a hand-edited file may hold any 32-bit number, and StormLib fails to
     // create, or crashes while closing, an archive of 2^27 slots and more.
-    const auto maximumFiles = static_cast<std::uint32_t>(std::clamp(defaultMaxFiles, 1, kLargestMaxFiles));
+    const auto maximumFiles = TableRoom(defaultMaxFiles);
     mpq::Update update = mpq::MpqOpenArchiveForUpdate(
         archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_OPEN_EXISTING, maximumFiles);
     // An empty file (what New leaves) or no file at all becomes an archive
@@ -31,4 +34,12 @@ mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFi
                                               maximumFiles);
     why = update ? Refusal::None : WhyUpdateNotOpened(archivePath, hadContent);
     return update;
+}
+
+Refusal CreateArchive(const QString &archivePath, int format, qint32 maxFiles)
+{
+    if (HasContent(archivePath)) return Refusal::NameInUse;
+    const std::uint32_t flags = mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW | (format == 2 ? mpq::MOAU_FORMAT_2 : 0);
+    mpq::Update update = mpq::MpqOpenArchiveForUpdate(PathBytes(archivePath).toStdString(), flags, TableRoom(maxFiles));
+    return update && update.Close() ? Refusal::None : Refusal::NotCreatable;
 }

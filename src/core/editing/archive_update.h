@@ -15,3 +15,10 @@
 // both fail, with `why` telling the reason (NotCreatable, NotWritable or
 // NotAnArchive); else `why` is None. The update is written at its Close().
 mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why);
+
+// Makes an archive with no files at `archivePath`, in format 1 (what
+// WarCraft III and StarCraft read) or 2 (archives over 4 GiB), with room for
+// `maxFiles` files (held as above). Only an absent or empty file is made an
+// archive: NameInUse for a file with content, which is left as it is,
+// NotCreatable when none can be made there, else None.
+Refusal CreateArchive(const QString &archivePath, int format, qint32 maxFiles);

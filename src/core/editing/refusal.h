@@ -26,7 +26,8 @@ enum class Refusal {
     OutsideFolder,       // extract: its name would climb out of the folder
     Linked,              // extract: a link stands in its place below the folder; nothing went through it
     DiskFailure,         // extract: a folder or the file could not be made; the batch ended there
-    NameInUse,           // rename: a file is stored under the new name already (the old one itself too)
+    NameInUse,           // rename: a file is stored under the new name already (the old one itself too);
+                         // create: a file with content stands at the path
 };
 
 // A name of a batch and why it was refused: a disk path relative to the

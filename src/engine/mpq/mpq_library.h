@@ -79,6 +79,7 @@ inline constexpr std::uint32_t MOAU_MAINTAIN_LISTFILE = 0x01;  // keep "(listfil
 inline constexpr std::uint32_t MOAU_OPEN_EXISTING = 0x04;      // open; fail on anything but an archive
 inline constexpr std::uint32_t MOAU_CREATE_ALWAYS = 0x08;      // create, replacing whatever is there
 inline constexpr std::uint32_t MOAU_OPEN_ALWAYS = 0x20;        // open, or create when absent or empty
+inline constexpr std::uint32_t MOAU_FORMAT_2 = 0x1000;         // create in format 2 (archives over 4 GiB)
 
 // The marker at the start of the name of a stored file that no list names.
 inline constexpr const char *kUnknownPrefix = "~unknowns\\";

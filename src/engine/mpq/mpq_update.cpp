@@ -231,7 +231,7 @@ Update MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
         journal = UpdateJournal::Begin(path);
         if (!journal) return nullptr;
         if (exists && ::unlink(path.c_str()) != 0) return nullptr;
-        DWORD createFlags = MPQ_CREATE_ARCHIVE_V1;
+        DWORD createFlags = (flags & MOAU_FORMAT_2) ? MPQ_CREATE_ARCHIVE_V2 : MPQ_CREATE_ARCHIVE_V1;
         if (flags & MOAU_MAINTAIN_LISTFILE) createFlags |= MPQ_CREATE_LISTFILE;
         // StormLib counts the list's own entry on top of the maximum and rounds
         // up to a power of two: ask for one less so that a maximum of 1024
