@@ -52,6 +52,8 @@ constexpr Command kCommands[] = {
     {"mnuExtract",         "mnuAction",  &M::MenuExtract,         Qt::CTRL | Qt::Key_E,  &W::mnuExtract_Click,        A, None, {"extract", 6, &M::ToolBarExtract, &M::ToolBarExtractToolTip}},
     {"mnuRename",          "mnuAction",  &M::MenuRename,          Qt::CTRL | Qt::Key_R,  &W::mnuRename_Click,         A, None, {}},
     {"mnuDelete",          "mnuAction",  &M::MenuDelete,          Qt::Key_Delete,        &W::mnuDelete_Click,         A, None, {"delete", 7, &M::ToolBarDelete, &M::ToolBarDeleteToolTip}},
+    {"mnusep10",           "mnuAction",  nullptr,                 NoKey,                 nullptr,                     N, None, {}},
+    {"mnuCompact",         "mnuAction",  &M::MenuCompact,         NoKey,                 &W::mnuCompact_Click,        A, None, {}},
     {"mnuMakeEXE",         "mnuTool",    &M::MenuMakeEXE,         NoKey,                 &W::mnuMakeEXE_Click,        A, None, {"exe", 11, &M::ToolBarMakeEXE, &M::ToolBarMakeEXEToolTip}},
     {"mnusep5",            "mnuTool",    nullptr,                 NoKey,                 nullptr,                     N, None, {}},
     {"mnuMPQEm",           "mnuTool",    &M::MenuMPQEmbedder,     NoKey,                 &W::mnuMPQEm_Click,          N, None, {}},

@@ -5,7 +5,9 @@
 #include <QApplication>
 
 #include "config/catalogue.h"
+#include "config/listing_setup.h"
 #include "editing/add_files.h"
+#include "editing/compact.h"
 #include "editing/extract_files.h"
 #include "editing/helpers/dialogs.h"
 #include "editing/helpers/file_walk.h"
@@ -102,6 +104,27 @@ frmMPQEmbedder *frmMain::EmbedderDialog()
 }
 
 // The embedder works on files alone, whether an archive is open or not.
+// The archive rewritten without the room of deleted and replaced files, then
+// listed anew.
+void frmMain::mnuCompact_Click()
+{
+    if (!session_.IsOpen()) return;
+    reports_->SetStatusText(Texts().StatusBarCompacting);
+    const CompactReport report = CompactArchive(session_.FileName, ListingOptionsOf(config_), *reports_);
+    if (report.archive == Refusal::Nameless) {
+        reports_->SetStatusText(Texts().StatusBarReady);
+        ShowMessageBox(this, ReplaceValue(Texts().MessageCompactNameless, QString::number(report.nameless.size())),
+                       QString(), MessageButton::OK, MessageIcon::Exclamation, MessageButton::OK);
+        return;
+    }
+    if (report.archive != Refusal::None) {
+        reports_->SetStatusText(Texts().StatusBarNotWritten);
+        return;
+    }
+    mnuRefresh_Click();
+    reports_->SetStatusText(ReplaceValue(Texts().StatusBarCompacted, FormatLength(report.sizeBefore - report.sizeAfter)));
+}
+
 void frmMain::mnuMPQEm_Click() { EmbedderDialog()->exec(); }
 
 void frmMain::mnuPopupInfoFile_Click()

@@ -441,6 +441,45 @@ private slots:
 
     // A drop on an archive that cannot grow (the file-size limit stands for a
     // full disk): the rows and the files stay, and the status bar says so.
+    // Compact gives the room back and lists again; an archive with a file
+    // that has no name is left as it is, and the user is told why.
+    void compactTheArchive_data()
+    {
+        QTest::addColumn<bool>("nameless");
+        QTest::newRow("named") << false;
+        QTest::newRow("a file without a name") << true;
+    }
+    void compactTheArchive()
+    {
+        QFETCH(bool, nameless);
+        const QString archive = dir.filePath(QString("compact %1.mpq").arg(nameless));
+        QByteArray noise(60000, Qt::Uninitialized);
+        QRandomGenerator(3).fillRange(reinterpret_cast<quint32 *>(noise.data()), noise.size() / 4);
+        if (nameless)
+            WriteFile(archive, HandMadeArchive(8, {{"a.bin", noise}}));
+        else
+            QVERIFY(MakeArchive(archive, {{"a.bin", noise}, {"b.bin", noise.left(100)}}, dir.filePath("compact-src")));
+        auto window = Start(archive);
+        if (!nameless) {
+            Select(*window, {"a.bin"}, "a.bin");
+            ScriptedDialogs yes;
+            yes.messageAnswers = {MessageButton::Yes};
+            window->mnuDelete_Click();
+        }
+        const QByteArray before = ReadFile(archive);
+        ScriptedDialogs dialogs;
+        window->mnuCompact_Click();
+        if (nameless) {
+            QCOMPARE(Asked(dialogs), QStringList{"message: 1 file non hanno un nome con cui riscriverli: l'archivio non è stato compattato."});
+            QCOMPARE(ReadFile(archive), before);
+        } else {
+            QVERIFY(Asked(dialogs).isEmpty());
+            QVERIFY(ReadFile(archive).size() < before.size() - 50000);
+            QCOMPARE(Names(*window), QStringList{"b.bin"});
+            QVERIFY(StatusText(*window).startsWith("Archivio compattato: "));
+        }
+    }
+
     void aDropThatCannotBeWrittenSaysSo_data()
     {
         QTest::addColumn<int>("size");

@@ -49,6 +49,7 @@ const CatalogueEntry kCatalogue[] = {
     {"Menu", "Extract", &M::MenuExtract, "&Estrai..."},
     {"Menu", "Rename", &M::MenuRename, "&Rinomina"},
     {"Menu", "Delete", &M::MenuDelete, "&Cancella"},
+    {"Menu", "Compact", &M::MenuCompact, "Co&mpatta archivio"},
     {"Menu", "Tools", &M::MenuTools, "&Strumenti"},
     {"Menu", "MakeEXE", &M::MenuMakeEXE, "&Crea file eseguibile..."},
     {"Menu", "MPQEmbedder", &M::MenuMPQEmbedder, "&MPQ Embedder..."},
@@ -190,6 +191,10 @@ const CatalogueEntry kCatalogue[] = {
     {"StatusBar", "NotWritten", &M::StatusBarNotWritten,
      "Impossibile scrivere l'archivio: è rimasto com'era."},
     {"StatusBar", "NotAdded", &M::StatusBarNotAdded, "File non aggiunti all'archivio: %v"},
+    {"StatusBar", "Compacting", &M::StatusBarCompacting, "Compattazione dell'archivio..."},
+    {"StatusBar", "Compacted", &M::StatusBarCompacted, "Archivio compattato: %v byte recuperati"},
+    {"Message", "CompactNameless", &M::MessageCompactNameless,
+     "%v file non hanno un nome con cui riscriverli: l'archivio non è stato compattato."},
 };
 
 QString Filter(std::initializer_list<std::pair<const QString *, const char *>> pairs)

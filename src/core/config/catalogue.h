@@ -47,6 +47,8 @@ struct MessageStrings {
         StatusBarNotAdded;    // "%v": how many files of an add did not go in
     // Message
     QString MessageDelete, MessageRemoveFileList, MessageCreateDir;
+    // Compaction: the menu entry, its status texts and why it was not done.
+    QString MenuCompact, StatusBarCompacting, StatusBarCompacted, MessageCompactNameless;
     // InfoMPQ: the archive's property dialog
     QString InfoMPQProperty, InfoMPQCompression, InfoMPQPath, InfoMPQName, InfoMPQSize,
         InfoMPQDecompress, InfoMPQNFiles, InfoMPQNFilesView, InfoMPQLast;
