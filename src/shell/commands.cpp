@@ -50,6 +50,7 @@ constexpr Command kCommands[] = {
     {"mnuAdd",             "mnuAction",  &M::MenuAddFiles,        Qt::CTRL | Qt::Key_D,  &W::mnuAdd_Click,            A, None, {"add", 5, &M::ToolBarAdd, &M::ToolBarAddToolTip}},
     {"mnuAddDir",          "mnuAction",  &M::MenuAddDir,          Qt::CTRL | Qt::Key_G,  &W::mnuAddDir_Click,         A, None, {}},
     {"mnuExtract",         "mnuAction",  &M::MenuExtract,         Qt::CTRL | Qt::Key_E,  &W::mnuExtract_Click,        A, None, {"extract", 6, &M::ToolBarExtract, &M::ToolBarExtractToolTip}},
+    {"mnuExtractAll",      "mnuAction",  &M::MenuExtractAll,      NoKey,                 &W::mnuExtractAll_Click,     A, None, {}},
     {"mnuRename",          "mnuAction",  &M::MenuRename,          Qt::CTRL | Qt::Key_R,  &W::mnuRename_Click,         A, None, {}},
     {"mnuDelete",          "mnuAction",  &M::MenuDelete,          Qt::Key_Delete,        &W::mnuDelete_Click,         A, None, {"delete", 7, &M::ToolBarDelete, &M::ToolBarDeleteToolTip}},
     {"mnusep10",           "mnuAction",  nullptr,                 NoKey,                 nullptr,                     N, None, {}},

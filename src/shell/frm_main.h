@@ -72,6 +72,7 @@ public:
     void mnuExtract_Click();
     void mnuDelete_Click();
     void mnuCompact_Click();
+    void mnuExtractAll_Click();
     void mnuRename_Click();
     // The end of an in-place edit of the current row's name with `newString`;
     // `cancel` comes back true when the row keeps its old name.

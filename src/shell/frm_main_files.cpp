@@ -12,6 +12,7 @@
 #include "editing/helpers/dialogs.h"
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
+#include "listing/classic_listing.h"
 #include "properties/archive_properties.h"
 #include "properties/frm_info_file.h"
 #include "properties/frm_info_mpq.h"
@@ -82,6 +83,35 @@ void frmMain::mnuExtract_Click()
     ExtractFiles(session_.FileName, SelectedTags(), folder, *reports_, *reports_);
 }
 
+// Every stored file below a chosen folder, with its folders, whatever the
+// list shows; a summary at the end.
+void frmMain::mnuExtractAll_Click()
+{
+    if (!session_.IsOpen()) return;
+    const QString folder = BrowseForFolder(this, QString(), true);
+    if (folder.isEmpty()) return;
+    CollectingPorts listing;
+    ListingPorts ports{listing, listing, listing};
+    qint64 total = 0;
+    ListingOptions options = ListingOptionsOf(config_);
+    options.autoDetect = false;  // the stored names, without guessed extensions
+    LoadArchiveClassic(session_.FileName, options, ports, total);
+    QList<QByteArray> names;
+    for (const ListRow &row : listing.rows) names.append(row.Tag);
+    const ExtractReport report = ExtractFiles(session_.FileName, names, folder, *reports_, *reports_);
+    const MessageStrings &t = Texts();
+    QStringList summary{ReplaceValue(t.MessageExtractedAll, QString::number(report.extracted))};
+    const std::pair<Refusal, const QString *> reasons[] = {{Refusal::NotRead, &t.MessageExtractNotRead},
+                                                           {Refusal::OutsideFolder, &t.MessageExtractOutside},
+                                                           {Refusal::Linked, &t.MessageExtractLinked}};
+    for (const auto &[why, text] : reasons)
+        if (const qsizetype n = RefusedFor(report.refused, why).size(); n > 0)
+            summary.append(ReplaceValue(*text, QString::number(n)));
+    if (!report.failedPath.isEmpty()) summary.append(ReplaceValue(t.MessageExtractStopped, report.failedPath));
+    ShowMessageBox(this, summary.join(QLatin1Char('\n')), QString(), MessageButton::OK,
+                   report.refused.isEmpty() ? MessageIcon::Information : MessageIcon::Exclamation, MessageButton::OK);
+}
+
 // ---------------------------------------------------------------------------
 // Properties and tools
 
@@ -103,7 +133,6 @@ frmMPQEmbedder *frmMain::EmbedderDialog()
     return embedder_;
 }
 
-// The embedder works on files alone, whether an archive is open or not.
 // The archive rewritten without the room of deleted and replaced files, then
 // listed anew.
 void frmMain::mnuCompact_Click()
@@ -125,6 +154,7 @@ void frmMain::mnuCompact_Click()
     reports_->SetStatusText(ReplaceValue(Texts().StatusBarCompacted, FormatLength(report.sizeBefore - report.sizeAfter)));
 }
 
+// The embedder works on files alone, whether an archive is open or not.
 void frmMain::mnuMPQEm_Click() { EmbedderDialog()->exec(); }
 
 void frmMain::mnuPopupInfoFile_Click()

@@ -480,6 +480,27 @@ private slots:
         }
     }
 
+    // Extract all writes every stored file with its folders, in Explorer style
+    // too, and sums up what it did.
+    void extractAll()
+    {
+        const QString archive = dir.filePath("all.mpq");
+        QVERIFY(MakeArchive(archive, {{"top.txt", "t"}, {"units\\a.mdx", "a"}, {"units\\deep\\b.blp", "b"},
+                                      {"..\\up.txt", "u"}}, dir.filePath("all-src")));
+        auto window = Start(archive, true);
+        const QString out = dir.filePath("all-out");
+        QVERIFY(QDir().mkpath(out));
+        ScriptedDialogs dialogs;
+        dialogs.answers = {{out}};
+        window->mnuExtractAll_Click();
+        QCOMPARE(Asked(dialogs).mid(1), QStringList{"message: File estratti: 4\n"
+                                                    "Rifiutati perché finirebbero fuori dalla cartella: 1"});
+        QMap<QString, QByteArray> written = Tree(out);
+        QVERIFY(written.remove("(listfile)"));  // the archive's own list is a stored file too
+        QCOMPARE(written, (QMap<QString, QByteArray>{{"top.txt", "t"}, {"units/", "<dir>"}, {"units/a.mdx", "a"},
+                                                       {"units/deep/", "<dir>"}, {"units/deep/b.blp", "b"}}));
+    }
+
     void aDropThatCannotBeWrittenSaysSo_data()
     {
         QTest::addColumn<int>("size");

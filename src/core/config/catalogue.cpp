@@ -50,6 +50,7 @@ const CatalogueEntry kCatalogue[] = {
     {"Menu", "Rename", &M::MenuRename, "&Rinomina"},
     {"Menu", "Delete", &M::MenuDelete, "&Cancella"},
     {"Menu", "Compact", &M::MenuCompact, "Co&mpatta archivio"},
+    {"Menu", "ExtractAll", &M::MenuExtractAll, "Estrai &tutto..."},
     {"Menu", "Tools", &M::MenuTools, "&Strumenti"},
     {"Menu", "MakeEXE", &M::MenuMakeEXE, "&Crea file eseguibile..."},
     {"Menu", "MPQEmbedder", &M::MenuMPQEmbedder, "&MPQ Embedder..."},
@@ -195,6 +196,11 @@ const CatalogueEntry kCatalogue[] = {
     {"StatusBar", "Compacted", &M::StatusBarCompacted, "Archivio compattato: %v byte recuperati"},
     {"Message", "CompactNameless", &M::MessageCompactNameless,
      "%v file non hanno un nome con cui riscriverli: l'archivio non è stato compattato."},
+    {"Message", "ExtractedAll", &M::MessageExtractedAll, "File estratti: %v"},
+    {"Message", "ExtractNotRead", &M::MessageExtractNotRead, "Non leggibili nell'archivio: %v"},
+    {"Message", "ExtractOutside", &M::MessageExtractOutside, "Rifiutati perché finirebbero fuori dalla cartella: %v"},
+    {"Message", "ExtractLinked", &M::MessageExtractLinked, "Rifiutati perché al loro posto c'è un link: %v"},
+    {"Message", "ExtractStopped", &M::MessageExtractStopped, "Impossibile scrivere %v: l'estrazione si è fermata lì."},
 };
 
 QString Filter(std::initializer_list<std::pair<const QString *, const char *>> pairs)

@@ -49,6 +49,9 @@ struct MessageStrings {
     QString MessageDelete, MessageRemoveFileList, MessageCreateDir;
     // Compaction: the menu entry, its status texts and why it was not done.
     QString MenuCompact, StatusBarCompacting, StatusBarCompacted, MessageCompactNameless;
+    // Extract all: the menu entry and the lines of its summary.
+    QString MenuExtractAll, MessageExtractedAll, MessageExtractNotRead, MessageExtractOutside, MessageExtractLinked,
+        MessageExtractStopped;
     // InfoMPQ: the archive's property dialog
     QString InfoMPQProperty, InfoMPQCompression, InfoMPQPath, InfoMPQName, InfoMPQSize,
         InfoMPQDecompress, InfoMPQNFiles, InfoMPQNFilesView, InfoMPQLast;
