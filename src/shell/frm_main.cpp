@@ -30,6 +30,7 @@
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
 #include "shell/folder_tree_widget.h"
+#include "shell/write_back.h"
 
 namespace {
 
@@ -81,6 +82,8 @@ void frmMain::BuildControls()
     lblSplitter_->installEventFilter(this);
 
     tvMPQ_ = new FolderTreeWidget(client_);
+    writeBack_ = new WriteBackWatcher(this);
+    connect(writeBack_, &WriteBackWatcher::Saved, this, &frmMain::WriteBack);
     tvMPQ_->setObjectName(QStringLiteral("tvMPQ"));
     tvMPQ_->setVisible(false);
     connect(tvMPQ_, &FolderTreeWidget::NodeClick, this, &frmMain::tvMPQ_NodeClick);
@@ -544,5 +547,7 @@ void frmMain::lwMPQ_DblClick()
     const int row = CurrentRow();
     if (row < 0) return;
     const QString copy = ExtractForViewing(session_.FileName, model_->Row(row).Tag, session_.TempPath, *reports_, *reports_);
-    if (!copy.isEmpty()) ShellOpen(QUrl::fromLocalFile(copy));
+    if (copy.isEmpty()) return;
+    writeBack_->Watch(copy, session_.FileName, model_->Row(row).Tag);
+    ShellOpen(QUrl::fromLocalFile(copy));
 }

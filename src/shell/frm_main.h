@@ -33,6 +33,7 @@ class frmConfig;
 class frmInfoFile;
 class frmInfoMPQ;
 class frmMPQEmbedder;
+class WriteBackWatcher;
 
 // Where the window finds its files. Empty fields take the program's own:
 // the executable's folder, the settings file found from there, the user's
@@ -73,6 +74,10 @@ public:
     void mnuDelete_Click();
     void mnuCompact_Click();
     void mnuExtractAll_Click();
+    // A stored file opened with a double click and saved since in another
+    // program: asks whether to put it back under its stored name.
+    void WriteBack(const QString &copy);
+    WriteBackWatcher *WriteBacks() const { return writeBack_; }
     void mnuRename_Click();
     // The end of an in-place edit of the current row's name with `newString`;
     // `cancel` comes back true when the row keeps its old name.
@@ -191,5 +196,6 @@ private:
     frmConfig *config_dialog_ = nullptr;
     frmInfoFile *infoFile_ = nullptr;
     frmInfoMPQ *infoMPQ_ = nullptr;
+    WriteBackWatcher *writeBack_ = nullptr;
     frmMPQEmbedder *embedder_ = nullptr;
 };

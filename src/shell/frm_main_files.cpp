@@ -13,11 +13,13 @@
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
 #include "listing/classic_listing.h"
+#include "listing/text_encoding.h"
 #include "properties/archive_properties.h"
 #include "properties/frm_info_file.h"
 #include "properties/frm_info_mpq.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
+#include "shell/write_back.h"
 #include "tools/frm_mpq_embedder.h"
 #include "tools/self_executing.h"
 
@@ -110,6 +112,29 @@ void frmMain::mnuExtractAll_Click()
     if (!report.failedPath.isEmpty()) summary.append(ReplaceValue(t.MessageExtractStopped, report.failedPath));
     ShowMessageBox(this, summary.join(QLatin1Char('\n')), QString(), MessageButton::OK,
                    report.refused.isEmpty() ? MessageIcon::Information : MessageIcon::Exclamation, MessageButton::OK);
+}
+
+void frmMain::WriteBack(const QString &copy)
+{
+    const WriteBackWatcher::Origin *origin = writeBack_->OriginOf(copy);
+    if (!origin) return;
+    const QString shown = DecodeBytes(origin->storedName);
+    // Another archive, or this one changed by another command: a silent
+    // write could undo that change.
+    if (!session_.IsOpen() || session_.FileName != origin->archive || !writeBack_->ArchiveUnchanged(copy)) {
+        ShowMessageBox(this, ReplaceValue(Texts().MessageWriteBackStale, shown), QString(), MessageButton::OK,
+                       MessageIcon::Exclamation, MessageButton::OK);
+        return;
+    }
+    if (ShowMessageBox(this, ReplaceValue(Texts().MessageWriteBack, shown), QString(),
+                       MessageButton::Yes | MessageButton::No, MessageIcon::Question,
+                       MessageButton::Yes) != MessageButton::Yes)
+        return;
+    const QByteArray folder = origin->storedName.left(origin->storedName.lastIndexOf('\\') + 1);
+    const QFileInfo file(copy);
+    ListAfterAdd(AddFiles(session_.FileName, {file.fileName()}, file.absolutePath(), folder, config_, *reports_,
+                          *reports_));
+    writeBack_->Rebase(copy);
 }
 
 // ---------------------------------------------------------------------------

@@ -501,6 +501,40 @@ private slots:
                                                        {"units/deep/", "<dir>"}, {"units/deep/b.blp", "b"}}));
     }
 
+    // A stored file opened with a double click and saved in another program
+    // goes back after the question; not once another command changed the
+    // archive since it was opened.
+    void writeBack_data()
+    {
+        QTest::addColumn<bool>("changedSince");
+        QTest::newRow("saved") << false;
+        QTest::newRow("archive changed since") << true;
+    }
+    void writeBack()
+    {
+        QFETCH(bool, changedSince);
+        const QString archive = FreshArchive();
+        auto window = Start(archive);
+        QList<QUrl> opened;
+        SetShellOpener([&](const QUrl &url) { opened.append(url); });
+        Select(*window, {"data\\d.txt"}, "data\\d.txt");
+        window->lwMPQ_DblClick();
+        QCOMPARE(opened.size(), 1);
+        if (changedSince) {
+            Select(*window, {"a.txt"}, "a.txt");
+            ScriptedDialogs yes;
+            yes.messageAnswers = {MessageButton::Yes};
+            window->mnuDelete_Click();
+        }
+        ScriptedDialogs dialogs;
+        dialogs.messageAnswers = {MessageButton::Yes};
+        WriteFile(opened.first().toLocalFile(), "edited");
+        QTRY_COMPARE(Asked(dialogs).size(), 1);
+        QCOMPARE(Asked(dialogs).first().startsWith("message: Il file data\\d.txt è stato salvato"), changedSince);
+        QCOMPARE(ReadStored(archive, "data\\d.txt"), changedSince ? files["data\\d.txt"] : QByteArray("edited"));
+        QCOMPARE(Names(*window).size(), changedSince ? 5 : 6);
+    }
+
     void aDropThatCannotBeWrittenSaysSo_data()
     {
         QTest::addColumn<int>("size");

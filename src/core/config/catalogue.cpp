@@ -196,6 +196,10 @@ const CatalogueEntry kCatalogue[] = {
     {"StatusBar", "Compacted", &M::StatusBarCompacted, "Archivio compattato: %v byte recuperati"},
     {"Message", "CompactNameless", &M::MessageCompactNameless,
      "%v file non hanno un nome con cui riscriverli: l'archivio non è stato compattato."},
+    {"Message", "WriteBack", &M::MessageWriteBack, "Il file %v è stato modificato. Vuoi rimetterlo nell'archivio?"},
+    {"Message", "WriteBackStale", &M::MessageWriteBackStale,
+     "Il file %v è stato salvato, ma l'archivio è stato chiuso o modificato dopo la sua apertura: non è stato "
+     "rimesso nell'archivio."},
     {"Message", "ExtractedAll", &M::MessageExtractedAll, "File estratti: %v"},
     {"Message", "ExtractNotRead", &M::MessageExtractNotRead, "Non leggibili nell'archivio: %v"},
     {"Message", "ExtractOutside", &M::MessageExtractOutside, "Rifiutati perché finirebbero fuori dalla cartella: %v"},

@@ -52,6 +52,8 @@ struct MessageStrings {
     // Extract all: the menu entry and the lines of its summary.
     QString MenuExtractAll, MessageExtractedAll, MessageExtractNotRead, MessageExtractOutside, MessageExtractLinked,
         MessageExtractStopped;
+    // A stored file saved in another program: the question, and why it is not put back.
+    QString MessageWriteBack, MessageWriteBackStale;
     // InfoMPQ: the archive's property dialog
     QString InfoMPQProperty, InfoMPQCompression, InfoMPQPath, InfoMPQName, InfoMPQSize,
         InfoMPQDecompress, InfoMPQNFiles, InfoMPQNFilesView, InfoMPQLast;
