@@ -28,6 +28,7 @@
 #include "listing/row_order.h"
 #include "listing/text_encoding.h"
 #include "properties/archive_properties.h"
+#include "tools/verify_archive.h"
 
 namespace {
 
@@ -76,6 +77,13 @@ constexpr const char *kUsage =
     "                  list prints), modified (local time, ISO 8601) and saving\n"
     "                  (1 - size / unpacked, in percent; - when nothing is\n"
     "                  listed).\n"
+    "  verify ARCHIVE  Check every file the list would print: read whole, and\n"
+    "                  compared with the checksums the archive keeps of it (of\n"
+    "                  its sectors, and its CRC32 and MD5 in (attributes)); then\n"
+    "                  the archive's signature. Prints a line per faulty file,\n"
+    "                  NAME: and its faults separated by \"; \", then \"N files\n"
+    "                  checked, M with faults; signature: \" and none, weak,\n"
+    "                  valid, strong, valid or does not match.\n"
     "  embed EXE ARCHIVE\n"
     "                  Append ARCHIVE, a plain MPQ archive (its header at its\n"
     "                  start), to EXE in place: zero bytes up to the next\n"
@@ -118,6 +126,8 @@ constexpr const char *kUsage =
     "     rename is not stored: each is named on standard error, the others\n"
     "     were done (a disk failure during extraction ends it there)\n"
     "  5  rename: the new name is stored already; nothing was renamed\n"
+    "  6  verify: a file is faulty, or the signature does not match (an\n"
+    "     archive without a signature is no fault)\n"
     "For embed and split:\n"
     "  2  a path that does not exist or is a folder, an ARCHIVE that is EXE\n"
     "     itself, an OUT that is FILE itself or both OUTs one file\n"
@@ -264,6 +274,47 @@ int InfoCommand(const QStringList &arguments, const Settings &settings)
     for (const auto &[key, value] : lines)
         std::printf("%s\t%s\n", key, EscapeControls(value).toUtf8().constData());
     return 0;
+}
+
+// What verify says of each fault, in the order of their bits.
+constexpr std::pair<FileFault, const char *> kFaultTexts[] = {
+    {FaultNotOpened, "cannot be opened"},
+    {FaultNotRead, "cannot be read completely"},
+    {FaultSectorChecksum, "sector checksum wrong"},
+    {FaultCrc32, "CRC32 differs from (attributes)"},
+    {FaultMd5, "MD5 differs from (attributes)"},
+    {FaultRawMd5, "MD5 of the stored data differs"},
+};
+
+const char *SignatureText(SignatureVerdict signature)
+{
+    switch (signature) {
+    case SignatureVerdict::WeakValid: return "weak, valid";
+    case SignatureVerdict::StrongValid: return "strong, valid";
+    case SignatureVerdict::Mismatch: return "does not match";
+    case SignatureVerdict::None: break;
+    }
+    return "none";
+}
+
+int VerifyCommand(const QStringList &arguments, const Settings &settings)
+{
+    int status = 0;
+    const QString path = OneArchive(arguments, "verify", status);
+    if (status) return status;
+    CollectingPorts quiet;
+    const VerifyReport report = VerifyArchive(path, settings.listing, quiet, quiet);
+    if (report.archive != Refusal::None) return ReportArchiveCheck(path, report.archive);
+    for (const FaultyFile &file : report.faulty) {
+        QStringList said;
+        for (const auto &[fault, text] : kFaultTexts)
+            if (file.faults & fault) said << QLatin1String(text);
+        std::printf("%s: %s\n", EscapeControls(DecodeBytes(file.name)).toUtf8().constData(),
+                    said.join(QStringLiteral("; ")).toUtf8().constData());
+    }
+    std::printf("%lld files checked, %lld with faults; signature: %s\n", static_cast<long long>(report.filesChecked),
+                static_cast<long long>(report.faulty.size()), SignatureText(report.signature));
+    return report.Sound() ? 0 : kFaultsFoundStatus;
 }
 
 // The status text of each file added, extracted or deleted, a line each,
@@ -509,6 +560,7 @@ int main(int argc, char *argv[])
     if (command == QLatin1String("delete")) return DeleteCommand(rest, verbose, settings);
     if (command == QLatin1String("rename")) return RenameCommand(rest, settings);
     if (command == QLatin1String("info")) return InfoCommand(rest, settings);
+    if (command == QLatin1String("verify")) return VerifyCommand(rest, settings);
     PrintError(QStringLiteral("unknown command: %1").arg(command));
     std::fputs(kUsage, stderr);
     return kUsageStatus;

@@ -7,6 +7,9 @@
 // Bad usage: an unknown option or command, an argument too many or too few.
 constexpr int kUsageStatus = 1;
 
+// verify: a faulty file, or a signature that does not match.
+constexpr int kFaultsFoundStatus = 6;
+
 // The exit status of `why`; None gives 0. A command that meets several
 // refusals exits with the highest of their statuses.
 int ExitStatus(Refusal why);

@@ -1,8 +1,10 @@
-// An archive put behind an executable and cut out again, and handed to the self-executing-archive tool.
+// An archive put behind an executable and cut out again, handed to the self-executing-archive tool, and
+// checked for damage.
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
 
 #include <optional>
 
@@ -12,6 +14,7 @@
 #include "support/file_size_limit.h"
 #include "tools/mpq_header.h"
 #include "tools/self_executing.h"
+#include "tools/verify_archive.h"
 
 using namespace fixtures;
 
@@ -31,6 +34,30 @@ fi
 )sh");
     QFile::setPermissions(script, QFile::permissions(script) | QFile::ExeOwner);
     qputenv("PATH", (folder + ":/usr/bin:/bin").toUtf8());
+}
+
+// Where a stored file's bytes lie in its archive: their offset and their count.
+std::pair<qint64, qint64> StoredSpan(const QString &archive, const char *name)
+{
+    const mpq::Archive reading = mpq::SFileOpenArchive(Bytes(archive));
+    const mpq::StoredFile file = mpq::SFileOpenFileEx(reading.get(), name);
+    return {mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_POSITION),
+            mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_COMPRESSED_SIZE)};
+}
+
+// A check's findings as "name=fault+fault, ..., N checked, signature S".
+QString Findings(const VerifyReport &report)
+{
+    QStringList said;
+    const std::pair<quint32, const char *> kinds[] = {{FaultNotOpened, "open"}, {FaultNotRead, "read"},
+        {FaultSectorChecksum, "sector"}, {FaultCrc32, "crc32"}, {FaultMd5, "md5"}, {FaultRawMd5, "raw"}};
+    for (const FaultyFile &file : report.faulty) {
+        QStringList faults;
+        for (const auto &[bit, kind] : kinds)
+            if (file.faults & bit) faults << kind;
+        said << file.name + '=' + faults.join('+');
+    }
+    return (said << QString("%1 checked, signature %2").arg(report.filesChecked).arg(int(report.signature))).join(", ");
 }
 
 }  // namespace
@@ -152,6 +179,51 @@ private slots:
         QFETCH(QString, concerned);
         QCOMPARE(result.path, folder + '/' + concerned);
         QCOMPARE(Tree(folder), before);
+    }
+
+    // Every listed file is read whole and held against the checksums the archive keeps; what is
+    // found wrong is named, damage that would make the engine fault included, and nothing is written.
+    void verifyArchive_data()
+    {
+        QTest::addColumn<QStringList>("smpq");  // how smpq makes big.txt and small.txt; empty: hand-made
+        QTest::addColumn<QString>("damage");
+        QTest::addColumn<QString>("findings");
+        QTest::newRow("intact, with (attributes) and sector checksums") << QStringList{"-M", "1", "-S"} << "" << "4 checked, signature 0";
+        QTest::newRow("a compressed file with a byte flipped") << QStringList{"-M", "1", "-S"} << "flip" << "big.txt=sector, 4 checked, signature 0";
+        QTest::newRow("a plain file with a byte flipped") << QStringList{"-M", "1", "-C", "none"} << "flip" << "big.txt=crc32+md5, 4 checked, signature 0";
+        QTest::newRow("format 4, a byte flipped") << QStringList{"-M", "4"} << "flip" << "big.txt=read+raw, 4 checked, signature 0";
+        QTest::newRow("sector checksums longer than their table") << QStringList{"-M", "1", "-S"} << "checksums" << "small.txt=read, 4 checked, signature 0";
+        QTest::newRow("compressed, says the block table of plain bytes") << QStringList() << "" << "x.wav=read, 2 checked, signature 0";
+        QTest::newRow("a weak signature that does not match") << QStringList() << "signature" << "2 checked, signature 3";
+    }
+    void verifyArchive()
+    {
+        QFETCH(QStringList, smpq);
+        QFETCH(QString, damage);
+        const QString folder = CaseFolder(dir.path()), archive = folder + "/made.mpq";
+        if (smpq.isEmpty()) {
+            const HandFile second = damage == "signature" ? HandFile{"(signature)", QByteArray(8, '\0') + QByteArray(64, 's')}
+                                                          : HandFile{"x.wav", QByteArray(1000, 'w'), 0xFFFFFFFF, 0x80000200, 500};
+            WriteFile(archive, HandMadeArchive(16, {{"(listfile)", second.name + "\r\n"}, second}));
+        } else {
+            if (!HaveSmpq()) QSKIP("smpq is not installed");
+            WriteFile(folder + "/big.txt", TextData(200000));
+            WriteFile(folder + "/small.txt", TextData(100, 's'));
+            QVERIFY(RunSmpq(QStringList{"-c"} + smpq + QStringList{"made.mpq", "big.txt", "small.txt"}, folder));
+        }
+        QByteArray bytes = ReadFile(archive);
+        if (damage == "flip") {
+            const auto [at, size] = StoredSpan(archive, "big.txt");
+            bytes[at + size / 2] = char(bytes[at + size / 2] ^ 0x20);
+        } else if (damage == "checksums") {  // the block behind the one sector runs eight bytes, not four
+            const auto [at, size] = StoredSpan(archive, "small.txt");
+            qToLittleEndian<quint32>(qFromLittleEndian<quint32>(bytes.constData() + at + 4) + 8, bytes.data() + at + 8);
+        }
+        WriteFile(archive, bytes);
+        CollectingPorts ports;
+        const VerifyReport report = VerifyArchive(archive, ListingOptions{}, ports, ports);
+        QTEST(Findings(report), "findings");
+        QCOMPARE(ReadFile(archive), bytes);
     }
 
     // The wizards' values are written whether the tool runs or not; a

@@ -522,6 +522,45 @@ bool SizeFitsTheStoredBytes(int fd, const TMPQFile *hf)
     return hf->dwDataSize <= (compressed ? room * kLargestUnpacking : room);
 }
 
+// StormLib 9.22 loads the sector checksums of a compressed file at its first
+// read, whether anyone checks them or not, when its flags say it has them
+// and its sector table has room for their place: a block behind the last
+// sector, of four bytes up to a sector. It reads that block whole into a
+// table of four bytes a sector, so a longer block writes past the table; in
+// a version 1 archive it takes a block that runs past the end of the file
+// for one cut short, and clears memory outside the table or unpacks bytes
+// never read; and a shorter block is unpacked, Huffman and all.
+bool SectorChecksumsAreSafe(int fd, TMPQFile *hf)
+{
+    const TFileEntry *entry = hf->pFileEntry;
+    if ((entry->dwFlags & MPQ_FILE_SECTOR_CRC) == 0 || (entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 ||
+        (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) || hf->dwDataSize == 0 || hf->ha->dwSectorSize == 0)
+        return true;
+    // Loaded as the first read loads them; when that fails, so does the read.
+    if (hf->pbFileSector == nullptr && (AllocateSectorBuffer(hf) != ERROR_SUCCESS || hf->pbFileSector == nullptr))
+        return true;
+    if (hf->SectorOffsets == nullptr && (AllocateSectorOffsets(hf, true) != ERROR_SUCCESS || hf->SectorOffsets == nullptr))
+        return true;
+    const std::uint32_t count = hf->dwSectorCount;
+    if (hf->SectorOffsets[0] != (std::uint64_t{count} + 2) * 4) return true;  // no room: not loaded
+    const std::uint32_t begins = hf->SectorOffsets[count], ends = hf->SectorOffsets[count + 1];
+    const std::uint32_t stored = ends >= begins ? ends - begins : 0;
+    if (stored < 4 || stored > hf->dwSectorSize) return true;  // not loaded
+    const std::uint64_t tableBytes = std::uint64_t{count} * 4;
+    if (stored > tableBytes) return false;
+    const std::uint64_t at = CalculateRawSectorOffset(hf, begins);
+    struct stat st {};
+    if (::fstat(fd, &st) != 0) return false;
+    if (hf->ha->pHeader->wFormatVersion == MPQ_FORMAT_VERSION_1 && at + stored > static_cast<std::uint64_t>(st.st_size))
+        return false;
+    if (stored == tableBytes) return true;  // stored as it is
+    // The table's loader unpacks it as a block of a version 2 archive.
+    const PackedBlock block{at, stored, static_cast<std::uint32_t>(tableBytes), 0};
+    const std::vector<unsigned char> bytes = BlockBytes(fd, block, false, stored);
+    if (bytes.empty() || (bytes[0] & MPQ_COMPRESSION_HUFFMANN) == 0) return true;
+    return EngineUnpacksInChild({{bytes, block.full}}, false);
+}
+
 }  // namespace
 
 bool ReadIsSafe(int archiveFd, void *stormFile)
@@ -529,7 +568,7 @@ bool ReadIsSafe(int archiveFd, void *stormFile)
     auto *hf = static_cast<TMPQFile *>(stormFile);
     if (hf == nullptr || hf->pFileEntry == nullptr || hf->ha == nullptr) return true;
     return SizeFitsTheStoredBytes(archiveFd, hf) && SectorTableFits(archiveFd, hf) &&
-           PackedBlocksAreSafe(archiveFd, hf);
+           PackedBlocksAreSafe(archiveFd, hf) && SectorChecksumsAreSafe(archiveFd, hf);
 }
 
 bool UpdateOpenIsSafe(const std::string &path)

@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -137,6 +138,59 @@ private:
     struct State;
     std::unique_ptr<State> state_;
 };
+
+// Checking. Both open the archive as SFileOpenArchive does, and change nothing.
+
+// The signature an archive carries: a weak one is its "(signature)" file, a
+// strong one the block of "NGIS" behind the archive's end.
+enum class SignatureKind { None, Weak, Strong };
+
+// How the engine reads an archive's layout.
+struct ArchiveLayout {
+    int formatVersion = 0;             // 1 to 4
+    std::uint64_t headerOffset = 0;    // where its header stands in the file
+    std::uint32_t sectorSize = 0;      // in bytes
+    std::uint32_t hashTableSize = 0;   // hash slots; 0 when it has no hash table
+    std::uint32_t usedSlots = 0;       // slots that point at a stored file
+    std::uint32_t blockTableSize = 0;  // entries of the block table
+    SignatureKind signature = SignatureKind::None;
+};
+// False, with `layout` untouched, when the file holds no archive the engine opens.
+bool ReadArchiveLayout(const std::string &path, ArchiveLayout &layout);
+
+// What the check of a stored file found wrong, as bits.
+inline constexpr std::uint32_t VERIFY_NOT_OPENED = 0x01;    // no stored file opens by the name
+inline constexpr std::uint32_t VERIFY_NOT_READ = 0x02;      // it does not read to its full size (a file
+                                                            // the guards refuse to read included)
+inline constexpr std::uint32_t VERIFY_SECTOR_CRC = 0x04;    // a sector differs from its checksum
+inline constexpr std::uint32_t VERIFY_CRC32 = 0x08;         // it differs from its CRC32 in "(attributes)"
+inline constexpr std::uint32_t VERIFY_MD5 = 0x10;           // it differs from its MD5 in "(attributes)"
+inline constexpr std::uint32_t VERIFY_RAW_MD5 = 0x20;       // its stored bytes differ from their MD5s
+                                                            // (format 4), or these are missing
+
+// What the check of the archive's signature found.
+enum class SignatureCheck { None, WeakValid, StrongValid, Mismatch };
+
+struct FileVerdict {
+    std::string storedName;
+    std::uint32_t faults = 0;  // VERIFY_ bits, at least one
+};
+
+struct ArchiveVerdict {
+    bool opened = false;             // false: no archive, nothing checked
+    std::uint32_t filesChecked = 0;
+    std::vector<FileVerdict> faulty;  // in the order of the names
+    SignatureCheck signature = SignatureCheck::None;
+};
+
+// Checks each of `storedNames` (names as SFileOpenFileEx takes them) by a
+// complete read and by the checksums the archive keeps of it: those of its
+// sectors, and its CRC32 and MD5 in "(attributes)" where the archive has
+// them; then the archive's signature. A file that the guards refuse to read
+// is not checked further and counts as not read. `onFile`, when given, hears
+// the index of each name before it is checked.
+ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std::string> &storedNames,
+                                  const std::function<void(std::size_t)> &onFile = {});
 
 // Updating.
 Update MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,

@@ -1,0 +1,72 @@
+#include "tools/verify_archive.h"
+
+#include "editing/archive_check.h"
+#include "editing/helpers/paths.h"
+#include "listing/classic_listing.h"
+#include "listing/text_encoding.h"
+#include "mpq/mpq_library.h"
+
+namespace {
+
+// The engine's fault bits and ours, a pair each.
+constexpr std::pair<std::uint32_t, FileFault> kFaults[] = {
+    {mpq::VERIFY_NOT_OPENED, FaultNotOpened}, {mpq::VERIFY_NOT_READ, FaultNotRead},
+    {mpq::VERIFY_SECTOR_CRC, FaultSectorChecksum}, {mpq::VERIFY_CRC32, FaultCrc32},
+    {mpq::VERIFY_MD5, FaultMd5}, {mpq::VERIFY_RAW_MD5, FaultRawMd5},
+};
+
+quint32 FaultsOf(std::uint32_t engineFaults)
+{
+    quint32 faults = 0;
+    for (const auto &[engine, fault] : kFaults)
+        if (engineFaults & engine) faults |= fault;
+    return faults;
+}
+
+SignatureVerdict VerdictOf(mpq::SignatureCheck check)
+{
+    switch (check) {
+    case mpq::SignatureCheck::WeakValid: return SignatureVerdict::WeakValid;
+    case mpq::SignatureCheck::StrongValid: return SignatureVerdict::StrongValid;
+    case mpq::SignatureCheck::Mismatch: return SignatureVerdict::Mismatch;
+    case mpq::SignatureCheck::None: break;
+    }
+    return SignatureVerdict::None;
+}
+
+}  // namespace
+
+VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, StatusPanel &status,
+                           ProgressBar &progress)
+{
+    VerifyReport report;
+    report.archive = CheckArchive(path, ArchiveUse::Read);
+    if (report.archive != Refusal::None) return report;
+
+    CollectingPorts rows;
+    ListingPorts ports{status, progress, rows};
+    qint64 totalSize = 0;
+    LoadArchiveClassic(path, options, ports, totalSize);
+    std::vector<std::string> names;
+    names.reserve(rows.rows.size());
+    for (const ListRow &row : rows.rows) names.push_back(row.Tag.toStdString());
+
+    progress.SetProgressMax(static_cast<int>(names.size()));  // a hash table holds fewer slots
+    progress.SetProgressValue(0);
+    progress.SetProgressVisible(true);
+    const mpq::ArchiveVerdict verdict = mpq::VerifyArchiveFiles(
+        PathBytes(path).toStdString(), names,
+        [&](std::size_t n) { progress.SetProgressValue(static_cast<int>(n)); });
+    progress.SetProgressVisible(false);
+    status.SetStatusText(options.ready);
+    // The archive was there for the listing; one that goes before the check is no archive.
+    if (!verdict.opened) {
+        report.archive = Refusal::NotAnArchive;
+        return report;
+    }
+    report.filesChecked = verdict.filesChecked;
+    for (const mpq::FileVerdict &file : verdict.faulty)
+        report.faulty.append({QByteArray::fromStdString(file.storedName), FaultsOf(file.faults)});
+    report.signature = VerdictOf(verdict.signature);
+    return report;
+}

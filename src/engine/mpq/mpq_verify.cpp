@@ -1,0 +1,171 @@
+// Checking an archive: its layout as the engine reads it, and whether its
+// stored files and its signature are sound. Every read goes through the
+// guards, as any other read does (mpq_guards.h).
+#include "mpq/mpq_guards.h"
+#include "mpq/mpq_handle.h"
+#include "mpq/mpq_library.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+
+#include <array>
+
+// StormLib's loader of "(attributes)" into the file table, exported by the
+// library though not declared in its header. The archive is opened without
+// it; the checks load it once its own read has passed the guards.
+int SAttrLoadAttributes(TMPQArchive *ha);
+
+namespace mpq {
+
+namespace {
+
+// The archive's own descriptor, for the guards, opened on first need.
+int ArchiveDescriptor(Handle &archive)
+{
+    if (archive.fd < 0) archive.fd = ::open(archive.path.c_str(), O_RDONLY | O_CLOEXEC);
+    return archive.fd;
+}
+
+// The kind of signature the archive carries. StormLib cannot tell when the
+// bytes of the signature cannot be read; a "(signature)" file then counts as
+// a weak signature (which cannot match), and nothing else as any.
+SignatureKind SignatureOf(HANDLE storm)
+{
+    DWORD types = 0;
+    if (!::SFileGetFileInfo(storm, SFileMpqSignatures, &types, sizeof types, nullptr))
+        return ::SFileHasFile(storm, SIGNATURE_NAME) ? SignatureKind::Weak : SignatureKind::None;
+    if (types & SIGNATURE_TYPE_STRONG) return SignatureKind::Strong;
+    if (types & SIGNATURE_TYPE_WEAK) return SignatureKind::Weak;
+    return SignatureKind::None;
+}
+
+// Loads the CRC32s and MD5s of "(attributes)" into the file table, where
+// StormLib's file check compares them, when that file may be read.
+//
+// StormLib 9.22 asserts, and so aborts, when it loads "(attributes)" into an
+// archive whose block table was cut short, and does not load it into a
+// malformed one. Its loader writes one entry per entry of the block table:
+// with none, it counts one less than none. It reads the whole file at its
+// size, and a file larger than every layout it knows is refused unread.
+void LoadAttributes(Handle &archive)
+{
+    TMPQArchive *ha = StormArchive(&archive);
+    if (ha->dwFlags & (MPQ_FLAG_BLOCK_TABLE_CUT | MPQ_FLAG_MALFORMED)) return;
+    const DWORD entries = ha->pHeader->dwBlockTableSize;
+    if (ha->pFileTable == nullptr || entries == 0 || entries > ha->dwFileTableSize) return;
+    constexpr std::uint64_t kLargestEntry = 4 + 8 + 16 + 4;  // CRC32, time, MD5, a patch word
+    HANDLE file = nullptr;
+    // The loader opens it in any locale, the neutral one first: so does the check.
+    if (ArchiveDescriptor(archive) < 0 || !::SFileOpenFileEx(archive.storm, ATTRIBUTES_NAME, SFILE_OPEN_ANY_LOCALE, &file))
+        return;
+    const bool loadable = ::SFileGetFileSize(file, nullptr) <= 8 + kLargestEntry * entries &&
+                          guards::ReadIsSafe(archive.fd, file);
+    ::SFileCloseFile(file);
+    if (loadable) SAttrLoadAttributes(ha);
+}
+
+// StormLib 9.22 checks the stored bytes of a file of a format 4 archive
+// against the MD5s behind them, a chunk at a time, into an array whose length
+// it counts in 32 bits: a small chunk size and a large stored size wrap it
+// round and write past it. The bytes and their MD5s must lie in the file,
+// with chunks of a sensible size.
+bool RawChecksumsFit(const TMPQFile *hf, std::uint64_t fileSize)
+{
+    const std::uint64_t chunk = hf->ha->pHeader->dwRawChunkSize, stored = hf->pFileEntry->dwCmpSize;
+    if (chunk == 0 || stored == 0) return true;  // nothing to check
+    if (chunk > (1u << 24)) return false;
+    const std::uint64_t digests = ((stored - 1) / chunk + 1) * 16;
+    return digests <= 0xFFFFFFFFu && hf->RawFilePos + stored + digests <= fileSize;
+}
+
+// Reads the open file to its end; whether all of its bytes came.
+bool ReadsCompletely(MpqHandle file)
+{
+    const std::int64_t size = SFileGetFileInfo(file, SFILE_INFO_SIZE);
+    if (size < 0) return false;
+    std::array<char, 1 << 16> buffer;
+    std::int64_t total = 0;
+    std::uint32_t got = 0;
+    while (total < size) {
+        if (!SFileReadFile(file, buffer.data(), static_cast<std::uint32_t>(buffer.size()), &got, nullptr) || got == 0) return false;
+        total += got;
+    }
+    return total == size;
+}
+
+// The faults of one stored file. It is opened and read as any read does, the
+// guards first; only a file that passes them reaches StormLib's own check.
+std::uint32_t CheckFile(Handle &archive, const std::string &name, std::uint64_t fileSize)
+{
+    const StoredFile file = SFileOpenFileEx(&archive, name);
+    if (name.empty() || EmbeddedZero(name)) return VERIFY_NOT_OPENED;
+    const std::string engineName = EngineName(&archive, name);
+    // A file that StormLib finds but the guards refuse cannot be read.
+    if (!file) return ::SFileHasFile(archive.storm, engineName.c_str()) ? VERIFY_NOT_READ : VERIFY_NOT_OPENED;
+    std::uint32_t faults = 0;
+    DWORD what = SFILE_VERIFY_SECTOR_CRC | SFILE_VERIFY_FILE_CRC | SFILE_VERIFY_FILE_MD5;
+    if (RawChecksumsFit(static_cast<const TMPQFile *>(file->storm), fileSize)) what |= SFILE_VERIFY_RAW_MD5;
+    else faults |= VERIFY_RAW_MD5;
+    if (!ReadsCompletely(file.get())) faults |= VERIFY_NOT_READ;
+    // A sector whose checksum fails ends StormLib's read there: that read's
+    // shortfall is the sector's fault, not one more.
+    const DWORD found = ::SFileVerifyFile(archive.storm, engineName.c_str(), what);
+    if (found & VERIFY_OPEN_ERROR) faults |= VERIFY_NOT_OPENED;
+    if (found & VERIFY_FILE_SECTOR_CRC_ERROR) faults |= VERIFY_SECTOR_CRC;
+    if (found & VERIFY_FILE_CHECKSUM_ERROR) faults |= VERIFY_CRC32;
+    if (found & VERIFY_FILE_MD5_ERROR) faults |= VERIFY_MD5;
+    if (found & VERIFY_FILE_RAW_MD5_ERROR) faults |= VERIFY_RAW_MD5;
+    return faults;
+}
+
+SignatureCheck CheckSignature(HANDLE storm)
+{
+    if (SignatureOf(storm) == SignatureKind::None) return SignatureCheck::None;
+    switch (::SFileVerifyArchive(storm)) {
+    case ERROR_WEAK_SIGNATURE_OK: return SignatureCheck::WeakValid;
+    case ERROR_STRONG_SIGNATURE_OK: return SignatureCheck::StrongValid;
+    default: return SignatureCheck::Mismatch;
+    }
+}
+
+}  // namespace
+
+bool ReadArchiveLayout(const std::string &path, ArchiveLayout &layout)
+{
+    const Archive archive = SFileOpenArchive(path);
+    TMPQArchive *ha = StormArchive(archive.get());
+    if (ha == nullptr) return false;
+    layout.formatVersion = ha->pHeader->wFormatVersion + 1;
+    layout.headerOffset = ha->MpqPos;
+    layout.sectorSize = ha->dwSectorSize;
+    layout.hashTableSize = ha->pHashTable != nullptr ? ha->pHeader->dwHashTableSize : 0;
+    layout.usedSlots = 0;
+    for (DWORD slot = 0; slot < layout.hashTableSize; ++slot)
+        if (IsUsedSlot(ha, ha->pHashTable + slot)) ++layout.usedSlots;
+    layout.blockTableSize = ha->pHeader->dwBlockTableSize;
+    layout.signature = SignatureOf(archive->storm);
+    return true;
+}
+
+ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std::string> &storedNames,
+                                  const std::function<void(std::size_t)> &onFile)
+{
+    ArchiveVerdict verdict;
+    const Archive archive = SFileOpenArchive(path);
+    if (!archive) return verdict;
+    verdict.opened = true;
+    struct stat st {};
+    const std::uint64_t fileSize =
+        ArchiveDescriptor(*archive) >= 0 && ::fstat(archive->fd, &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
+    LoadAttributes(*archive);
+    for (std::size_t n = 0; n < storedNames.size(); ++n) {
+        if (onFile) onFile(n);
+        if (const std::uint32_t faults = CheckFile(*archive, storedNames[n], fileSize))
+            verdict.faulty.push_back({storedNames[n], faults});
+        ++verdict.filesChecked;
+    }
+    verdict.signature = CheckSignature(archive->storm);
+    return verdict;
+}
+
+}  // namespace mpq
