@@ -29,6 +29,7 @@
 #include "listing/text_encoding.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
+#include "shell/batch_progress.h"
 #include "shell/folder_tree_widget.h"
 #include "shell/write_back.h"
 
@@ -539,7 +540,8 @@ void frmMain::AddDroppedFiles(const DropBatch &batch)
         const QString key = node ? FolderTreeWidget::Key(node) : QString();
         if (node && key != FolderTreeWidget::Key(tvMPQ_->topLevelItem(0))) prefix = EncodeText(key);
     }
-    ListAfterAdd(AddFiles(session_.FileName, batch.names, batch.baseFolder, prefix, config_, *reports_, *reports_));
+    BatchProgress progress(this, *reports_, int(batch.names.size()));
+    ListAfterAdd(AddFiles(session_.FileName, batch.names, batch.baseFolder, prefix, config_, progress, progress));
 }
 
 void frmMain::lwMPQ_DblClick()

@@ -19,6 +19,7 @@
 #include "properties/frm_info_mpq.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
+#include "shell/batch_progress.h"
 #include "shell/write_back.h"
 #include "tools/frm_mpq_embedder.h"
 #include "tools/self_executing.h"
@@ -59,7 +60,8 @@ void frmMain::mnuAdd_Click()
         folder = parts.first();
         names = parts.mid(1);
     }
-    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, *reports_, *reports_));
+    BatchProgress batch(this, *reports_, int(names.size()));
+    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, batch, batch));
 }
 
 void frmMain::mnuAddDir_Click()
@@ -74,7 +76,8 @@ void frmMain::mnuAddDir_Click()
     QStringList names;
     names.reserve(paths.size());
     for (const QString &path : std::as_const(paths)) names.append(path.mid(cut));
-    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, *reports_, *reports_));
+    BatchProgress batch(this, *reports_, int(names.size()));
+    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, batch, batch));
 }
 
 void frmMain::mnuExtract_Click()
@@ -82,7 +85,9 @@ void frmMain::mnuExtract_Click()
     if (!lwMPQ_->currentIndex().isValid()) return;
     const QString folder = BrowseForFolder(this, QString(), true);
     if (folder.isEmpty()) return;
-    ExtractFiles(session_.FileName, SelectedTags(), folder, *reports_, *reports_);
+    const QList<QByteArray> names = SelectedTags();
+    BatchProgress batch(this, *reports_, int(names.size()));
+    ExtractFiles(session_.FileName, names, folder, batch, batch);
 }
 
 // Every stored file below a chosen folder, with its folders, whatever the
@@ -100,7 +105,8 @@ void frmMain::mnuExtractAll_Click()
     LoadArchiveClassic(session_.FileName, options, ports, total);
     QList<QByteArray> names;
     for (const ListRow &row : listing.rows) names.append(row.Tag);
-    const ExtractReport report = ExtractFiles(session_.FileName, names, folder, *reports_, *reports_);
+    BatchProgress batch(this, *reports_, int(names.size()));
+    const ExtractReport report = ExtractFiles(session_.FileName, names, folder, batch, batch);
     const MessageStrings &t = Texts();
     QStringList summary{ReplaceValue(t.MessageExtractedAll, QString::number(report.extracted))};
     const std::pair<Refusal, const QString *> reasons[] = {{Refusal::NotRead, &t.MessageExtractNotRead},
@@ -110,6 +116,7 @@ void frmMain::mnuExtractAll_Click()
         if (const qsizetype n = RefusedFor(report.refused, why).size(); n > 0)
             summary.append(ReplaceValue(*text, QString::number(n)));
     if (!report.failedPath.isEmpty()) summary.append(ReplaceValue(t.MessageExtractStopped, report.failedPath));
+    if (report.cancelled) summary.append(t.MessageCancelled);
     ShowMessageBox(this, summary.join(QLatin1Char('\n')), QString(), MessageButton::OK,
                    report.refused.isEmpty() ? MessageIcon::Information : MessageIcon::Exclamation, MessageButton::OK);
 }

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QMimeData>
+#include <QProgressDialog>
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QScreen>
@@ -533,6 +534,48 @@ private slots:
         QCOMPARE(Asked(dialogs).first().startsWith("message: Il file data\\d.txt è stato salvato"), changedSince);
         QCOMPARE(ReadStored(archive, "data\\d.txt"), changedSince ? files["data\\d.txt"] : QByteArray("edited"));
         QCOMPARE(Names(*window).size(), changedSince ? 5 : 6);
+    }
+
+    // Cancel in a long batch keeps what was done: a partial folder and an
+    // archive as it was after an extraction, an archive that opens and lists
+    // what went in after an add.
+    void cancelALongBatch_data()
+    {
+        QTest::addColumn<bool>("add");
+        QTest::newRow("extraction") << false;
+        QTest::newRow("add") << true;
+    }
+    void cancelALongBatch()
+    {
+        QFETCH(bool, add);
+        const QString folder = CaseFolder(dir.path());
+        QList<StoredFile> many;
+        for (int i = 0; i < 400; ++i) many.append({"f\\" + QByteArray::number(i) + ".txt", QByteArray::number(i)});
+        const QString archive = folder + "/many.mpq";
+        QVERIFY(MakeArchive(archive, add ? many.mid(0, 1) : many, folder + "/src", 1024));
+        for (const StoredFile &file : many) WriteFile(folder + "/in/" + file.name.mid(2), file.data);
+        QVERIFY(QDir().mkpath(folder + "/out"));
+        auto window = Start(archive);
+        const QByteArray before = ReadFile(archive);
+        ScriptedDialogs dialogs;
+        dialogs.answers = {{folder + (add ? "/in" : "/out")}};
+        QTimer cancel;  // presses Cancel once the dialog is up
+        connect(&cancel, &QTimer::timeout, this, [&] {
+            if (auto *progress = window->findChild<QProgressDialog *>("dlgBatchProgress")) progress->cancel();
+        });
+        cancel.start(0);
+        if (add) {
+            window->mnuAddDir_Click();
+            const int listed = int(List(archive, InternalList(archive)).size());
+            QVERIFY2(listed > 2 && listed < 401, qPrintable(QString::number(listed)));  // with the internal list
+            QCOMPARE(window->Model()->rowCount(), listed);
+        } else {
+            window->mnuSelectAll_Click();
+            window->mnuExtract_Click();
+            const qsizetype written = Tree(folder + "/out").size();  // all of it: 400 files, "f/", "(listfile)"
+            QVERIFY2(written >= 1 && written < 402, qPrintable(QString::number(written)));
+            QCOMPARE(ReadFile(archive), before);
+        }
     }
 
     void aDropThatCannotBeWrittenSaysSo_data()

@@ -200,6 +200,7 @@ const CatalogueEntry kCatalogue[] = {
     {"Message", "WriteBackStale", &M::MessageWriteBackStale,
      "Il file %v è stato salvato, ma l'archivio è stato chiuso o modificato dopo la sua apertura: non è stato "
      "rimesso nell'archivio."},
+    {"Message", "Cancelled", &M::MessageCancelled, "Interrotto: il resto non è stato fatto."},
     {"Message", "ExtractedAll", &M::MessageExtractedAll, "File estratti: %v"},
     {"Message", "ExtractNotRead", &M::MessageExtractNotRead, "Non leggibili nell'archivio: %v"},
     {"Message", "ExtractOutside", &M::MessageExtractOutside, "Rifiutati perché finirebbero fuori dalla cartella: %v"},

@@ -54,6 +54,8 @@ struct MessageStrings {
         MessageExtractStopped;
     // A stored file saved in another program: the question, and why it is not put back.
     QString MessageWriteBack, MessageWriteBackStale;
+    // A batch the user stopped.
+    QString MessageCancelled;
     // InfoMPQ: the archive's property dialog
     QString InfoMPQProperty, InfoMPQCompression, InfoMPQPath, InfoMPQName, InfoMPQSize,
         InfoMPQDecompress, InfoMPQNFiles, InfoMPQNFilesView, InfoMPQLast;

@@ -57,6 +57,11 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
     if (!update) return report;
 
     for (const QString &name : names) {
+        // The user may stop the batch between two files; what went in stays.
+        if (events.Cancelled()) {
+            report.cancelled = true;
+            break;
+        }
         status.SetStatusText(ReplaceValue(Texts().StatusBarAdd, name));
         const AddMethod method = ChooseAddMethod(name, config);
         if (method.kind == AddMethod::Skip) {

@@ -44,6 +44,9 @@ struct AddReport {
     // archive was not written, ArchiveNotWritten; UnknownCompression for an
     // entry left out by a rule of an unknown type.
     QList<Refused<QString>> refused;
+    // The user stopped the batch: the files before that point went in and
+    // the archive was written with them; the rest was not tried.
+    bool cancelled = false;
 
     bool opened() const { return archive == Refusal::None || archive == Refusal::ArchiveNotWritten; }
     bool written() const { return archive == Refusal::None; }

@@ -169,6 +169,11 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
 
     FolderWalk walk(base);
     for (const QByteArray &name : names) {
+        // The user may stop the batch between two files.
+        if (events.Cancelled()) {
+            report.cancelled = true;
+            break;
+        }
         const QString shown = DecodeBytes(name);
         status.SetStatusText(ReplaceValue(Texts().StatusBarExtract, shown));
         // Only names that stay below the folder are written; "..", "\x" and

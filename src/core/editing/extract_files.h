@@ -19,6 +19,9 @@ struct ExtractReport {
     // batch ended there.
     QList<Refused<QByteArray>> refused;
     QString failedPath;  // with DiskFailure: the disk path that failed
+    // The user stopped the batch: what was written before stays, the rest
+    // was not tried.
+    bool cancelled = false;
 };
 
 // Writes each stored name of `names` below `folder`, recreating the folder

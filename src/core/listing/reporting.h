@@ -58,6 +58,8 @@ class EventQueue {
 public:
     virtual ~EventQueue() = default;
     virtual void Yield() = 0;
+    // Whether the user asked, during the last turns, for the batch to stop.
+    virtual bool Cancelled() { return false; }
 };
 
 // An event queue that has nothing to do: for faces without a window.
