@@ -56,6 +56,7 @@ constexpr Command kCommands[] = {
     {"mnusep10",           "mnuAction",  nullptr,                 NoKey,                 nullptr,                     N, None, {}},
     {"mnuCompact",         "mnuAction",  &M::MenuCompact,         NoKey,                 &W::mnuCompact_Click,        A, None, {}},
     {"mnuMakeEXE",         "mnuTool",    &M::MenuMakeEXE,         NoKey,                 &W::mnuMakeEXE_Click,        A, None, {"exe", 11, &M::ToolBarMakeEXE, &M::ToolBarMakeEXEToolTip}},
+    {"mnuVerify",          "mnuTool",    &M::MenuVerify,          NoKey,                 &W::mnuVerify_Click,         A, None, {}},
     {"mnusep5",            "mnuTool",    nullptr,                 NoKey,                 nullptr,                     N, None, {}},
     {"mnuMPQEm",           "mnuTool",    &M::MenuMPQEmbedder,     NoKey,                 &W::mnuMPQEm_Click,          N, None, {}},
     {"mnuConfig",          "mnuOption",  &M::MenuConfiguration,   NoKey,                 &W::mnuConfig_Click,         N, None, {}},

@@ -74,6 +74,7 @@ public:
     void mnuDelete_Click();
     void mnuCompact_Click();
     void mnuExtractAll_Click();
+    void mnuVerify_Click();
     // A stored file opened with a double click and saved since in another
     // program: asks whether to put it back under its stored name.
     void WriteBack(const QString &copy);

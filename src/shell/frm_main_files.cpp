@@ -23,6 +23,7 @@
 #include "shell/write_back.h"
 #include "tools/frm_mpq_embedder.h"
 #include "tools/self_executing.h"
+#include "tools/verify_archive.h"
 
 // ---------------------------------------------------------------------------
 // Files in and out
@@ -184,6 +185,34 @@ void frmMain::mnuCompact_Click()
     }
     mnuRefresh_Click();
     reports_->SetStatusText(ReplaceValue(Texts().StatusBarCompacted, FormatLength(report.sizeBefore - report.sizeAfter)));
+}
+
+// Every listed file checked against the archive's checksums, and the
+// signature; a report at the end. Changes nothing.
+void frmMain::mnuVerify_Click()
+{
+    if (!session_.IsOpen()) return;
+    const VerifyReport report = VerifyArchive(session_.FileName, ListingOptionsOf(config_), *reports_, *reports_);
+    if (report.archive != Refusal::None) return;
+    const MessageStrings &t = Texts();
+    QStringList lines{ReplaceValue(t.MessageVerifyChecked, QString::number(report.filesChecked)),
+                      ReplaceValue(t.MessageVerifyFaulty, QString::number(report.faulty.size()))};
+    const std::pair<FileFault, const QString *> kinds[] = {
+        {FaultNotOpened, &t.FaultNotOpened}, {FaultNotRead, &t.FaultNotRead}, {FaultSectorChecksum, &t.FaultSectorChecksum},
+        {FaultCrc32, &t.FaultCrc32},         {FaultMd5, &t.FaultMd5},         {FaultRawMd5, &t.FaultRawMd5}};
+    constexpr qsizetype kShown = 20;  // a box of a reasonable height; the rest are counted
+    for (const FaultyFile &file : report.faulty.mid(0, kShown)) {
+        QStringList faults;
+        for (const auto &[bit, text] : kinds)
+            if (file.faults & bit) faults.append(*text);
+        lines.append(DecodeBytes(file.name) + QStringLiteral(": ") + faults.join(QStringLiteral("; ")));
+    }
+    if (report.faulty.size() > kShown)
+        lines.append(ReplaceValue(t.MessageVerifyMore, QString::number(report.faulty.size() - kShown)));
+    const QString *signature[] = {&t.SignatureNone, &t.SignatureWeak, &t.SignatureStrong, &t.SignatureMismatch};
+    lines.append(*signature[static_cast<int>(report.signature)]);
+    ShowMessageBox(this, lines.join(QLatin1Char('\n')), QString(), MessageButton::OK,
+                   report.Sound() ? MessageIcon::Information : MessageIcon::Exclamation, MessageButton::OK);
 }
 
 // The embedder works on files alone, whether an archive is open or not.

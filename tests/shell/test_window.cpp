@@ -578,6 +578,38 @@ private slots:
         }
     }
 
+    // Verify reports what it checked, the faulty files and the signature,
+    // and changes nothing.
+    void verifyReports_data()
+    {
+        QTest::addColumn<bool>("damaged");
+        QTest::newRow("sound") << false;
+        QTest::newRow("a byte flipped") << true;
+    }
+    void verifyReports()
+    {
+        QFETCH(bool, damaged);
+        const QString archive = dir.filePath(QString("verify %1.mpq").arg(damaged));
+        // Deflate keeps a checksum of each sector's data.
+        QVERIFY(MakeArchive(archive, {{"big.txt", TextData(200000, 'v'), mpq::MAFA_COMPRESS, mpq::MAFA_COMPRESS_DEFLATE}},
+                            dir.filePath("verify-src")));
+        if (damaged) {
+            QByteArray bytes = ReadFile(archive);
+            bytes[2000] = char(bytes[2000] ^ 0x55);  // inside the compressed text, past its sector table
+            WriteFile(archive, bytes);
+        }
+        const QByteArray before = ReadFile(archive);
+        auto window = Start(archive);
+        ScriptedDialogs dialogs;
+        window->mnuVerify_Click();
+        const QStringList lines = Asked(dialogs).value(0).split('\n');
+        QCOMPARE(lines.value(0), QStringLiteral("message: File controllati: 2"));  // and the internal list
+        QCOMPARE(lines.value(1), damaged ? QStringLiteral("File con difetti: 1") : QStringLiteral("File con difetti: 0"));
+        if (damaged) QVERIFY2(lines.value(2).startsWith("big.txt: "), qPrintable(lines.value(2)));
+        QCOMPARE(lines.last(), QStringLiteral("Firma: nessuna"));
+        QCOMPARE(ReadFile(archive), before);
+    }
+
     void aDropThatCannotBeWrittenSaysSo_data()
     {
         QTest::addColumn<int>("size");
