@@ -74,9 +74,14 @@ constexpr const char *kUsage =
     "                  whole file's length, an executable part included),\n"
     "                  unpacked (the sum of the listed files' sizes), files (the\n"
     "                  entry count of the archive's header), rows (the files\n"
-    "                  list prints), modified (local time, ISO 8601) and saving\n"
+    "                  list prints), modified (local time, ISO 8601), saving\n"
     "                  (1 - size / unpacked, in percent; - when nothing is\n"
-    "                  listed).\n"
+    "                  listed), then as the engine reads the archive: format\n"
+    "                  (1 to 4), offset (of its header in the file), sector size\n"
+    "                  (in bytes), hash table (slots), used slots, block table\n"
+    "                  (entries), map name and map flags (of a WarCraft III\n"
+    "                  map's header, when the file begins with one) and\n"
+    "                  signature (none, weak or strong; not checked).\n"
     "  verify ARCHIVE  Check every file the list would print: read whole, and\n"
     "                  compared with the checksums the archive keeps of it (of\n"
     "                  its sectors, and its CRC32 and MD5 in (attributes)); then\n"
@@ -261,7 +266,7 @@ int InfoCommand(const QStringList &arguments, const Settings &settings)
 
     const ArchiveProperties p = ReadArchiveProperties(path, totalSize, static_cast<qint64>(rows.size()));
     const std::optional<double> saving = ArchiveSaving(p);
-    const QList<std::pair<const char *, QString>> lines = {
+    QList<std::pair<const char *, QString>> lines = {
         {"folder", p.folder},
         {"name", p.name},
         {"size", QString::number(p.size)},
@@ -271,6 +276,20 @@ int InfoCommand(const QStringList &arguments, const Settings &settings)
         {"modified", p.lastChange.toString(Qt::ISODate)},
         {"saving", saving ? QString::number(*saving * 100.0, 'f', 2) + QLatin1Char('%') : QStringLiteral("-")},
     };
+    if (const std::optional<ArchiveDetails> &d = p.details) {
+        lines += {{"format", QString::number(d->formatVersion)},
+                  {"offset", QString::number(d->headerOffset)},
+                  {"sector size", QString::number(d->sectorSize)},
+                  {"hash table", QString::number(d->hashTableSize)},
+                  {"used slots", QString::number(d->usedSlots)},
+                  {"block table", QString::number(d->blockTableSize)}};
+        if (p.mapHeader)
+            lines += {{"map name", p.mapHeader->name},
+                      {"map flags", QStringLiteral("0x%1").arg(p.mapHeader->flags, 8, 16, QLatin1Char('0'))}};
+        lines += {"signature", d->signature == ArchiveSignature::Strong ? QStringLiteral("strong")
+                               : d->signature == ArchiveSignature::Weak ? QStringLiteral("weak")
+                                                                        : QStringLiteral("none")};
+    }
     for (const auto &[key, value] : lines)
         std::printf("%s\t%s\n", key, EscapeControls(value).toUtf8().constData());
     return 0;

@@ -35,6 +35,8 @@ private slots:
         WriteFile(f + "/bare.w3x", HandMadeArchive(16, {{"war3map.j", "call X(\"war3mapImported\\\\a.blp\")"},
                                                      {"war3mapImported\\a.blp", "BLP1"}}));
         WriteFile(f + "/game.exe", ExeBytes(1000));
+        QByteArray mapHeader = QByteArray("HM3W\0\0\0\0My Map\0\x24\0\0\0\x04\0\0\0", 23);
+        WriteFile(f + "/map.w3x", mapHeader.leftJustified(512, '\0') + ReadFile(f + "/good.mpq"));
         WriteFile(f + "/embedded.exe", ExeBytes(1024) + ArchiveBytes(700));
         WriteFile(f + "/plain.mpq", ArchiveBytes(300));
         // The first sector of big.bin names a compression that no engine knows.
@@ -59,6 +61,8 @@ private slots:
         // One run of each command.
         row("list", {"list", "@/good.mpq"}, 0, "a.txt\ttxt\t1\t");
         row("info", {"info", "@/good.mpq"}, 0, "files\t");
+        row("info of a map", {"info", "@/map.w3x"}, 0, "\nformat\t1\noffset\t512\nsector size\t4096\nhash table\t64\n"
+            "used slots\t4\nblock table\t4\nmap name\tMy Map\nmap flags\t0x00000024\nsignature\tnone\n");
         row("add", {"add", "@/new.mpq", "@/src.txt", "-v"}, 0, "Aggiunta file src.txt\n");
         row("extract", {"extract", "@/good.mpq", "a.txt", "--to", "@/out", "--verbose"}, 0, "Estrazione file a.txt\n");
         row("delete", {"delete", "@/del.mpq", "a.txt", "-v"}, 0, "Eliminazione file a.txt\n");

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "config/registry.h"
+#include "properties/archive_properties.h"
 #include "support/archive_factory.h"
 #include "tools/embed_archive.h"
 #include "support/file_size_limit.h"
@@ -224,6 +225,25 @@ private slots:
         const VerifyReport report = VerifyArchive(archive, ListingOptions{}, ports, ports);
         QTEST(Findings(report), "findings");
         QCOMPARE(ReadFile(archive), bytes);
+    }
+
+    // A WarCraft III map's header gives its name and flags only when they are there whole.
+    void mapHeader_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<QString>("found");
+        const QByteArray header = QByteArray("HM3W\0\0\0\0My Map\0\x24\0\0\0\x04\0\0\0", 23).leftJustified(512, '\0');
+        QTest::newRow("whole, an archive behind") << header + ArchiveBytes(300) << "My Map 0x24";
+        QTest::newRow("cut in the name") << header.left(12) << "none";
+        QTest::newRow("cut in the flags") << header.left(18) << "none";
+        QTest::newRow("another signature") << QByteArray("HM3X") + header.mid(4) << "none";
+        QTest::newRow("empty") << QByteArray() << "none";
+    }
+    void mapHeader()
+    {
+        QFETCH(QByteArray, bytes);
+        const std::optional<MapHeader> found = ReadMapHeader(WriteFile(CaseFolder(dir.path()) + "/map.w3x", bytes));
+        QTEST(found ? found->name + " 0x" + QString::number(found->flags, 16) : "none", "found");
     }
 
     // The wizards' values are written whether the tool runs or not; a

@@ -269,7 +269,8 @@ private slots:
         CheckBar(dialog, share);
     }
 
-    // The archive's values, numbers in the locale's format; a file that has gone shows no length, date or saving.
+    // The archive's values, numbers in the locale's format; a file that has gone shows no length, date, saving
+    // or layout, nor the lines of a map's header.
     void archiveProperties_data()
     {
         QTest::addColumn<qint64>("size");
@@ -287,10 +288,17 @@ private slots:
         QFETCH(qint64, unpacked);
         QFETCH(bool, onDisk);
         frmInfoMPQ dialog;
+        std::optional<ArchiveDetails> details;
+        std::optional<MapHeader> map;
+        if (onDisk) details = ArchiveDetails{2, 512, 4096, 1024, 3, 3, ArchiveSignature::Weak}, map = MapHeader{"My Map", 0x24};
         dialog.ShowArchive({.folder = "/maps/", .name = "x.w3x", .onDisk = onDisk, .size = size, .lastChange = QDateTime::currentDateTime(),
-                            .unpacked = unpacked, .headerCount = 1234567, .rowsShown = 1234567});
+                            .unpacked = unpacked, .headerCount = 1234567, .rowsShown = 1234567, .details = details, .mapHeader = map});
         QCOMPARE(QStringList({dialog.lblPath->text(), dialog.lblName->text(), dialog.lblSize->text(), dialog.lblDecompress->text(), dialog.lblNFiles->text()}),
                  QStringList({"/maps/", "x.w3x", onDisk ? Grouped(size) : "", Grouped(unpacked), "1234567"}));
+        const QStringList layout{dialog.lblFormat->text(), dialog.lblOffset->text(), dialog.lblSectorSize->text(), dialog.lblHashTable->text(),
+                                 dialog.lblUsedSlots->text(), dialog.lblBlockTable->text(), dialog.lblSignature->text(), dialog.lblMapFlags->text()};
+        QCOMPARE(layout.join('|'), onDisk ? "2|512|" + Grouped(4096) + "|" + Grouped(1024) + "|3|3|Debole|0x00000024" : "|||||||");
+        QCOMPARE(dialog.lblMapName->isVisibleTo(&dialog) && dialog.lblMapName->text() == "My Map", onDisk);
         QCOMPARE(dialog.lblLast->text().isEmpty(), !onDisk);
         QTEST(dialog.lblRatio()->text(), "ratio");
         QFETCH(double, share);

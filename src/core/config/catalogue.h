@@ -63,6 +63,10 @@ struct MessageStrings {
     // InfoMPQ: the archive's property dialog
     QString InfoMPQProperty, InfoMPQCompression, InfoMPQPath, InfoMPQName, InfoMPQSize,
         InfoMPQDecompress, InfoMPQNFiles, InfoMPQNFilesView, InfoMPQLast;
+    // InfoMPQ: the archive's layout, and the header of a WarCraft III map
+    QString InfoMPQFormat, InfoMPQOffset, InfoMPQSectorSize, InfoMPQHashTable, InfoMPQUsedSlots,
+        InfoMPQBlockTable, InfoMPQSignature, InfoMPQSignatureNone, InfoMPQSignatureWeak, InfoMPQSignatureStrong,
+        InfoMPQMapName, InfoMPQMapFlags;
     // InfoFile: a stored file's property dialog
     QString InfoFileProperty, InfoFileCompression, InfoFileName, InfoFileType, InfoFileSize,
         InfoFileCompress, InfoFileRatio, InfoFileAttribute, InfoFilePath;

@@ -2,8 +2,26 @@
 
 #include <QFileInfo>
 #include <QLocale>
+#include <QtEndian>
 
+#include "listing/text_encoding.h"
+#include "mpq/mpq_library.h"
 #include "tools/mpq_header.h"
+
+namespace {
+
+std::optional<ArchiveDetails> ReadDetails(const QString &path)
+{
+    mpq::ArchiveLayout layout;
+    if (!mpq::ReadArchiveLayout(PathBytes(path).toStdString(), layout)) return std::nullopt;
+    ArchiveDetails details{layout.formatVersion, static_cast<qint64>(layout.headerOffset), layout.sectorSize,
+                           layout.hashTableSize, layout.usedSlots, layout.blockTableSize, ArchiveSignature::None};
+    if (layout.signature == mpq::SignatureKind::Weak) details.signature = ArchiveSignature::Weak;
+    if (layout.signature == mpq::SignatureKind::Strong) details.signature = ArchiveSignature::Strong;
+    return details;
+}
+
+}  // namespace
 
 ArchiveProperties ReadArchiveProperties(const QString &fileName, qint64 unpacked, qint64 rowsShown)
 {
@@ -19,8 +37,22 @@ ArchiveProperties ReadArchiveProperties(const QString &fileName, qint64 unpacked
         p.size = info.size();
         p.lastChange = info.lastModified();
         p.headerCount = GetMPQFileCount(fileName);
+        p.details = ReadDetails(fileName);
+        p.mapHeader = ReadMapHeader(fileName);
     }
     return p;
+}
+
+std::optional<MapHeader> ReadMapHeader(const QString &path)
+{
+    constexpr qint64 kHeaderSize = 512, kNameAt = 8;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
+    const QByteArray bytes = file.read(kHeaderSize);
+    const qsizetype nameEnds = bytes.indexOf('\0', kNameAt);
+    if (!bytes.startsWith("HM3W") || nameEnds < 0 || nameEnds + 1 + 4 > bytes.size()) return std::nullopt;
+    return MapHeader{DecodeBytes(bytes.mid(kNameAt, nameEnds - kNameAt)),
+                     qFromLittleEndian<quint32>(bytes.constData() + nameEnds + 1)};
 }
 
 std::optional<double> ArchiveSaving(const ArchiveProperties &properties)

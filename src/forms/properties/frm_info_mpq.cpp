@@ -16,6 +16,15 @@ frmInfoMPQ::frmInfoMPQ(QWidget *parent) : frmProperties(parent)
     lblFilesView =
         AddLine(5, 6, "lblFilesView", QStringLiteral("%FILESVISUALIZZATI%"));
     lblLast = AddLine(6, 4, "lblLast", QStringLiteral("%ULTIMAMODIFICA%"));
+    lblFormat = AddLine(7, 7, "lblFormat", QStringLiteral("%FORMATO%"));
+    lblOffset = AddLine(8, 8, "lblOffset", QStringLiteral("%INIZIO%"));
+    lblSectorSize = AddLine(9, 9, "lblSectorSize", QStringLiteral("%SETTORE%"));
+    lblHashTable = AddLine(10, 10, "lblHashTable", QStringLiteral("%HASH%"));
+    lblUsedSlots = AddLine(11, 11, "lblUsedSlots", QStringLiteral("%USATE%"));
+    lblBlockTable = AddLine(12, 12, "lblBlockTable", QStringLiteral("%BLOCCHI%"));
+    lblSignature = AddLine(13, 13, "lblSignature", QStringLiteral("%FIRMA%"));
+    lblMapName = AddLine(14, 14, "lblMapName", QStringLiteral("%NOMEMAPPA%"));
+    lblMapFlags = AddLine(15, 15, "lblMapFlags", QStringLiteral("%FLAGMAPPA%"));
     connect(&LanguageEvents::Instance(), &LanguageEvents::Loaded, this, &frmInfoMPQ::ApplyTexts);
     ApplyTexts();
 }
@@ -25,7 +34,10 @@ void frmInfoMPQ::ApplyTexts()
     const MessageStrings &t = Texts();
     SetCaptions(t.InfoMPQProperty, t.InfoMPQCompression,
                 {t.InfoMPQPath, t.InfoMPQName, t.InfoMPQSize, t.InfoMPQDecompress, t.InfoMPQLast, t.InfoMPQNFiles,
-                 t.InfoMPQNFilesView});
+                 t.InfoMPQNFilesView, t.InfoMPQFormat, t.InfoMPQOffset, t.InfoMPQSectorSize, t.InfoMPQHashTable,
+                 t.InfoMPQUsedSlots, t.InfoMPQBlockTable, t.InfoMPQSignature, t.InfoMPQMapName, t.InfoMPQMapFlags});
+    const QString signatures[] = {t.InfoMPQSignatureNone, t.InfoMPQSignatureWeak, t.InfoMPQSignatureStrong};
+    lblSignature->setText(detailsShown_ ? signatures[static_cast<int>(signature_)] : QString());
 }
 
 void frmInfoMPQ::ShowArchive(const ArchiveProperties &p)
@@ -37,6 +49,23 @@ void frmInfoMPQ::ShowArchive(const ArchiveProperties &p)
     lblFilesView->setText(QString::number(p.rowsShown));
     lblNFiles->setText(QString::number(p.headerCount));
     lblLast->setText(p.onDisk ? FormatGeneralDate(p.lastChange) : QString());
+
+    const ArchiveDetails d = p.details.value_or(ArchiveDetails{});
+    const auto number = [&](qint64 value) { return p.details ? FormatLength(value) : QString(); };
+    lblFormat->setText(p.details ? QString::number(d.formatVersion) : QString());
+    lblOffset->setText(number(d.headerOffset));
+    lblSectorSize->setText(number(d.sectorSize));
+    lblHashTable->setText(number(d.hashTableSize));
+    lblUsedSlots->setText(number(d.usedSlots));
+    lblBlockTable->setText(number(d.blockTableSize));
+    signature_ = d.signature;
+    detailsShown_ = p.details.has_value();
+    ApplyTexts();
+    lblMapName->setText(p.mapHeader ? p.mapHeader->name : QString());
+    lblMapFlags->setText(p.mapHeader ? QStringLiteral("0x%1").arg(p.mapHeader->flags, 8, 16, QLatin1Char('0')) : QString());
+    for (int index : {14, 15}) lblLabel(index)->setVisible(p.mapHeader.has_value());
+    for (QLabel *value : {lblMapName, lblMapFlags}) value->setVisible(p.mapHeader.has_value());
+    FitLines(p.mapHeader ? 16 : 14);
 
     // With nothing listed there is no saving to show: the bar is empty and
     // the percentage goes back to nothing saved. A file that has gone has no

@@ -10,7 +10,8 @@ public:
     explicit frmInfoMPQ(QWidget *parent = nullptr);
 
     // Sets every value anew, and the saving bar. A file that has gone shows
-    // no length, no date and no percentage.
+    // no length, no date and no percentage; a file that holds no archive the
+    // engine opens, no layout.
     void ShowArchive(const ArchiveProperties &properties);
 
     QLabel *lblPath = nullptr;
@@ -20,7 +21,20 @@ public:
     QLabel *lblNFiles = nullptr;
     QLabel *lblFilesView = nullptr;
     QLabel *lblLast = nullptr;
+    // The layout as the engine reads it, and a WarCraft III map's header
+    // (its two lines are hidden when the file begins with none).
+    QLabel *lblFormat = nullptr;
+    QLabel *lblOffset = nullptr;
+    QLabel *lblSectorSize = nullptr;
+    QLabel *lblHashTable = nullptr;
+    QLabel *lblUsedSlots = nullptr;
+    QLabel *lblBlockTable = nullptr;
+    QLabel *lblSignature = nullptr;
+    QLabel *lblMapName = nullptr;
+    QLabel *lblMapFlags = nullptr;
 
 private:
     void ApplyTexts();
+    ArchiveSignature signature_ = ArchiveSignature::None;  // shown in the language in force
+    bool detailsShown_ = false;
 };

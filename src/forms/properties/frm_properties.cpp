@@ -3,6 +3,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include <algorithm>
+
 #include "properties/archive_properties.h"
 #include "layout/twips.h"
 
@@ -95,6 +97,14 @@ void frmProperties::SetCaptions(const QString &title, const QString &compression
     std::size_t index = 0;
     for (const QString &caption : labels)
         if (index < labels_.size() && labels_[index]) labels_[index++]->setText(caption);
+}
+
+void frmProperties::FitLines(int lines)
+{
+    constexpr double kRoomBelowLines = 720;
+    const double height = std::max(kDialogHeight, kLineTop + lines * kLineStep + kRoomBelowLines);
+    setFixedSize(X(kDialogWidth), Y(height));
+    cmdOK_->move(X(kDialogWidth - 1440), Y(height - 600));
 }
 
 void frmProperties::SetSavingBar(double share)

@@ -14,7 +14,8 @@ class QPushButton;
 class frmProperties : public QDialog {
     Q_OBJECT
 public:
-    // The static labels lblLabel(0) to lblLabel(6) and the value labels.
+    // The static labels lblLabel(0), lblLabel(1), ... (seven of them or more)
+    // and the value labels.
     QLabel *lblLabel(int index) const { return labels_[static_cast<std::size_t>(index)]; }
     // The saving bar: its caption, the whole bar, the saved part inside it,
     // and the percentage below.
@@ -41,13 +42,15 @@ protected:
     // The saved part takes `share` of the bar, from its bottom up; a share
     // of 0 or less leaves the bar empty.
     void SetSavingBar(double share);
+    // Makes the dialog tall enough for `lines` lines, "Ok" below them.
+    void FitLines(int lines);
 
 private:
     static constexpr float kBarHeight = 2415.0f;
     int X(double twips) const;
     int Y(double twips) const;
 
-    std::array<QLabel *, 7> labels_{};
+    std::array<QLabel *, 16> labels_{};
     QLabel *lblCompression_ = nullptr;
     QWidget *picSize_ = nullptr;
     QWidget *picRatio_ = nullptr;
