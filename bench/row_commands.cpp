@@ -34,6 +34,7 @@ struct AnswerYes final : DialogProvider {
         return MessageButton::Yes;
     }
     InputAnswer Input(QObject *, const QString &, const QString &, const QString &) override { return {true, text}; }
+    NewArchiveChoice ChooseNewArchive(QObject *, const NewArchiveChoice &preset) override { return preset; }
 };
 
 double Time(const char *what, const std::function<void()> &step)

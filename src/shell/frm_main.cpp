@@ -256,6 +256,10 @@ void frmMain::mnuNew_Click()
             return;
     }
     if (!session_.CreateEmpty(path, Ports())) return;  // nowhere to make it: nothing changes
+    // The archive itself is made at the first add, as the user asks here;
+    // a cancel leaves the settings' table room and format 1.
+    newArchive_ = AskNewArchive(this, NewArchiveChoice{true, 1, config_.DefaultMaxFiles});
+    newArchivePath_ = newArchive_.accepted ? path : QString();
     ShowSession();
     tvMPQ_->Node(UpperKey(session_.FileName))->setSelected(true);
 }
@@ -541,7 +545,7 @@ void frmMain::AddDroppedFiles(const DropBatch &batch)
         if (node && key != FolderTreeWidget::Key(tvMPQ_->topLevelItem(0))) prefix = EncodeText(key);
     }
     BatchProgress progress(this, *reports_, int(batch.names.size()));
-    ListAfterAdd(AddFiles(session_.FileName, batch.names, batch.baseFolder, prefix, config_, progress, progress));
+    ListAfterAdd(AddToArchive(batch.names, batch.baseFolder, prefix, progress, progress));
 }
 
 void frmMain::lwMPQ_DblClick()

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "config/app_config.h"
+#include "editing/helpers/dialogs.h"
 #include "session/archive_session.h"
 #include "shell/archive_list_model.h"
 #include "shell/commands.h"
@@ -165,6 +166,10 @@ private:
     void SetStyle(bool explorer);
     // Lists the archive anew after an add that opened it.
     void ListAfterAdd(const AddReport &report);
+    // Adds to the open archive, with what New asked for it while it is
+    // still the empty file New left.
+    AddReport AddToArchive(const QStringList &names, const QString &folder, const QByteArray &prefix,
+                           StatusPanel &status, EventQueue &events);
     // The selected rows, and their Tags, in the order the list shows them.
     std::vector<int> SelectedRows() const;
     QList<QByteArray> SelectedTags() const;
@@ -198,5 +203,8 @@ private:
     frmInfoFile *infoFile_ = nullptr;
     frmInfoMPQ *infoMPQ_ = nullptr;
     WriteBackWatcher *writeBack_ = nullptr;
+    // What New asked for the archive at `newArchivePath_`, made at its first add.
+    QString newArchivePath_;
+    NewArchiveChoice newArchive_;
     frmMPQEmbedder *embedder_ = nullptr;
 };

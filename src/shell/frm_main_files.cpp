@@ -7,6 +7,7 @@
 #include "config/catalogue.h"
 #include "config/listing_setup.h"
 #include "editing/add_files.h"
+#include "editing/archive_check.h"
 #include "editing/compact.h"
 #include "editing/extract_files.h"
 #include "editing/helpers/dialogs.h"
@@ -46,6 +47,18 @@ void frmMain::ListAfterAdd(const AddReport &report)
         reports_->SetStatusText(ReplaceValue(Texts().StatusBarNotAdded, QString::number(failed.size())));
 }
 
+AddReport frmMain::AddToArchive(const QStringList &names, const QString &folder, const QByteArray &prefix,
+                               StatusPanel &status, EventQueue &events)
+{
+    const bool asked = !newArchivePath_.isEmpty() && newArchivePath_ == session_.FileName && !HasContent(newArchivePath_);
+    AppConfig config = config_;
+    if (asked) config.DefaultMaxFiles = newArchive_.maxFiles;
+    const AddReport report =
+        AddFiles(session_.FileName, names, folder, prefix, config, status, events, asked ? newArchive_.format : 1);
+    if (HasContent(session_.FileName)) newArchivePath_.clear();
+    return report;
+}
+
 void frmMain::mnuAdd_Click()
 {
     const QString chosen = OpenFileDialog(this, kOpenFileTitle, kAllFilesFilter, QString(), true);
@@ -62,7 +75,7 @@ void frmMain::mnuAdd_Click()
         names = parts.mid(1);
     }
     BatchProgress batch(this, *reports_, int(names.size()));
-    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, batch, batch));
+    ListAfterAdd(AddToArchive(names, folder, QByteArray(), batch, batch));
 }
 
 void frmMain::mnuAddDir_Click()
@@ -78,7 +91,7 @@ void frmMain::mnuAddDir_Click()
     names.reserve(paths.size());
     for (const QString &path : std::as_const(paths)) names.append(path.mid(cut));
     BatchProgress batch(this, *reports_, int(names.size()));
-    ListAfterAdd(AddFiles(session_.FileName, names, folder, QByteArray(), config_, batch, batch));
+    ListAfterAdd(AddToArchive(names, folder, QByteArray(), batch, batch));
 }
 
 void frmMain::mnuExtract_Click()
@@ -140,8 +153,7 @@ void frmMain::WriteBack(const QString &copy)
         return;
     const QByteArray folder = origin->storedName.left(origin->storedName.lastIndexOf('\\') + 1);
     const QFileInfo file(copy);
-    ListAfterAdd(AddFiles(session_.FileName, {file.fileName()}, file.absolutePath(), folder, config_, *reports_,
-                          *reports_));
+    ListAfterAdd(AddToArchive({file.fileName()}, file.absolutePath(), folder, *reports_, *reports_));
     writeBack_->Rebase(copy);
 }
 

@@ -14,6 +14,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QUrl>
+#include <QtEndian>
 
 #include <signal.h>
 #include <sys/resource.h>
@@ -228,8 +229,37 @@ private slots:
         if (replaced) QVERIFY(window->Tree()->Node(UpperKey(folder + "/" + made))->isSelected());
         window->mnuNew_Click();  // cancelled: the archive stays open
         window->mnuOpen_Click();  // cancelled: the archive is closed
-        QCOMPARE(dialogs.asked.size(), typed == made ? 3 : 4);
+        QCOMPARE(dialogs.asked.size(), (typed == made ? 3 : 4) + (replaced ? 1 : 0));  // the new archive's box
         QCOMPARE(window->windowTitle() + QString::number(window->Model()->rowCount()), QStringLiteral("Arcavera0"));
+    }
+
+    // New leaves an empty file; its first add makes the archive in the
+    // format and with the table room asked for after the name.
+    void newArchiveOptions_data()
+    {
+        QTest::addColumn<bool>("accepted");
+        QTest::addColumn<QList<int>>("header");  // format field, hash slots
+        QTest::newRow("format 2, 5000 files") << true << QList<int>{1, 8192};
+        QTest::newRow("box cancelled: the settings") << false << QList<int>{0, 1024};
+    }
+    void newArchiveOptions()
+    {
+        QFETCH(bool, accepted);
+        QFETCH(QList<int>, header);
+        auto window = Start();
+        const QString folder = CaseFolder(dir.path());
+        const QString source = WriteFile(folder + "/one.txt", "one");
+        ScriptedDialogs dialogs;
+        dialogs.answers = {{folder + "/new.mpq"}, {source}};
+        dialogs.newArchiveAnswers = {NewArchiveChoice{accepted, 2, 5000}};
+        window->mnuNew_Click();
+        QCOMPARE(QFileInfo(folder + "/new.mpq").size(), 0);
+        QCOMPARE(dialogs.asked.value(1).title, QStringLiteral("1 %1").arg(window->Config().DefaultMaxFiles));
+        window->mnuAdd_Click();
+        const QByteArray bytes = ReadFile(folder + "/new.mpq");
+        QCOMPARE((QList<int>{int(qFromLittleEndian<quint16>(bytes.constData() + 12)),
+                             int(qFromLittleEndian<quint32>(bytes.constData() + 24))}), header);
+        QCOMPARE(Names(*window), QStringList{"one.txt"});
     }
 
     // Over an open archive the window takes no drop; on the empty window a file opens, a folder not.

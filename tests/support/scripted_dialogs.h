@@ -16,6 +16,7 @@ struct ScriptedDialogs final : DialogProvider {
     };
     QList<QStringList> answers;           // one per file or folder question; empty = cancel
     QList<MessageButton> messageAnswers;  // one per message box; none queued = No
+    QList<NewArchiveChoice> newArchiveAnswers;  // one per new-archive box; none queued = cancel
     QList<Question> asked;
     DialogProvider *previous = nullptr;
 
@@ -46,6 +47,13 @@ struct ScriptedDialogs final : DialogProvider {
         asked.append({"input", t, {}, prompt});
         const QStringList answer = answers.isEmpty() ? QStringList() : answers.takeFirst();
         return InputAnswer{!answer.isEmpty(), answer.value(0)};
+    }
+
+    NewArchiveChoice ChooseNewArchive(QObject *, const NewArchiveChoice &preset) override
+    {
+        asked.append({"new archive", QString::number(preset.format) + " " + QString::number(preset.maxFiles), {}, {}});
+        return newArchiveAnswers.isEmpty() ? NewArchiveChoice{false, preset.format, preset.maxFiles}
+                                           : newArchiveAnswers.takeFirst();
     }
 
 private:

@@ -54,6 +54,8 @@ struct MessageStrings {
         MessageExtractStopped;
     // A stored file saved in another program: the question, and why it is not put back.
     QString MessageWriteBack, MessageWriteBackStale;
+    // The new-archive box.
+    QString NewArchiveTitle, NewArchiveFormat, NewArchiveFormat1, NewArchiveFormat2, NewArchiveMaxFiles;
     // A batch the user stopped.
     QString MessageCancelled;
     // Verify: the menu entry, the report's lines, the faults, the signature.

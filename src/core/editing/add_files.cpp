@@ -50,10 +50,10 @@ AddMethod ChooseAddMethod(const QString &name, const AppConfig &config)
 
 AddReport AddFiles(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
                    const QByteArray &prefix, const AppConfig &config, StatusPanel &status,
-                   EventQueue &events)
+                   EventQueue &events, int newFormat)
 {
     AddReport report;
-    mpq::Update update = OpenArchiveForUpdate(archivePath, config.DefaultMaxFiles, report.archive);
+    mpq::Update update = OpenArchiveForUpdate(archivePath, config.DefaultMaxFiles, report.archive, newFormat);
     if (!update) return report;
 
     for (const QString &name : names) {

@@ -67,7 +67,7 @@ struct AddReport {
 // Per file: the status text "Aggiunta file %v" (the texts in force) with the
 // name, the compression of ChooseAddMethod, then a turn of `events`. A name
 // already stored is replaced. A file the engine refuses does not stop the
-// batch.
+// batch. An archive that the batch makes is in `newFormat` (1 or 2).
 AddReport AddFiles(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
                    const QByteArray &prefix, const AppConfig &config, StatusPanel &status,
-                   EventQueue &events);
+                   EventQueue &events, int newFormat = 1);

@@ -15,7 +15,7 @@ std::uint32_t TableRoom(qint32 maxFiles) { return static_cast<std::uint32_t>(std
 
 }  // namespace
 
-mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why)
+mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why, int format)
 {
     // Taken before the attempt, which may leave a file behind.
     const bool hadContent = HasContent(archivePath);
@@ -30,8 +30,9 @@ mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFi
     // An empty file (what New leaves) or no file at all becomes an archive
     // here; a file of any other content is never written over.
     if (!update)
-        update = mpq::MpqOpenArchiveForUpdate(archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW,
-                                              maximumFiles);
+        update = mpq::MpqOpenArchiveForUpdate(
+            archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW | (format == 2 ? mpq::MOAU_FORMAT_2 : 0),
+            maximumFiles);
     why = update ? Refusal::None : WhyUpdateNotOpened(archivePath, hadContent);
     return update;
 }
@@ -39,7 +40,7 @@ mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFi
 Refusal CreateArchive(const QString &archivePath, int format, qint32 maxFiles)
 {
     if (HasContent(archivePath)) return Refusal::NameInUse;
-    const std::uint32_t flags = mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW | (format == 2 ? mpq::MOAU_FORMAT_2 : 0);
-    mpq::Update update = mpq::MpqOpenArchiveForUpdate(PathBytes(archivePath).toStdString(), flags, TableRoom(maxFiles));
+    Refusal why = Refusal::None;
+    mpq::Update update = OpenArchiveForUpdate(archivePath, maxFiles, why, format);
     return update && update.Close() ? Refusal::None : Refusal::NotCreatable;
 }

@@ -14,7 +14,8 @@
 // engine). A file of any other content is never written over. Empty when
 // both fail, with `why` telling the reason (NotCreatable, NotWritable or
 // NotAnArchive); else `why` is None. The update is written at its Close().
-mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why);
+// An archive made here is in `format` (1, or 2 for archives over 4 GiB).
+mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why, int format = 1);
 
 // Makes an archive with no files at `archivePath`, in format 1 (what
 // WarCraft III and StarCraft read) or 2 (archives over 4 GiB), with room for

@@ -1,11 +1,18 @@
 #include "dialogs/dialogs_qt.h"
 
 #include <QApplication>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QSpinBox>
+
+#include <algorithm>
 #include <QDesktopServices>
 #include <QDir>
 #include <QPushButton>
 #include <QWidget>
 
+#include "config/catalogue.h"
 #include "editing/helpers/shell_open.h"
 
 namespace {
@@ -187,6 +194,31 @@ InputAnswer QtDialogProvider::Input(QObject *owner, const QString &prompt, const
     const auto dialog = MakeInputDialog(OwnerWindow(owner), prompt, title, defaultText);
     if (dialog->exec() != QDialog::Accepted) return InputAnswer{};
     return InputAnswer{true, dialog->textValue()};
+}
+
+NewArchiveChoice QtDialogProvider::ChooseNewArchive(QObject *owner, const NewArchiveChoice &preset)
+{
+    const MessageStrings &t = Texts();
+    QDialog dialog(OwnerWindow(owner));
+    dialog.setObjectName(QStringLiteral("dlgNewArchive"));
+    dialog.setWindowTitle(t.NewArchiveTitle);
+    auto *format = new QComboBox(&dialog);
+    format->addItems({t.NewArchiveFormat1, t.NewArchiveFormat2});
+    format->setCurrentIndex(preset.format == 2 ? 1 : 0);
+    auto *maxFiles = new QSpinBox(&dialog);
+    maxFiles->setRange(1, 999999);
+    maxFiles->setValue(std::clamp<qint32>(preset.maxFiles, 1, 999999));
+    auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel, &dialog);
+    buttons->button(QDialogButtonBox::Ok)->setText(t.ConfigOk);
+    buttons->button(QDialogButtonBox::Cancel)->setText(t.ConfigCancel);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    auto *form = new QFormLayout(&dialog);
+    form->addRow(t.NewArchiveFormat, format);
+    form->addRow(t.NewArchiveMaxFiles, maxFiles);
+    form->addRow(buttons);
+    if (dialog.exec() != QDialog::Accepted) return NewArchiveChoice{false, preset.format, preset.maxFiles};
+    return NewArchiveChoice{true, format->currentIndex() + 1, maxFiles->value()};
 }
 
 void InstallQtDialogs()

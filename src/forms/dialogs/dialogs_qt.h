@@ -54,6 +54,7 @@ public:
                           MessageButton defaultButton) override;
     InputAnswer Input(QObject *owner, const QString &prompt, const QString &title,
                       const QString &defaultText) override;
+    NewArchiveChoice ChooseNewArchive(QObject *owner, const NewArchiveChoice &preset) override;
 };
 
 // Installs one QtDialogProvider for the life of the process, and the

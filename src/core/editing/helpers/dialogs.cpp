@@ -139,3 +139,9 @@ InputAnswer ShowInputBox(QObject *owner, const QString &prompt, const QString &t
     if (!g_provider) return InputAnswer{};
     return g_provider->Input(owner, prompt, title, defaultText);
 }
+
+NewArchiveChoice AskNewArchive(QObject *owner, const NewArchiveChoice &preset)
+{
+    if (!g_provider) return NewArchiveChoice{false, preset.format, preset.maxFiles};
+    return g_provider->ChooseNewArchive(owner, preset);
+}

@@ -41,6 +41,13 @@ struct InputAnswer {
     QString text;           // the text typed; empty after a cancel
 };
 
+// How a new archive is to be made: its format and the room of its table.
+struct NewArchiveChoice {
+    bool accepted = false;  // false after a cancel
+    int format = 1;         // 1 (WarCraft III and StarCraft maps) or 2 (archives over 4 GiB)
+    qint32 maxFiles = 1024;
+};
+
 class DialogProvider {
 public:
     virtual ~DialogProvider();
@@ -67,6 +74,8 @@ public:
     // Asks for one line of text, preset with `defaultText`.
     virtual InputAnswer Input(QObject *owner, const QString &prompt, const QString &title,
                               const QString &defaultText) = 0;
+    // Asks for the format and table room of a new archive, preset with `preset`.
+    virtual NewArchiveChoice ChooseNewArchive(QObject *owner, const NewArchiveChoice &preset) = 0;
 };
 
 // Installs `provider` (not owned; nullptr for none) and returns the one it
@@ -106,6 +115,8 @@ MessageButton EscapeAnswer(MessageButtons buttons);
 MessageButton ShowMessageBox(QObject *owner, const QString &text, const QString &title,
                              MessageButtons buttons, MessageIcon icon,
                              MessageButton defaultButton);
+// The new-archive box; with no provider installed it is cancelled.
+NewArchiveChoice AskNewArchive(QObject *owner, const NewArchiveChoice &preset);
 // An input box; with no provider installed it is cancelled.
 InputAnswer ShowInputBox(QObject *owner, const QString &prompt, const QString &title,
                          const QString &defaultText);
