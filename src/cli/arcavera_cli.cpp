@@ -17,12 +17,15 @@
 #include "config/catalogue.h"
 #include "config/listing_setup.h"
 #include "editing/add_files.h"
+#include "editing/archive_update.h"
+#include "editing/compact.h"
 #include "editing/archive_check.h"
 #include "editing/delete_rename.h"
 #include "editing/extract_files.h"
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
 #include "exit_status.h"
+#include "usage.h"
 #include "listing/classic_listing.h"
 #include "listing/name_scanner.h"
 #include "listing/row_order.h"
@@ -31,116 +34,6 @@
 #include "tools/verify_archive.h"
 
 namespace {
-
-constexpr const char *kUsage =
-    "Usage: arcavera-cli [--ini FILE] COMMAND ARGUMENTS\n"
-    "\n"
-    "Commands:\n"
-    "  list ARCHIVE    Print one line per stored file: name, extension, size,\n"
-    "                  compressed size, saving and attributes, separated by tabs,\n"
-    "                  in the order the Arcavera window shows them.\n"
-    "  add ARCHIVE PATH... [--prefix PREFIX] [--verbose]\n"
-    "                  Add files and folders, compressed by the rules of the\n"
-    "                  settings. A file is stored under its own name; a folder's\n"
-    "                  files (hidden ones too) under their paths relative to that\n"
-    "                  folder. PREFIX (folders separated by \\ or /) goes before\n"
-    "                  every name. The archive is made when it does not exist or\n"
-    "                  is empty; a stored file of the same name is replaced. A\n"
-    "                  PATH that does not exist is named and the others are\n"
-    "                  still added. The archive itself is never added.\n"
-    "  extract ARCHIVE [NAME...] --to FOLDER [--verbose]\n"
-    "                  Write the named stored files (all of them when no name is\n"
-    "                  given) below FOLDER, which is made when missing. Names use\n"
-    "                  \\ between folders, as the list prints them, and are taken\n"
-    "                  as UTF-8. Nothing is written outside FOLDER, nor through\n"
-    "                  a link below it.\n"
-    "  delete ARCHIVE NAME... [--verbose]\n"
-    "                  Delete the named stored files. A NAME that is not stored\n"
-    "                  is named and the others are still deleted. The room of\n"
-    "                  deleted files is not given back.\n"
-    "  rename ARCHIVE OLD NEW\n"
-    "                  Store the file OLD under the name NEW instead. A NEW that\n"
-    "                  is stored already is refused, OLD itself included; names\n"
-    "                  that differ only in case are the same name.\n"
-    "  delete and rename take names as extract does, and only change an archive\n"
-    "  that exists: an empty file is no archive to them.\n"
-    "  names ARCHIVE   Print the names that Arcavera recovers for the files that no\n"
-    "                  list names (from its standard names of map files and the\n"
-    "                  archive's own import lists, scripts, data and models), one\n"
-    "                  a line, sorted: saved to a file, they serve as an external\n"
-    "                  list file.\n"
-    "  info ARCHIVE    Print the archive's properties, a line each, the name and\n"
-    "                  the value separated by a tab: folder, name, size (the\n"
-    "                  whole file's length, an executable part included),\n"
-    "                  unpacked (the sum of the listed files' sizes), files (the\n"
-    "                  entry count of the archive's header), rows (the files\n"
-    "                  list prints), modified (local time, ISO 8601), saving\n"
-    "                  (1 - size / unpacked, in percent; - when nothing is\n"
-    "                  listed), then as the engine reads the archive: format\n"
-    "                  (1 to 4), offset (of its header in the file), sector size\n"
-    "                  (in bytes), hash table (slots), used slots, block table\n"
-    "                  (entries), map name and map flags (of a WarCraft III\n"
-    "                  map's header, when the file begins with one) and\n"
-    "                  signature (none, weak or strong; not checked).\n"
-    "  verify ARCHIVE  Check every file the list would print: read whole, and\n"
-    "                  compared with the checksums the archive keeps of it (of\n"
-    "                  its sectors, and its CRC32 and MD5 in (attributes)); then\n"
-    "                  the archive's signature. Prints a line per faulty file,\n"
-    "                  NAME: and its faults separated by \"; \", then \"N files\n"
-    "                  checked, M with faults; signature: \" and none, weak,\n"
-    "                  valid, strong, valid or does not match.\n"
-    "  embed EXE ARCHIVE\n"
-    "                  Append ARCHIVE, a plain MPQ archive (its header at its\n"
-    "                  start), to EXE in place: zero bytes up to the next\n"
-    "                  multiple of 512, then the archive byte for byte. EXE must\n"
-    "                  begin with MZ and hold no archive yet.\n"
-    "  split FILE [--exe OUT] [--mpq OUT]\n"
-    "                  Cut a file whose archive stands behind an executable part:\n"
-    "                  the bytes before the archive's header (padding included)\n"
-    "                  go to the --exe file, the archive from its header to the\n"
-    "                  end to the --mpq file; one of them or both. An existing\n"
-    "                  OUT is replaced only once its copy is complete.\n"
-    "\n"
-    "Options:\n"
-    "  --ini FILE      Use FILE as settings instead of the user's Arcavera.ini\n"
-    "                  (compression rules, external list files, type detection,\n"
-    "                  the recovery of names, sort order). Without a settings\n"
-    "                  file, add uses the rules of a first start: .bik .smk .mp3\n"
-    "                  .mpq .w3m .w3x stored plain, .wav compressed as audio, the\n"
-    "                  rest compressed.\n"
-    "  -v, --verbose   Print a line per file added, extracted or deleted.\n"
-    "  --no-scan       List without recovering names from the archive's own\n"
-    "                  files, whatever the settings say.\n"
-    "  -h, --help      Show this help.\n"
-    "  --              Take every later argument as a path or name, even one\n"
-    "                  beginning with -.\n"
-    "\n"
-    "Attributes: C compressed, E encrypted, X key adjusted to the position.\n"
-    "Files that no list names are shown as ~unknowns\\...; names are printed as\n"
-    "UTF-8, with control characters (tabs and line breaks among them) written\n"
-    "out as \\x and two hex digits, such as \\x1b for escape.\n"
-    "\n"
-    "Exit status:\n"
-    "  0  done\n"
-    "  1  bad usage\n"
-    "  2  a path that does not exist, is the wrong kind (a folder given as\n"
-    "     archive, a file as the folder to extract to), or cannot be made or\n"
-    "     written\n"
-    "  3  the file holds no MPQ archive (it is left as it is)\n"
-    "  4  some files could not be added, extracted or deleted, or the file to\n"
-    "     rename is not stored: each is named on standard error, the others\n"
-    "     were done (a disk failure during extraction ends it there)\n"
-    "  5  rename: the new name is stored already; nothing was renamed\n"
-    "  6  verify: a file is faulty, or the signature does not match (an\n"
-    "     archive without a signature is no fault)\n"
-    "For embed and split:\n"
-    "  2  a path that does not exist or is a folder, an ARCHIVE that is EXE\n"
-    "     itself, an OUT that is FILE itself or both OUTs one file\n"
-    "  3  EXE does not begin with MZ, ARCHIVE has no header at its start, or\n"
-    "     FILE holds no archive behind an executable part\n"
-    "  4  EXE holds an archive already\n"
-    "  5  a file cannot be read or written; the file that failed is left as it\n"
-    "     was (EXE keeps its old length, OUT its old bytes)\n";
 
 // The settings every command reads, loaded once.
 struct Settings {
@@ -334,6 +227,57 @@ int VerifyCommand(const QStringList &arguments, const Settings &settings)
     std::printf("%lld files checked, %lld with faults; signature: %s\n", static_cast<long long>(report.filesChecked),
                 static_cast<long long>(report.faulty.size()), SignatureText(report.signature));
     return report.Sound() ? 0 : kFaultsFoundStatus;
+}
+
+int CompactCommand(const QStringList &arguments, const Settings &settings)
+{
+    int status = 0;
+    const QString path = OneArchive(arguments, "compact", status);
+    if (status) return status;
+    CollectingPorts quiet;
+    const CompactReport report = CompactArchive(path, settings.listing, quiet);
+    switch (report.archive) {
+    case Refusal::None:
+        std::printf("%lld bytes before, %lld after\n", static_cast<long long>(report.sizeBefore),
+                    static_cast<long long>(report.sizeAfter));
+        break;
+    case Refusal::Nameless:
+        for (const QByteArray &name : report.nameless)
+            PrintError(QStringLiteral("%1: has no name to be rewritten under").arg(DecodeBytes(name)));
+        PrintError(QStringLiteral("%1: not compacted; it is as it was").arg(path));
+        break;
+    case Refusal::NotWritable:
+        PrintError(QStringLiteral("%1: the archive cannot be written").arg(path));
+        break;
+    default:
+        ReportNotWritten(path);
+        break;
+    }
+    return ExitStatus(report.archive);
+}
+
+int CreateCommand(const QStringList &arguments, const CommandLine &line, const Settings &settings)
+{
+    if (arguments.size() != 1) {
+        PrintError(QStringLiteral("create takes one archive"));
+        return kUsageStatus;
+    }
+    const QString format = line.Value(QStringLiteral("--format")).value_or(QStringLiteral("1"));
+    bool counted = true;
+    const qint32 maxFiles = line.Has(QStringLiteral("--max-files"))
+                                ? line.Value(QStringLiteral("--max-files")).value_or(QString()).toInt(&counted)
+                                : settings.config.DefaultMaxFiles;
+    if ((format != QLatin1String("1") && format != QLatin1String("2")) || !counted || maxFiles < 1) {
+        PrintError(QStringLiteral("create takes --format 1 or 2 and --max-files with a count of 1 or more"));
+        return kUsageStatus;
+    }
+    const QString path = QFileInfo(arguments[0]).absoluteFilePath();
+    const Refusal why = CreateArchive(path, format.toInt(), maxFiles);
+    if (why == Refusal::NameInUse)
+        PrintError(QStringLiteral("%1: a file is there already; left as it is").arg(path));
+    else if (why != Refusal::None)
+        PrintError(QStringLiteral("%1: the archive cannot be made there").arg(path));
+    return ExitStatus(why);
 }
 
 // The status text of each file added, extracted or deleted, a line each,
@@ -567,6 +511,11 @@ int main(int argc, char *argv[])
         PrintError(QStringLiteral("--prefix belongs to add"));
         return kUsageStatus;
     }
+    if ((line.Has(QStringLiteral("--format")) || line.Has(QStringLiteral("--max-files"))) &&
+        command != QLatin1String("create")) {
+        PrintError(QStringLiteral("--format and --max-files belong to create"));
+        return kUsageStatus;
+    }
     const bool verbose = line.Has(QStringLiteral("-v")) || line.Has(QStringLiteral("--verbose"));
     if (command == QLatin1String("embed")) return EmbedCommand(rest);
     Settings settings = LoadSettings(iniPath);
@@ -580,6 +529,8 @@ int main(int argc, char *argv[])
     if (command == QLatin1String("rename")) return RenameCommand(rest, settings);
     if (command == QLatin1String("info")) return InfoCommand(rest, settings);
     if (command == QLatin1String("verify")) return VerifyCommand(rest, settings);
+    if (command == QLatin1String("compact")) return CompactCommand(rest, settings);
+    if (command == QLatin1String("create")) return CreateCommand(rest, line, settings);
     PrintError(QStringLiteral("unknown command: %1").arg(command));
     std::fputs(kUsage, stderr);
     return kUsageStatus;

@@ -28,8 +28,10 @@ constexpr StatusRow kStatuses[] = {
     {Refusal::OutsideFolder, 4},
     {Refusal::Linked, 4},
     {Refusal::DiskFailure, 4},
-    // 5: rename onto a name that is stored already.
+    // 5: rename onto a name that is stored already; create where a file stands.
     {Refusal::NameInUse, 5},
+    // 7: compact: a stored file has no name to be rewritten under.
+    {Refusal::Nameless, 7},
 };
 
 struct EmbedStatusRow {

@@ -9,6 +9,7 @@ constexpr int kUsageStatus = 1;
 
 // verify: a faulty file, or a signature that does not match.
 constexpr int kFaultsFoundStatus = 6;
+// compact: a stored file has no name to be rewritten under (Refusal::Nameless).
 
 // The exit status of `why`; None gives 0. A command that meets several
 // refusals exits with the highest of their statuses.

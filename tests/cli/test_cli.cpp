@@ -24,7 +24,7 @@ private slots:
     {
         const QString f = dir.path();
         const QList<StoredFile> files{{"a.txt", "a"}, {"..\\up.txt", "up"}, {"big.bin", TextData(5000)}};
-        for (const char *name : {"good.mpq", "del.mpq", "ren.mpq"}) QVERIFY(MakeArchive(f + "/" + name, files, f + "/s"));
+        for (const char *name : {"good.mpq", "del.mpq", "ren.mpq", "compact.mpq"}) QVERIFY(MakeArchive(f + "/" + name, files, f + "/s"));
         QByteArray noise(600000, Qt::Uninitialized);  // no compression shrinks it
         QRandomGenerator(5).fillRange(reinterpret_cast<quint32 *>(noise.data()), noise.size() / 4);
         QVERIFY(MakeArchive(f + "/big.mpq", {{"noise.bin", noise.left(300000)}}, f + "/s"));
@@ -32,6 +32,7 @@ private slots:
         WriteFile(f + "/text.mpq", "just some text\n");
         WriteFile(f + "/empty.mpq", {});
         WriteFile(f + "/src.txt", "source");
+        WriteFile(f + "/nameless.mpq", HandMadeArchive(8, {{"x.dat", "x"}}));
         WriteFile(f + "/bare.w3x", HandMadeArchive(16, {{"war3map.j", "call X(\"war3mapImported\\\\a.blp\")"},
                                                      {"war3mapImported\\a.blp", "BLP1"}}));
         WriteFile(f + "/game.exe", ExeBytes(1000));
@@ -71,6 +72,12 @@ private slots:
         row("split", {"-v", "split", "@/embedded.exe", "--mpq", "@/split.mpq"}, 0, "");
         row("verify", {"verify", "@/good.mpq"}, 0, "4 files checked, 0 with faults; signature: none\n");
         row("help", {"--help"}, 0, "Usage: arcavera-cli");
+        row("compact", {"compact", "@/compact.mpq"}, 0, " after\n");
+        row("create", {"create", "@/made.mpq", "--format", "2", "--max-files", "100"}, 0, "");
+        row("create, bad format", {"create", "@/made2.mpq", "--format", "3"}, 1, "create takes --format 1 or 2");
+        row("--format outside create", {"list", "@/good.mpq", "--format", "2"}, 1, "--format and --max-files belong to create");
+        row("create over a file", {"create", "@/text.mpq"}, 5, "text.mpq: a file is there already; left as it is\n");
+        row("compact without names", {"compact", "@/nameless.mpq"}, 7, "~unknowns\\unknown00000");
         row("names", {"names", "@/bare.w3x"}, 0, "war3map.j\nwar3mapImported\\a.blp\n");
         row("list recovering names", {"list", "@/bare.w3x"}, 0, "war3mapImported\\a.blp\tblp\t");
         row("list with --no-scan", {"list", "@/bare.w3x", "--no-scan"}, 0, "~unknowns\\");
