@@ -104,13 +104,17 @@ CompactResult MpqCompactArchive(const std::string &path, const std::vector<std::
     if (::access(path.c_str(), W_OK) != 0 || ::access(folder.c_str(), W_OK | X_OK) != 0)
         return CompactResult::NotWritable;
 
-    std::string copy = folder + "/.arcavera-compact-XXXXXX";
-    const int fd = ::mkstemp(copy.data());
+    // StormLib compacts into a file named after this one with its extension
+    // made ".mp_": the extension keeps that name unique as well.
+    std::string copy = folder + "/.arcavera-compact-XXXXXX.mpq";
+    const int fd = ::mkstemps(copy.data(), 4);
     if (fd < 0) return CompactResult::NotWritable;
     const std::string namesPath = copy + ".names";
+    const std::string stormTemp = copy.substr(0, copy.size() - 3) + "mp_";
     auto fail = [&](CompactResult why) {
         ::unlink(copy.c_str());
         ::unlink(namesPath.c_str());
+        ::unlink(stormTemp.c_str());
         return why;
     };
     const bool copied = CopyInto(path, fd) && ::fchmod(fd, original.st_mode & 07777) == 0;
