@@ -111,14 +111,7 @@ void frmMain::mnuExtractAll_Click()
     if (!session_.IsOpen()) return;
     const QString folder = BrowseForFolder(this, QString(), true);
     if (folder.isEmpty()) return;
-    CollectingPorts listing;
-    ListingPorts ports{listing, listing, listing};
-    qint64 total = 0;
-    ListingOptions options = ListingOptionsOf(config_);
-    options.autoDetect = false;  // the stored names, without guessed extensions
-    LoadArchiveClassic(session_.FileName, options, ports, total);
-    QList<QByteArray> names;
-    for (const ListRow &row : listing.rows) names.append(row.Tag);
+    const QList<QByteArray> names = ListStoredNames(session_.FileName, ListingOptionsOf(config_));
     BatchProgress batch(this, *reports_, int(names.size()));
     const ExtractReport report = ExtractFiles(session_.FileName, names, folder, batch, batch);
     const MessageStrings &t = Texts();

@@ -38,16 +38,10 @@ CompactReport CompactArchive(const QString &path, const ListingOptions &options,
     if (report.archive != Refusal::None) return report;
     report.sizeBefore = report.sizeAfter = QFileInfo(path).size();
 
-    CollectingPorts listing;
-    ListingPorts ports{listing, listing, listing};
-    qint64 total = 0;
-    ListingOptions names = options;
-    names.autoDetect = false;  // the stored names themselves, no guessed extension
-    LoadArchiveClassic(path, names, ports, total);
     std::vector<std::string> stored;
-    for (const ListRow &row : listing.rows) {
-        if (row.Tag.startsWith(mpq::kUnknownPrefix)) report.nameless.append(row.Tag);
-        stored.push_back(row.Tag.toStdString());
+    for (const QByteArray &name : ListStoredNames(path, options)) {
+        if (name.startsWith(mpq::kUnknownPrefix)) report.nameless.append(name);
+        stored.push_back(name.toStdString());
     }
     if (!report.nameless.isEmpty()) {
         report.archive = Refusal::Nameless;

@@ -83,3 +83,17 @@ bool LoadArchiveClassic(const QString &path, const ListingOptions &options, List
     ListArchiveRecords(archive.get(), path, options, ports, RecordFilter(), false, &totalSize);
     return true;
 }
+
+QList<QByteArray> ListStoredNames(const QString &path, const ListingOptions &options)
+{
+    CollectingPorts quiet;
+    ListingPorts ports{quiet, quiet, quiet};
+    ListingOptions stored = options;
+    stored.autoDetect = false;
+    qint64 totalSize = 0;
+    LoadArchiveClassic(path, stored, ports, totalSize);
+    QList<QByteArray> names;
+    names.reserve(static_cast<qsizetype>(quiet.rows.size()));
+    for (const ListRow &row : quiet.rows) names.append(row.Tag);
+    return names;
+}

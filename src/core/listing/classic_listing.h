@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 
 #include <vector>
@@ -48,3 +49,7 @@ void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const Listi
 // sum of the listed sizes.
 bool LoadArchiveClassic(const QString &path, const ListingOptions &options, ListingPorts &ports,
                         qint64 &totalSize);
+
+// The stored names of every file a Classic listing with `options` shows,
+// as the engine takes them (no guessed extension), in slot order, quietly.
+QList<QByteArray> ListStoredNames(const QString &path, const ListingOptions &options);
