@@ -215,7 +215,8 @@ int VerifyCommand(const QStringList &arguments, const Settings &settings)
     const QString path = OneArchive(arguments, "verify", status);
     if (status) return status;
     CollectingPorts quiet;
-    const VerifyReport report = VerifyArchive(path, settings.listing, quiet, quiet);
+    NoEvents events;
+    const VerifyReport report = VerifyArchive(path, settings.listing, quiet, quiet, events);
     if (report.archive != Refusal::None) return ReportArchiveCheck(path, report.archive);
     for (const FaultyFile &file : report.faulty) {
         QStringList said;
@@ -235,7 +236,8 @@ int CompactCommand(const QStringList &arguments, const Settings &settings)
     const QString path = OneArchive(arguments, "compact", status);
     if (status) return status;
     CollectingPorts quiet;
-    const CompactReport report = CompactArchive(path, settings.listing, quiet);
+    NoEvents events;
+    const CompactReport report = CompactArchive(path, settings.listing, quiet, events);
     switch (report.archive) {
     case Refusal::None:
         std::printf("%lld bytes before, %lld after\n", static_cast<long long>(report.sizeBefore),

@@ -8,10 +8,15 @@
 #include "listing/text_encoding.h"
 #include "shell/window_ports.h"
 
-BatchProgress::BatchProgress(QWidget *parent, StatusReport &status, int count) : status_(status)
+BatchProgress::BatchProgress(QWidget *parent, StatusReport &status, int count) : parent_(parent), status_(status)
 {
-    if (count <= kCancellableBatch) return;
-    dialog_ = std::make_unique<QProgressDialog>(QString(), Texts().ConfigCancel, 0, count, parent);
+    BeginBatch(count);
+}
+
+void BatchProgress::BeginBatch(int turns)
+{
+    if (turns <= kCancellableBatch || dialog_) return;
+    dialog_ = std::make_unique<QProgressDialog>(QString(), Texts().ConfigCancel, 0, turns, parent_);
     dialog_->setObjectName(QStringLiteral("dlgBatchProgress"));
     dialog_->setWindowTitle(QStringLiteral("Arcavera"));
     dialog_->setWindowModality(Qt::WindowModal);
@@ -21,8 +26,9 @@ BatchProgress::BatchProgress(QWidget *parent, StatusReport &status, int count) :
     auto *bar = new QProgressBar;  // the dialog takes it
     bar->setFormat(QStringLiteral("%v / %m"));
     dialog_->setBar(bar);
-    dialog_->setRange(0, count);
+    dialog_->setRange(0, turns);
     dialog_->setValue(0);
+    dialog_->setLabelText(label_);
 }
 
 BatchProgress::~BatchProgress() = default;
@@ -30,7 +36,8 @@ BatchProgress::~BatchProgress() = default;
 void BatchProgress::SetStatusText(const QString &text)
 {
     status_.SetStatusText(text);
-    if (dialog_) dialog_->setLabelText(MarkControls(text));
+    label_ = MarkControls(text);
+    if (dialog_) dialog_->setLabelText(label_);
 }
 
 void BatchProgress::Yield()
@@ -42,6 +49,14 @@ void BatchProgress::Yield()
     // The dialog is modal to the window: only its Cancel takes input.
     dialog_->setValue(++done_);
     QCoreApplication::processEvents();
+}
+
+void BatchProgress::Wait()
+{
+    if (dialog_)
+        QCoreApplication::processEvents();
+    else
+        status_.Yield();
 }
 
 bool BatchProgress::Cancelled() { return dialog_ && dialog_->wasCanceled(); }

@@ -176,8 +176,13 @@ frmMPQEmbedder *frmMain::EmbedderDialog()
 void frmMain::mnuCompact_Click()
 {
     if (!session_.IsOpen()) return;
-    reports_->SetStatusText(Texts().StatusBarCompacting);
-    const CompactReport report = CompactArchive(session_.FileName, ListingOptionsOf(config_), *reports_);
+    BatchProgress batch(this, *reports_);
+    batch.SetStatusText(Texts().StatusBarCompacting);
+    const CompactReport report = CompactArchive(session_.FileName, ListingOptionsOf(config_), *reports_, batch);
+    if (report.cancelled) {
+        reports_->SetStatusText(Texts().StatusBarReady);
+        return;
+    }
     if (report.archive == Refusal::Nameless) {
         reports_->SetStatusText(Texts().StatusBarReady);
         ShowMessageBox(this, ReplaceValue(Texts().MessageCompactNameless, QString::number(report.nameless.size())),
@@ -197,7 +202,9 @@ void frmMain::mnuCompact_Click()
 void frmMain::mnuVerify_Click()
 {
     if (!session_.IsOpen()) return;
-    const VerifyReport report = VerifyArchive(session_.FileName, ListingOptionsOf(config_), *reports_, *reports_);
+    BatchProgress batch(this, *reports_);
+    batch.SetStatusText(Texts().StatusBarVerifying);
+    const VerifyReport report = VerifyArchive(session_.FileName, ListingOptionsOf(config_), *reports_, *reports_, batch);
     if (report.archive != Refusal::None) return;
     const MessageStrings &t = Texts();
     QStringList lines{ReplaceValue(t.MessageVerifyChecked, QString::number(report.filesChecked)),
@@ -215,7 +222,8 @@ void frmMain::mnuVerify_Click()
     if (report.faulty.size() > kShown)
         lines.append(ReplaceValue(t.MessageVerifyMore, QString::number(report.faulty.size() - kShown)));
     const QString *signature[] = {&t.SignatureNone, &t.SignatureWeak, &t.SignatureStrong, &t.SignatureMismatch};
-    lines.append(*signature[static_cast<int>(report.signature)]);
+    lines.append(report.filesLeft > 0 ? ReplaceValue(t.MessageVerifyStopped, QString::number(report.filesLeft))
+                                      : *signature[static_cast<int>(report.signature)]);
     ShowMessageBox(this, lines.join(QLatin1Char('\n')), QString(), MessageButton::OK,
                    report.Sound() ? MessageIcon::Information : MessageIcon::Exclamation, MessageButton::OK);
 }

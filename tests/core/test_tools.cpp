@@ -222,7 +222,8 @@ private slots:
         }
         WriteFile(archive, bytes);
         CollectingPorts ports;
-        const VerifyReport report = VerifyArchive(archive, ListingOptions{}, ports, ports);
+        NoEvents events;
+        const VerifyReport report = VerifyArchive(archive, ListingOptions{}, ports, ports, events);
         QTEST(Findings(report), "findings");
         QCOMPARE(ReadFile(archive), bytes);
     }

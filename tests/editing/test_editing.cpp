@@ -3,11 +3,16 @@
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QScopeGuard>
 #include <QtEndian>
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <limits>
@@ -72,6 +77,26 @@ QByteArray Noise(int size, quint32 seed)
 }
 
 QByteArray ContentOf(int index) { return TextData(300 + 6000 * index, char('a' + index)); }
+
+// A user who presses Cancel before anything moves.
+struct CancelAtOnce : NoEvents {
+    bool Cancelled() override { return true; }
+};
+
+// The hidden copies compactions left in `folder`.
+QStringList CompactCopies(const QString &folder)
+{
+    return QDir(folder).entryList({".arcavera-compact-*"}, QDir::Files | QDir::Hidden);
+}
+
+// Whether a process still holds the lock of a compaction's copy.
+bool Locked(const QString &path)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
+    const bool locked = fd >= 0 && ::flock(fd, LOCK_EX | LOCK_NB) != 0;
+    if (fd >= 0) ::close(fd);
+    return locked;
+}
 }  // namespace
 
 class TestEditing : public QObject {
@@ -554,7 +579,8 @@ private slots:
         BatchTrace trace;
         QCOMPARE(DeleteStoredFiles(archive, gone, 2048, trace).deleted, 1900);
         CollectingPorts ports;
-        const CompactReport report = CompactArchive(archive, ListingOptions{}, ports);
+        NoEvents events;
+        const CompactReport report = CompactArchive(archive, ListingOptions{}, ports, events);
         QCOMPARE(report.archive, Refusal::None);
         QVERIFY2(10 * report.sizeAfter <= 12 * QFileInfo(fresh).size(), qPrintable(QString::number(report.sizeAfter)));
         QVERIFY(report.sizeBefore > 5 * report.sizeAfter);
@@ -570,6 +596,7 @@ private slots:
         QTest::newRow("full disk") << "full disk" << Refusal::ArchiveNotWritten;
         QTest::newRow("read-only folder") << "read-only" << Refusal::NotWritable;
         QTest::newRow("a file without a name") << "nameless" << Refusal::Nameless;
+        QTest::newRow("cancelled") << "cancelled" << Refusal::ArchiveNotWritten;
     }
     void compactFailsWhole()
     {
@@ -598,13 +625,60 @@ private slots:
             const FileSizeLimit limit(why == "full disk" ? rlim_t(before.size() / 2) : RLIM_INFINITY);
             if (why == "read-only" && mount) QVERIFY(QProcess::execute("mount", {"-o", "remount,ro", folder}) == 0);
             else if (why == "read-only") QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
-            report = CompactArchive(archive, options, ports);
+            NoEvents goOn;
+            CancelAtOnce cancel;
+            report = CompactArchive(archive, options, ports, why == "cancelled" ? static_cast<EventQueue &>(cancel) : goOn);
             QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         }
         QCOMPARE(report.archive, refusal);
         QCOMPARE(ReadFile(archive), before);
-        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{"a.mpq"});  // no copy left behind
+        QCOMPARE(CompactCopies(folder), QStringList());  // no copy left behind
         if (why == "nameless") QCOMPARE(report.nameless.size(), 1);
+        QCOMPARE(report.cancelled, why == "cancelled");
+    }
+
+    // A compaction killed halfway leaves the archive as it was; the copy it
+    // left goes with the next compaction in the folder.
+    void compactKilledHalfway()
+    {
+        const QString folder = CaseFolder(dir.path()), archive = folder + "/a.mpq";
+        QList<StoredFile> files;
+        for (int i = 0; i < 200; ++i) files.append({"f" + QByteArray::number(i), Noise(5000, quint32(i))});
+        QVERIFY(MakeArchive(archive, files, folder + "-src", 512));
+        BatchTrace trace;
+        QCOMPARE(DeleteStoredFiles(archive, {"f0"}, 512, trace).deleted, 1);
+        const QByteArray before = ReadFile(archive);
+        int halfway[2];
+        QVERIFY(::pipe(halfway) == 0);
+        const pid_t compacting = ::fork();
+        if (compacting == 0) {
+            // Tells, once files move, that it is halfway; then waits to be killed.
+            struct Halfway : NoEvents {
+                int tell;
+                void Yield() override { (void)!::write(tell, "h", 1), ::pause(); }
+            } events;
+            events.tell = halfway[1];
+            CollectingPorts ports;
+            CompactArchive(archive, ListingOptions{}, ports, events);
+            ::_exit(0);
+        }
+        ::close(halfway[1]);
+        char told = 0;
+        const ssize_t heard = ::read(halfway[0], &told, 1);
+        ::close(halfway[0]);
+        ::kill(compacting, SIGKILL);
+        ::waitpid(compacting, nullptr, 0);
+        QCOMPARE(heard, ssize_t(1));
+        QCOMPARE(ReadFile(archive), before);
+        const QStringList left = CompactCopies(folder).filter(QRegularExpression("mpq$"));
+        QCOMPARE(left.size(), 1);
+        QTRY_VERIFY(!Locked(folder + "/" + left.first()));  // the compacting process died with it
+
+        CollectingPorts ports;
+        NoEvents events;
+        QCOMPARE(CompactArchive(archive, ListingOptions{}, ports, events).archive, Refusal::None);
+        QCOMPARE(CompactCopies(folder), QStringList());
+        QCOMPARE(ReadStored(archive, "f199"), files.last().data);
     }
 };
 

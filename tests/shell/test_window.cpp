@@ -470,8 +470,6 @@ private slots:
         QVERIFY(tree->NodeExists(newKey));  // the rebuilt tree shows it from the stored name
     }
 
-    // A drop on an archive that cannot grow (the file-size limit stands for a
-    // full disk): the rows and the files stay, and the status bar says so.
     // Compact gives the room back and lists again; an archive with a file
     // that has no name is left as it is, and the user is told why.
     void compactTheArchive_data()
@@ -568,16 +566,17 @@ private slots:
 
     // Cancel in a long batch keeps what was done: a partial folder and an
     // archive as it was after an extraction, an archive that opens and lists
-    // what went in after an add.
+    // what went in after an add. A cancelled compaction leaves the archive and
+    // no copy; a cancelled verification says what it left unchecked.
     void cancelALongBatch_data()
     {
-        QTest::addColumn<bool>("add");
-        QTest::newRow("extraction") << false;
-        QTest::newRow("add") << true;
+        QTest::addColumn<QString>("command");
+        for (const char *command : {"extraction", "add", "compaction", "verification"}) QTest::newRow(command) << command;
     }
     void cancelALongBatch()
     {
-        QFETCH(bool, add);
+        QFETCH(QString, command);
+        const bool add = command == "add";
         const QString folder = CaseFolder(dir.path());
         QList<StoredFile> many;
         for (int i = 0; i < 400; ++i) many.append({"f\\" + QByteArray::number(i) + ".txt", QByteArray::number(i)});
@@ -599,13 +598,23 @@ private slots:
             const int listed = int(List(archive, InternalList(archive)).size());
             QVERIFY2(listed > 2 && listed < 401, qPrintable(QString::number(listed)));  // with the internal list
             QCOMPARE(window->Model()->rowCount(), listed);
-        } else {
+            return;
+        }
+        if (command == "extraction") {
             window->mnuSelectAll_Click();
             window->mnuExtract_Click();
             const qsizetype written = Tree(folder + "/out").size();  // all of it: 400 files, "f/", "(listfile)"
             QVERIFY2(written >= 1 && written < 402, qPrintable(QString::number(written)));
-            QCOMPARE(ReadFile(archive), before);
+        } else if (command == "compaction") {
+            window->mnuCompact_Click();
+            QCOMPARE(QDir(folder).entryList({".arcavera-compact*"}, QDir::Files | QDir::Hidden), QStringList());
+            QCOMPARE(StatusText(*window), QStringLiteral("Pronto"));
+        } else {
+            window->mnuVerify_Click();
+            const QString stopped = Asked(dialogs).value(0).split('\n').last();
+            QVERIFY2(stopped.startsWith("Verifica interrotta: "), qPrintable(stopped));
         }
+        QCOMPARE(ReadFile(archive), before);
     }
 
     // Verify reports what it checked, the faulty files and the signature,

@@ -216,6 +216,8 @@ const CatalogueEntry kCatalogue[] = {
     {"Verify", "Checked", &M::MessageVerifyChecked, "File controllati: %v"},
     {"Verify", "Faulty", &M::MessageVerifyFaulty, "File con difetti: %v"},
     {"Verify", "More", &M::MessageVerifyMore, "... e altri %v"},
+    {"Verify", "Stopped", &M::MessageVerifyStopped, "Verifica interrotta: %v file e la firma non sono stati controllati"},
+    {"StatusBar", "Verifying", &M::StatusBarVerifying, "Verifica dell'archivio..."},
     {"Verify", "NotOpened", &M::FaultNotOpened, "non si apre"},
     {"Verify", "NotRead", &M::FaultNotRead, "non si legge per intero"},
     {"Verify", "SectorChecksum", &M::FaultSectorChecksum, "checksum di un settore errato"},

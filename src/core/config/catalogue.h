@@ -59,9 +59,9 @@ struct MessageStrings {
     // A batch the user stopped.
     QString MessageCancelled;
     // Verify: the menu entry, the report's lines, the faults, the signature.
-    QString MenuVerify, MessageVerifyChecked, MessageVerifyFaulty, MessageVerifyMore, FaultNotOpened, FaultNotRead,
-        FaultSectorChecksum, FaultCrc32, FaultMd5, FaultRawMd5, SignatureNone, SignatureWeak, SignatureStrong,
-        SignatureMismatch;
+    QString MenuVerify, StatusBarVerifying, MessageVerifyChecked, MessageVerifyFaulty, MessageVerifyMore,
+        MessageVerifyStopped, FaultNotOpened, FaultNotRead, FaultSectorChecksum, FaultCrc32, FaultMd5, FaultRawMd5,
+        SignatureNone, SignatureWeak, SignatureStrong, SignatureMismatch;
     // InfoMPQ: the archive's property dialog
     QString InfoMPQProperty, InfoMPQCompression, InfoMPQPath, InfoMPQName, InfoMPQSize,
         InfoMPQDecompress, InfoMPQNFiles, InfoMPQNFilesView, InfoMPQLast;

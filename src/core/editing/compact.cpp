@@ -2,6 +2,8 @@
 
 #include <QFileInfo>
 
+#include <algorithm>
+
 #include <string>
 #include <vector>
 
@@ -12,9 +14,25 @@
 
 namespace {
 
-void ShowCompactProgress(void *context, std::uint64_t done, std::uint64_t total)
+// The engine's progress in bytes, shown as a percentage and as the files of
+// a batch.
+struct CompactSteps {
+    ProgressBar &progress;
+    EventQueue &events;
+    std::uint64_t files;
+    std::uint64_t turns = 0;
+};
+
+bool ShowCompactProgress(void *context, std::uint64_t done, std::uint64_t total)
 {
-    if (total > 0) static_cast<ProgressBar *>(context)->SetProgressValue(static_cast<int>(done * 100 / total));
+    auto *steps = static_cast<CompactSteps *>(context);
+    if (total == 0) total = 1;
+    done = std::min(done, total);
+    steps->progress.SetProgressValue(static_cast<int>(done * 100 / total));
+    const std::uint64_t reached = done * steps->files / total;
+    if (reached == steps->turns) steps->events.Wait();
+    for (; steps->turns < reached; ++steps->turns) steps->events.Yield();
+    return !steps->events.Cancelled();
 }
 
 Refusal RefusalOf(mpq::CompactResult result)
@@ -24,14 +42,16 @@ Refusal RefusalOf(mpq::CompactResult result)
     case mpq::CompactResult::NotAnArchive: return Refusal::NotAnArchive;
     case mpq::CompactResult::NotWritable: return Refusal::NotWritable;
     case mpq::CompactResult::Nameless: return Refusal::Nameless;
-    case mpq::CompactResult::NotWritten: break;
+    case mpq::CompactResult::NotWritten:
+    case mpq::CompactResult::Cancelled: break;
     }
     return Refusal::ArchiveNotWritten;
 }
 
 }  // namespace
 
-CompactReport CompactArchive(const QString &path, const ListingOptions &options, ProgressBar &progress)
+CompactReport CompactArchive(const QString &path, const ListingOptions &options, ProgressBar &progress,
+                             EventQueue &events)
 {
     CompactReport report;
     report.archive = CheckArchive(path, ArchiveUse::Change);
@@ -50,7 +70,12 @@ CompactReport CompactArchive(const QString &path, const ListingOptions &options,
     progress.SetProgressMax(100);
     progress.SetProgressValue(0);
     progress.SetProgressVisible(true);
-    report.archive = RefusalOf(mpq::MpqCompactArchive(PathBytes(path).toStdString(), stored, ShowCompactProgress, &progress));
+    events.BeginBatch(static_cast<int>(stored.size()));
+    CompactSteps steps{progress, events, stored.size()};
+    const mpq::CompactResult result =
+        mpq::MpqCompactArchive(PathBytes(path).toStdString(), stored, ShowCompactProgress, &steps);
+    report.archive = RefusalOf(result);
+    report.cancelled = result == mpq::CompactResult::Cancelled;
     progress.SetProgressVisible(false);
     report.sizeAfter = QFileInfo(path).size();
     return report;

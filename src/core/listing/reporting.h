@@ -57,7 +57,13 @@ public:
 class EventQueue {
 public:
     virtual ~EventQueue() = default;
+    // The batch ahead takes `turns` turns, a Yield each: a face may show how
+    // far it has come.
+    virtual void BeginBatch(int turns) { (void)turns; }
+    // A turn: one step of the batch done.
     virtual void Yield() = 0;
+    // A turn of the queue within a long step, the batch no further.
+    virtual void Wait() {}
     // Whether the user asked, during the last turns, for the batch to stop.
     virtual bool Cancelled() { return false; }
 };

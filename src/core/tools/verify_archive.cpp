@@ -37,7 +37,7 @@ SignatureVerdict VerdictOf(mpq::SignatureCheck check)
 }  // namespace
 
 VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, StatusPanel &status,
-                           ProgressBar &progress)
+                           ProgressBar &progress, EventQueue &events)
 {
     VerifyReport report;
     report.archive = CheckArchive(path, ArchiveUse::Read);
@@ -54,9 +54,13 @@ VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, S
     progress.SetProgressMax(static_cast<int>(names.size()));  // a hash table holds fewer slots
     progress.SetProgressValue(0);
     progress.SetProgressVisible(true);
-    const mpq::ArchiveVerdict verdict = mpq::VerifyArchiveFiles(
-        PathBytes(path).toStdString(), names,
-        [&](std::size_t n) { progress.SetProgressValue(static_cast<int>(n)); });
+    events.BeginBatch(static_cast<int>(names.size()));
+    const mpq::ArchiveVerdict verdict =
+        mpq::VerifyArchiveFiles(PathBytes(path).toStdString(), names, [&](std::size_t n) {
+            progress.SetProgressValue(static_cast<int>(n));
+            if (n > 0) events.Yield();
+            return !events.Cancelled();
+        });
     progress.SetProgressVisible(false);
     status.SetStatusText(options.ready);
     // The archive was there for the listing; one that goes before the check is no archive.
@@ -68,5 +72,6 @@ VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, S
     for (const mpq::FileVerdict &file : verdict.faulty)
         report.faulty.append({QByteArray::fromStdString(file.storedName), FaultsOf(file.faults)});
     report.signature = VerdictOf(verdict.signature);
+    if (verdict.stopped) report.filesLeft = static_cast<qint64>(names.size()) - report.filesChecked;
     return report;
 }

@@ -36,17 +36,20 @@ struct VerifyReport {
     qint64 filesChecked = 0;
     QList<FaultyFile> faulty;         // in the order of the listing
     SignatureVerdict signature = SignatureVerdict::None;
+    qint64 filesLeft = 0;             // the user stopped the check with these files, and the signature, left
 
     // Checked, and nothing found wrong.
     bool Sound() const
     {
-        return archive == Refusal::None && faulty.isEmpty() && signature != SignatureVerdict::Mismatch;
+        return archive == Refusal::None && faulty.isEmpty() && filesLeft == 0 &&
+               signature != SignatureVerdict::Mismatch;
     }
 };
 
 // Lists the archive at `path` as the Classic style does (names from the
 // lists and from their recovery, as `options` say), reporting to `status`
 // and `progress` as a listing does, then checks each listed file with the
-// progress bar counting them, and the signature. Reads only.
+// progress bar counting them, a turn of `events` each, and the signature. A
+// cancel of `events` stops it between two files. Reads only.
 VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, StatusPanel &status,
-                           ProgressBar &progress);
+                           ProgressBar &progress, EventQueue &events);

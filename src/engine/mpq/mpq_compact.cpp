@@ -1,16 +1,22 @@
 // Compaction. StormLib compacts an archive in place; here it compacts a copy
-// in the archive's folder, and only a complete, synced copy is renamed over
-// the archive, so a full disk, a read-only folder or a killed process leave
-// the archive as it was.
+// in the archive's folder, in a child process, and only a complete, synced
+// copy is renamed over the archive, so a full disk, a read-only folder, a
+// Cancel or a killed process leave the archive as it was.
 #include "mpq/mpq_guards.h"
 #include "mpq/mpq_handle.h"
 #include "mpq/mpq_library.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -77,18 +83,140 @@ bool EveryFileNamed(HANDLE storm)
     return true;
 }
 
-struct Reporter {
-    CompactProgress progress;
-    void *context;
+constexpr char kCopyPrefix[] = ".arcavera-compact-";
+
+// The files of one compaction: the copy, the names given to StormLib beside
+// it, and StormLib's own scratch file, the copy's name with ".tmp" added.
+struct CopyFiles {
+    std::string copy, names, scratch;
+    explicit CopyFiles(const std::string &copyPath)
+        : copy(copyPath), names(copyPath + ".names"), scratch(copyPath + ".tmp")
+    {
+    }
+    void Remove() const
+    {
+        for (const std::string *file : {&copy, &names, &scratch}) ::unlink(file->c_str());
+    }
+};
+
+// A compaction holds a lock on its copy while it runs. The copies of one that
+// was killed hold none any more: they are removed here.
+void RemoveAbandonedCopies(const std::string &folder)
+{
+    DIR *dir = ::opendir(folder.c_str());
+    if (dir == nullptr) return;
+    while (const dirent *entry = ::readdir(dir)) {
+        const std::string name = entry->d_name;
+        if (name.rfind(kCopyPrefix, 0) != 0 || name.size() != sizeof kCopyPrefix - 1 + 6 + 4 ||
+            name.compare(name.size() - 4, 4, ".mpq") != 0)
+            continue;
+        const CopyFiles files(folder + "/" + name);
+        const int fd = ::open(files.copy.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW);
+        if (fd < 0) continue;
+        if (::flock(fd, LOCK_EX | LOCK_NB) == 0) files.Remove();
+        ::close(fd);
+    }
+    ::closedir(dir);
+}
+
+// What the child process tells by its exit status.
+enum ChildExit : int { ChildDone = 0, ChildNotAnArchive = 1, ChildNameless = 2, ChildNotWritten = 3 };
+
+// The child's progress goes to its parent through a pipe, a record of two
+// numbers whenever another thousandth of the work is done.
+struct ChildReporter {
+    int pipe;
+    std::uint64_t lastShown = ~std::uint64_t{0};
 };
 
 void WINAPI OnCompactStep(void *user, DWORD work, ULONGLONG done, ULONGLONG total)
 {
-    const Reporter *reporter = static_cast<const Reporter *>(user);
-    if (work == CCB_COMPACTING_FILES && reporter->progress != nullptr)
-        reporter->progress(reporter->context, done, total);
+    auto *reporter = static_cast<ChildReporter *>(user);
+    if (work != CCB_COMPACTING_FILES || total == 0) return;
+    const std::uint64_t shown = done * 1000 / total;
+    if (shown == reporter->lastShown) return;
+    reporter->lastShown = shown;
+    const std::uint64_t record[2] = {done, total};
+    // Records are shorter than PIPE_BUF: a write puts all of one or nothing.
+    while (::write(reporter->pipe, record, sizeof record) < 0 && errno == EINTR) {
+    }
 }
 
+// In the child: StormLib compacts the copy under the given names.
+int CompactCopy(const CopyFiles &files, int pipe)
+{
+    HANDLE storm = nullptr;
+    if (!::SFileOpenArchive(files.copy.c_str(), 0, 0, &storm)) return ChildNotAnArchive;
+    if (!IsUsableArchive(storm)) {
+        ::SFileCloseArchive(storm);
+        return ChildNotAnArchive;
+    }
+    ::SFileAddListFile(storm, files.names.c_str());
+    if (!EveryFileNamed(storm)) {
+        ::SFileCloseArchive(storm);
+        return ChildNameless;
+    }
+    ChildReporter reporter{pipe};
+    ::SFileSetCompactCallback(storm, OnCompactStep, &reporter);
+    const bool compacted = ::SFileCompactArchive(storm, nullptr, false);
+    return ::SFileCloseArchive(storm) && compacted ? ChildDone : ChildNotWritten;
+}
+
+// StormLib's compaction cannot be stopped once begun, so it runs in a child
+// process that the caller's Cancel kills; the child dies with its parent too.
+// The caller hears of progress before it starts and then at least every 50 ms.
+CompactResult CompactInChild(const CopyFiles &files, CompactProgress progress, void *context)
+{
+    // A Cancel before it starts.
+    if (progress != nullptr && !progress(context, 0, 0)) return CompactResult::Cancelled;
+    int pipe[2];
+    if (::pipe2(pipe, O_CLOEXEC) != 0) return CompactResult::NotWritten;
+    const pid_t parent = ::getpid();
+    const pid_t child = ::fork();
+    if (child < 0) {
+        ::close(pipe[0]);
+        ::close(pipe[1]);
+        return CompactResult::NotWritten;
+    }
+    if (child == 0) {
+        ::close(pipe[0]);
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != parent) ::_exit(ChildNotWritten);
+        ::_exit(CompactCopy(files, pipe[1]));
+    }
+    ::close(pipe[1]);
+    std::uint64_t record[2] = {0, 0};
+    std::size_t filled = 0;  // bytes of `record` read so far
+    bool cancelled = false;
+    for (bool open = true; open;) {
+        pollfd waiting{pipe[0], POLLIN, 0};
+        if (::poll(&waiting, 1, 50) > 0) {
+            const ssize_t got = ::read(pipe[0], reinterpret_cast<char *>(record) + filled, sizeof record - filled);
+            if (got < 0 && errno == EINTR) continue;
+            open = got > 0;
+            filled = got > 0 ? (filled + static_cast<std::size_t>(got)) % sizeof record : filled;
+        }
+        if (!open || progress == nullptr || filled != 0) continue;
+        if (!progress(context, record[0], record[1])) {
+            ::kill(child, SIGKILL);
+            cancelled = true;
+            open = false;
+        }
+    }
+    ::close(pipe[0]);
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (cancelled) return CompactResult::Cancelled;
+    if (!WIFEXITED(status)) return CompactResult::NotWritten;
+    switch (WEXITSTATUS(status)) {
+    case ChildDone: return CompactResult::Done;
+    case ChildNotAnArchive: return CompactResult::NotAnArchive;
+    case ChildNameless: return CompactResult::Nameless;
+    default: break;
+    }
+    return CompactResult::NotWritten;
+}
 
 }  // namespace
 
@@ -103,46 +231,32 @@ CompactResult MpqCompactArchive(const std::string &path, const std::vector<std::
     const std::string folder = FolderOf(path);
     if (::access(path.c_str(), W_OK) != 0 || ::access(folder.c_str(), W_OK | X_OK) != 0)
         return CompactResult::NotWritable;
+    RemoveAbandonedCopies(folder);
 
-    // StormLib compacts into a file named after this one with its extension
-    // made ".mp_": the extension keeps that name unique as well.
-    std::string copy = folder + "/.arcavera-compact-XXXXXX.mpq";
-    const int fd = ::mkstemps(copy.data(), 4);
+    std::string copyPath = folder + "/" + kCopyPrefix + "XXXXXX.mpq";
+    const int fd = ::mkstemps(copyPath.data(), 4);
     if (fd < 0) return CompactResult::NotWritable;
-    const std::string namesPath = copy + ".names";
-    const std::string stormTemp = copy.substr(0, copy.size() - 3) + "mp_";
+    const CopyFiles files(copyPath);
+    // Held until the copy is renamed or removed; the process's end lets go of it.
+    ::flock(fd, LOCK_EX);
     auto fail = [&](CompactResult why) {
-        ::unlink(copy.c_str());
-        ::unlink(namesPath.c_str());
-        ::unlink(stormTemp.c_str());
+        files.Remove();
+        ::close(fd);
         return why;
     };
     const bool copied = CopyInto(path, fd) && ::fchmod(fd, original.st_mode & 07777) == 0;
-    ::close(fd);
-    if (!copied || !WriteNames(namesPath, names)) return fail(CompactResult::NotWritten);
+    if (!copied || !WriteNames(files.names, names)) return fail(CompactResult::NotWritten);
 
-    HANDLE storm = nullptr;
-    if (!::SFileOpenArchive(copy.c_str(), 0, 0, &storm)) return fail(CompactResult::NotAnArchive);
-    if (!IsUsableArchive(storm)) {
-        ::SFileCloseArchive(storm);
-        return fail(CompactResult::NotAnArchive);
-    }
-    ::SFileAddListFile(storm, namesPath.c_str());
-    if (!EveryFileNamed(storm)) {
-        ::SFileCloseArchive(storm);
-        return fail(CompactResult::Nameless);
-    }
-    Reporter reporter{progress, context};
-    ::SFileSetCompactCallback(storm, OnCompactStep, &reporter);
-    const bool compacted = ::SFileCompactArchive(storm, nullptr, false);
-    if (!::SFileCloseArchive(storm) || !compacted) return fail(CompactResult::NotWritten);
+    const CompactResult compacted = CompactInChild(files, progress, context);
+    if (compacted != CompactResult::Done) return fail(compacted);
     // Only a copy that opens as an archive and is on the disk replaces it.
     HANDLE check = nullptr;
-    const bool opens = ::SFileOpenArchive(copy.c_str(), 0, STREAM_FLAG_READ_ONLY, &check);
+    const bool opens = ::SFileOpenArchive(files.copy.c_str(), 0, STREAM_FLAG_READ_ONLY, &check);
     if (opens) ::SFileCloseArchive(check);
-    if (!opens || !SyncFile(copy) || ::rename(copy.c_str(), path.c_str()) != 0)
+    if (!opens || !SyncFile(files.copy) || ::rename(files.copy.c_str(), path.c_str()) != 0)
         return fail(CompactResult::NotWritten);
-    ::unlink(namesPath.c_str());
+    ::unlink(files.names.c_str());
+    ::close(fd);
     SyncFolder(folder);
     return CompactResult::Done;
 }

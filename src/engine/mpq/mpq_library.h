@@ -181,6 +181,7 @@ struct ArchiveVerdict {
     std::uint32_t filesChecked = 0;
     std::vector<FileVerdict> faulty;  // in the order of the names
     SignatureCheck signature = SignatureCheck::None;
+    bool stopped = false;            // `onFile` stopped it; the signature was not checked
 };
 
 // Checks each of `storedNames` (names as SFileOpenFileEx takes them) by a
@@ -188,9 +189,10 @@ struct ArchiveVerdict {
 // sectors, and its CRC32 and MD5 in "(attributes)" where the archive has
 // them; then the archive's signature. A file that the guards refuse to read
 // is not checked further and counts as not read. `onFile`, when given, hears
-// the index of each name before it is checked.
+// the index of each name before it is checked, and stops the check by
+// returning false.
 ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std::string> &storedNames,
-                                  const std::function<void(std::size_t)> &onFile = {});
+                                  const std::function<bool(std::size_t)> &onFile = {});
 
 // Updating.
 Update MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
@@ -212,10 +214,12 @@ bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::stri
 // replaced files left, on a copy beside it that then takes its place, so that
 // a failure at any point leaves the archive as it was. `names` are the stored
 // names of its files; a file that none of them (nor the archive's own list)
-// names could not be rewritten, and the archive is then left alone.
-enum class CompactResult { Done, NotAnArchive, NotWritable, Nameless, NotWritten };
-// Called as files are moved: bytes done, bytes in all.
-using CompactProgress = void (*)(void *context, std::uint64_t done, std::uint64_t total);
+// names could not be rewritten, and the archive is then left alone. The copies
+// a killed compaction left in the folder are removed first.
+enum class CompactResult { Done, NotAnArchive, NotWritable, Nameless, NotWritten, Cancelled };
+// Called as files are moved, and at least every 50 ms: bytes done, bytes in
+// all. Returning false stops the compaction (Cancelled).
+using CompactProgress = bool (*)(void *context, std::uint64_t done, std::uint64_t total);
 CompactResult MpqCompactArchive(const std::string &path, const std::vector<std::string> &names,
                                 CompactProgress progress = nullptr, void *context = nullptr);
 

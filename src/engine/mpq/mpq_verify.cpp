@@ -148,7 +148,7 @@ bool ReadArchiveLayout(const std::string &path, ArchiveLayout &layout)
 }
 
 ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std::string> &storedNames,
-                                  const std::function<void(std::size_t)> &onFile)
+                                  const std::function<bool(std::size_t)> &onFile)
 {
     ArchiveVerdict verdict;
     const Archive archive = SFileOpenArchive(path);
@@ -159,7 +159,10 @@ ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std
         ArchiveDescriptor(*archive) >= 0 && ::fstat(archive->fd, &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
     LoadAttributes(*archive);
     for (std::size_t n = 0; n < storedNames.size(); ++n) {
-        if (onFile) onFile(n);
+        if (onFile && !onFile(n)) {
+            verdict.stopped = true;
+            return verdict;
+        }
         if (const std::uint32_t faults = CheckFile(*archive, storedNames[n], fileSize))
             verdict.faulty.push_back({storedNames[n], faults});
         ++verdict.filesChecked;
