@@ -128,11 +128,20 @@ QString OneArchive(const QStringList &arguments, const char *command, int &statu
 
 int ListCommand(const QStringList &arguments, const Settings &settings)
 {
-    int status = 0;
-    const QString path = OneArchive(arguments, "list", status);
-    if (status) return status;
+    if (arguments.size() != 1) {
+        PrintError(QStringLiteral("list takes one archive"));
+        return kUsageStatus;
+    }
+    // Checked and listed with one opening.
+    const QString path = QFileInfo(arguments[0]).absoluteFilePath();
+    Refusal why = Refusal::None;
+    const mpq::Archive archive = OpenArchiveToRead(path, why);
+    if (why != Refusal::None) return ReportArchiveCheck(path, why);
+    CollectingPorts ports;
+    ListingPorts listing{ports, ports, ports};
     qint64 totalSize = 0;
-    std::vector<ListRow> rows = ListedRows(path, settings, totalSize);
+    ListArchiveClassic(archive.get(), path, settings.listing, listing, totalSize);
+    std::vector<ListRow> &rows = ports.rows;
     SortRows(rows, settings.window.SortKey, settings.window.SortOrder);
     PrintRows(rows);
     return 0;

@@ -125,11 +125,10 @@ void ArchiveListModel::RemoveRows(std::vector<int> rows)
     endResetModel();
 }
 
-void ArchiveListModel::RenameRow(int row, const QString &text, const QByteArray &tag)
+void ArchiveListModel::RenameRow(int row, const QByteArray &tag)
 {
     if (row < 0 || row >= rowCount()) return;
     ListRow &r = rows_[static_cast<std::size_t>(row)];
-    r.Text = text;
     r.Tag = tag;
     emit dataChanged(index(row, ListRow::Name), index(row, ListRow::Ext));
 }
@@ -139,8 +138,13 @@ void ArchiveListModel::SetSorted(bool sorted)
     sorted_ = sorted;
     if (!sorted_) return;
     beginResetModel();
-    for (ListRow &row : pending_) rows_.push_back(std::move(row));
-    pending_.clear();
+    if (rows_.empty()) {
+        rows_.swap(pending_);
+    } else {
+        rows_.reserve(rows_.size() + pending_.size());
+        for (ListRow &row : pending_) rows_.push_back(std::move(row));
+    }
+    pending_ = {};
     SortRows(rows_, sortKey_, sortOrder_);
     endResetModel();
 }
@@ -161,8 +165,8 @@ void ArchiveListModel::AddRow(ListRow row)
 void ArchiveListModel::Clear()
 {
     beginResetModel();
-    rows_.clear();
-    pending_.clear();
+    rows_ = {};
+    pending_ = {};
     endResetModel();
 }
 

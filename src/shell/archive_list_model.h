@@ -94,6 +94,7 @@ public:
     // RowSink: while Sorted is off, rows wait and show, sorted, at the
     // switch; a row added while it is on goes straight to its place.
     void SetSorted(bool sorted) override;
+    void ReserveRows(std::size_t count) override { pending_.reserve(pending_.size() + count); }
     void AddRow(ListRow row) override;
     void ClearRows() override { Clear(); }
 
@@ -101,8 +102,8 @@ public:
     const ListRow &Row(int index) const { return rows_[static_cast<std::size_t>(index)]; }
     // Removes the rows at these places (any order); the others keep theirs.
     void RemoveRows(std::vector<int> rows);
-    // The row's name and Tag become the new ones.
-    void RenameRow(int row, const QString &text, const QByteArray &tag);
+    // The row's stored name becomes `tag`.
+    void RenameRow(int row, const QByteArray &tag);
     // Column headers come from the texts in force.
     void RefreshHeaders();
 

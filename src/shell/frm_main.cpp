@@ -342,8 +342,7 @@ void frmMain::tvMPQ_NodeClick(QTreeWidgetItem *node)
     if (!node) return;
     const QString key = FolderTreeWidget::Key(node);
     const QString folder = key == UpperKey(session_.FileName) ? QString() : key;
-    ListingPorts ports = Ports().Listing();
-    FillFolderList(session_.FileName, folder, ListingOptionsOf(config_), ports);
+    session_.Folders.Fill(folder, *model_);
 }
 
 void frmMain::tvMPQ_MouseUp(int button, int /*shift*/, QPoint position)
@@ -399,6 +398,7 @@ void frmMain::mnuDelete_Click()
     const DeleteReport report = DeleteStoredFiles(session_.FileName, tags, config_.DefaultMaxFiles, *reports_);
     if (!report.written()) return;  // the rows stay as the archive does
     model_->RemoveRows(rows);
+    session_.Folders.Remove(tags);
     // The current row is the one that now stands in its place.
     if (model_->rowCount() == 0) return;
     const auto above = std::lower_bound(rows.begin(), rows.end(), current) - rows.begin();
@@ -449,7 +449,8 @@ void frmMain::lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString)
     case Refusal::EngineRefused:  // the row follows the user all the same; a refresh shows the truth
         break;
     }
-    model_->RenameRow(row, newString, newTag);
+    session_.Folders.Rename(model_->Row(row).Tag, newTag);
+    model_->RenameRow(row, newTag);
 }
 
 void frmMain::mnuPopupCreateDir_Click()

@@ -30,7 +30,7 @@ ListingOptions Options(bool autoDetect = true, qint16 useLists = 1, const QStrin
 
 ListRow Row(const QString &name, quint32 full = 0, quint32 compressed = 0, quint32 flags = 0)
 {
-    return ListRow{name.toUtf8(), name, full, compressed, flags};
+    return ListRow{name.toUtf8(), full, compressed, flags};
 }
 
 // The bytes of a literal, NULs included.
@@ -187,17 +187,21 @@ private slots:
                                         [](qint64 sum, const ListRow &r) { return sum + r.FullSize; }));
     }
 
+    // Status and progress move with the percentage, not with each file.
     void statusAndProgressOfAListing()
     {
-        const QString path = WriteFile(Path("progress.mpq"),
-                                       HandMadeArchive(4, {{"(listfile)", "a.txt\r\nb.txt\r\n"}, {"a.txt", "A"}, {"b.txt", "BB"}}));
+        QList<HandFile> files{{"(listfile)", ""}};
+        for (int i = 0; i < 249; ++i) files.append({"f" + QByteArray::number(i), "x"});
+        const QString path = WriteFile(Path("progress.mpq"), HandMadeArchive(512, files));
         const RecordingPorts out = Classic(path, Options());
-        QCOMPARE(out.progressValues, (std::vector<int>{0, 1, 2, 3, 4}));
+        QCOMPARE(out.progressValues.size(), std::size_t(101));  // the start, then each percent once
+        QCOMPARE(out.progressValues.back(), 249);  // 99.6% shows as 100%
         QCOMPARE(out.progressVisible, (std::vector<bool>{true, false}));
         // The rows come while Sorted is off: the list sorts once.
         QCOMPARE(out.sortedSwitches, (std::vector<bool>{false, true}));
-        QCOMPARE(out.statusTexts, (QStringList{"list of " + path, "open 0%", "open 0%", "open 25%", "open 50%",
-                                               "open 75%", "open 100%", "ready"}));
+        QCOMPARE(out.statusTexts.size(), 103);
+        QCOMPARE(out.statusTexts.mid(0, 4), (QStringList{"list of " + path, "open 0%", "open 1%", "open 2%"}));
+        QCOMPARE(out.statusTexts.mid(101), (QStringList{"open 100%", "ready"}));
     }
 
     // Nothing is listed or reported; only a path that names no file fails; Explorer keeps its list.
@@ -230,8 +234,8 @@ private slots:
         ports.rows.push_back(Row("left from before"));
         RecordingTree nodes;
         auto listing = ports.ports();
-        QCOMPARE(LoadArchiveExplorer(path, Options(), listing, nodes, total), kind == "file");
-        QCOMPARE(FillFolderList(path, "", Options(), listing), kind == "file");
+        FolderIndex index;
+        QCOMPARE(LoadArchiveExplorer(path, Options(), listing, nodes, index, total), kind == "file");
         QCOMPARE(nodes.nodes.size(), kind == "file" ? 1 : 0);
         QCOMPARE(Names(ports.rows), QStringList{"left from before"});
         QVERIFY(ports.statusTexts.isEmpty());
@@ -353,7 +357,8 @@ private slots:
         RecordingTree nodes;
         auto listing = ports.ports();
         qint64 total = -1;
-        QVERIFY(LoadArchiveExplorer(tree, Options(), listing, nodes, total));
+        FolderIndex index;
+        QVERIFY(LoadArchiveExplorer(tree, Options(), listing, nodes, index, total));
         const QList<Node> expected = {{"<root>", UpperKey(tree), tree}, {"", "\\", ""},
                                       {"", "DATA\\", "data"},           {"DATA\\", "DATA\\SOUND\\", "sound"},
                                       {"", "CAFÉ\\", "Café"},           {"", "A\\", "a"},
@@ -383,13 +388,22 @@ private slots:
     {
         QFETCH(QString, folder);
         QFETCH(QStringList, names);
+        // The index lists a folder without the archive, which is gone by then.
+        const QString copy = Path("folders-" + DataTagFileName() + ".mpq");
+        QVERIFY(QFile::copy(tree, copy));
+        RecordingPorts loading;
+        RecordingTree nodes;
+        auto listing = loading.ports();
+        FolderIndex index;
+        qint64 total = 0;
+        QVERIFY(LoadArchiveExplorer(copy, Options(), listing, nodes, index, total));
+        QVERIFY(QFile::remove(copy));
         RecordingPorts ports;
         ports.rows.push_back(Row("left from before"));
-        auto listing = ports.ports();
-        QVERIFY(FillFolderList(tree, folder, Options(), listing));
+        index.Fill(UpperKey(folder), ports);
         QCOMPARE(Names(ports.rows), names);
         QCOMPARE(ports.clears, 1);
-        QCOMPARE(ports.progressMax, 64);
+        QCOMPARE(ports.sortedSwitches, (std::vector<bool>{false, true}));
     }
 
     void controlsShownSafely_data()

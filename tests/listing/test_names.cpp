@@ -147,7 +147,8 @@ private slots:
         ListingOptions recovering;
         recovering.recoverNames = true;
         recovering.standardNames = kStandardNames;
-        QVERIFY(LoadArchiveExplorer(path, recovering, ports, tree, total));
+        FolderIndex index;
+        QVERIFY(LoadArchiveExplorer(path, recovering, ports, tree, index, total));
         for (const QString &name : expected)
             if (name.contains('\\')) QVERIFY2(tree.keys.contains(UpperKey(name.left(name.lastIndexOf('\\') + 1))), qPrintable(name));
 
@@ -172,7 +173,7 @@ private slots:
         for (const auto &[budget, names] : {std::pair{NameScanBudget{}, 2}, {NameScanBudget{.perFile = 1000}, 1},
                                             {NameScanBudget{.bytes = 100}, 1}, {NameScanBudget{.tries = standard}, 1}}) {
             const mpq::Archive archive = mpq::SFileOpenArchive(Bytes(path));
-            std::vector<mpq::FileListEntry> records(65);
+            std::vector<mpq::FileListEntry> records;
             QVERIFY(mpq::SFileListFiles(archive.get(), "", records, 0));
             QCOMPARE(RecoverNames(archive.get(), records, kStandardNames, budget).size(), names);
         }

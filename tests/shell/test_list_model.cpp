@@ -14,7 +14,7 @@ namespace {
 
 ListRow Row(const QByteArray &tag, quint32 full = 0, quint32 compressed = 0, quint32 flags = 0)
 {
-    return ListRow{tag, QString::fromUtf8(tag), full, compressed, flags};
+    return ListRow{tag, full, compressed, flags};
 }
 
 struct Port : ListTransferPort {
@@ -56,7 +56,7 @@ private slots:
         QSignalSpy edited(&model, &ArchiveListModel::LabelEdited);
         QVERIFY(!model.setData(model.index(0, 0), QStringLiteral("b\u241b.txt"), Qt::EditRole));
         QCOMPARE(edited.first().at(2).toString(), QStringLiteral("b\x1b.txt"));
-        model.RenameRow(0, "b.wav", "b.wav");
+        model.RenameRow(0, "b.wav");
         QCOMPARE(Column(model, 1), QStringList{"wav"});
     }
 

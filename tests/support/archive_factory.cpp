@@ -191,12 +191,7 @@ std::vector<mpq::FileListEntry> List(const QString &archive, const std::string &
     const mpq::Archive handle = mpq::SFileOpenArchive(Bytes(archive));
     const std::int64_t slotCount = mpq::SFileGetFileInfo(handle.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
     std::vector<mpq::FileListEntry> used;
-    if (slotCount > 0) {
-        std::vector<mpq::FileListEntry> entries(static_cast<std::size_t>(slotCount) + 1);
-        mpq::SFileListFiles(handle.get(), listText, entries, 0);
-        for (auto &entry : entries)
-            if (entry.FileExists != 0) used.push_back(entry);
-    }
+    if (slotCount > 0) mpq::SFileListFiles(handle.get(), listText, used, 0);
     return used;
 }
 

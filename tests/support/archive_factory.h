@@ -72,7 +72,7 @@ struct HandFile {
 };
 QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files, QByteArray prefix = {});
 
-// What a listing sees: SFileListFiles over n + 1 records, used records only.
+// What a listing sees: the records SFileListFiles makes.
 std::vector<mpq::FileListEntry> List(const QString &archive, const std::string &listText);
 // The internal list of an archive, or an empty text.
 std::string InternalList(const QString &archive);

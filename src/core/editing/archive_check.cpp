@@ -23,6 +23,15 @@ Refusal CheckArchive(const QString &path, ArchiveUse use)
     return OpensAsArchive(path) ? Refusal::None : Refusal::NotAnArchive;
 }
 
+mpq::Archive OpenArchiveToRead(const QString &path, Refusal &why)
+{
+    why = !QFileInfo::exists(path) ? Refusal::Missing : IsDirectory(path) ? Refusal::WrongKind : Refusal::None;
+    if (why != Refusal::None) return nullptr;
+    mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
+    if (!archive) why = Refusal::NotAnArchive;
+    return archive;
+}
+
 bool HasContent(const QString &path)
 {
     return IsFile(path) && QFileInfo(path).size() > 0;

@@ -8,6 +8,7 @@
 #include <QString>
 
 #include "editing/refusal.h"
+#include "mpq/mpq_library.h"
 
 enum class ArchiveUse {
     Read,    // list, info, extract
@@ -18,6 +19,11 @@ enum class ArchiveUse {
 // None when the file at `path` opens as an archive. Else Missing, WrongKind
 // (a folder), EmptyFile (for a change only) or NotAnArchive.
 Refusal CheckArchive(const QString &path, ArchiveUse use);
+
+// The archive at `path` opened to read, with `why` None; else an empty
+// handle with `why` Missing, WrongKind or NotAnArchive, as CheckArchive
+// gives them for a read. For a command that checks and reads with one opening.
+mpq::Archive OpenArchiveToRead(const QString &path, Refusal &why);
 
 // Whether a file with at least one byte stands at `path`: an update of
 // anything else makes a new archive there.

@@ -15,33 +15,14 @@
 // The row of a record under its display name.
 ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayName);
 
-// Which used records a listing shows: every one, or the files directly in
-// one folder of the Explorer style.
-class RecordFilter {
-public:
-    // Every record.
-    RecordFilter() = default;
-    // The names whose first characters, as many as `folder` has, equal it
-    // without regard to case, and that hold no "\" behind that length. The
-    // empty folder is the root: the names without any "\".
-    explicit RecordFilter(const QString &folder);
-
-    bool Passes(const QString &name) const;
-
-private:
-    bool all_ = true;
-    QString folderKey_;  // the folder, upper-cased character by character
-};
-
-// The row loop that both styles share, on an open archive: reads the names,
-// then walks hash slots 0 to n with status and progress for every slot, and
-// adds the row of each used record that `filter` passes, Sorted off while it
-// fills. Only a passing record is probed for its type. With `clearRows` the
-// list is emptied right before the fill; `totalSize`, when given, gets the
-// sizes of the listed records added. An archive of one hash slot or none
-// (also no archive) lists nothing and reports nothing.
-void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
-                        ListingPorts &ports, const RecordFilter &filter, bool clearRows, qint64 *totalSize);
+// The row walk that both styles share, on an open archive: reads the names,
+// then gives `rows` the row of every stored file in slot order (a nameless
+// one probed for its type), in storage reserved once, Sorted off while it
+// fills, with status and progress as the percentage moves. `totalSize`,
+// when given, gets the sizes of the files added. An archive of one hash
+// slot or none (also no archive) lists nothing and reports nothing.
+void ListArchiveRows(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
+                     StatusPanel &status, ProgressBar &progress, RowSink &rows, qint64 *totalSize);
 
 // Lists the archive at `path` into `ports.rows`, with status and progress.
 // False only when the path is empty or names no file; an empty file, or one
@@ -49,6 +30,9 @@ void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const Listi
 // sum of the listed sizes.
 bool LoadArchiveClassic(const QString &path, const ListingOptions &options, ListingPorts &ports,
                         qint64 &totalSize);
+// The same on an archive open already (`path` is where it lies).
+bool ListArchiveClassic(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
+                        ListingPorts &ports, qint64 &totalSize);
 
 // The stored names of every file a Classic listing with `options` shows,
 // as the engine takes them (no guessed extension), in slot order, quietly.

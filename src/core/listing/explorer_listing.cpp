@@ -1,5 +1,6 @@
 #include "listing/explorer_listing.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -50,46 +51,105 @@ QString UpperKey(const QString &text)
     return upper;
 }
 
+void FolderIndex::Clear()
+{
+    rows_ = {};
+    folders_ = {};
+}
+
+QString FolderIndex::FolderKeyOf(const QByteArray &tag)
+{
+    if (!tag.contains('\\')) return {};
+    return UpperKey(GetFolder(DecodeBytes(tag)));
+}
+
+void FolderIndex::Add(const QString &folderKey, ListRow row)
+{
+    folders_[folderKey].push_back(static_cast<std::uint32_t>(rows_.size()));
+    rows_.push_back(std::move(row));
+}
+
+void FolderIndex::Fill(const QString &folderKey, RowSink &rows) const
+{
+    rows.ClearRows();
+    rows.SetSorted(false);
+    const auto folder = folders_.constFind(folderKey);
+    if (folder != folders_.cend()) {
+        rows.ReserveRows(folder->size());
+        for (std::uint32_t place : *folder) rows.AddRow(rows_[place]);
+    }
+    rows.SetSorted(true);
+}
+
+std::vector<std::uint32_t>::iterator FolderIndex::Find(std::vector<std::uint32_t> &places, const QByteArray &tag)
+{
+    return std::find_if(places.begin(), places.end(), [&](std::uint32_t place) { return rows_[place].Tag == tag; });
+}
+
+void FolderIndex::Remove(const QList<QByteArray> &tags)
+{
+    for (const QByteArray &tag : tags) {
+        const auto folder = folders_.find(FolderKeyOf(tag));
+        if (folder == folders_.end()) continue;
+        const auto found = Find(*folder, tag);
+        if (found != folder->end()) folder->erase(found);
+    }
+}
+
+void FolderIndex::Rename(const QByteArray &oldTag, const QByteArray &newTag)
+{
+    const auto folder = folders_.find(FolderKeyOf(oldTag));
+    if (folder == folders_.end()) return;
+    const auto found = Find(*folder, oldTag);
+    if (found == folder->end()) return;
+    const std::uint32_t place = *found;
+    folder->erase(found);
+    rows_[place].Tag = newTag;
+    folders_[FolderKeyOf(newTag)].push_back(place);
+}
+
+namespace {
+
+// The rows of a walk go to the index, and the folders of their names to the tree.
+class IndexedRows : public RowSink {
+public:
+    IndexedRows(FolderIndex &index, FolderTree &tree) : index_(index), tree_(tree) {}
+    void SetSorted(bool) override {}
+    void ClearRows() override {}
+    void AddRow(ListRow row) override
+    {
+        // "\" is one byte in UTF-8 and in Windows-1252 alike and no part of
+        // any other character: a name without that byte makes no folder and
+        // needs no decoding.
+        if (!row.Tag.contains('\\')) {
+            index_.Add(QString(), std::move(row));
+            return;
+        }
+        AddFolderNodes(row.text(), tree_, key_);
+        index_.Add(key_, std::move(row));
+    }
+
+private:
+    FolderIndex &index_;
+    FolderTree &tree_;
+    QString key_;  // the folder key of the last name with a folder
+};
+
+}  // namespace
+
 bool LoadArchiveExplorer(const QString &path, const ListingOptions &options, ListingPorts &ports, FolderTree &tree,
-                         qint64 &totalSize)
+                         FolderIndex &index, qint64 &totalSize)
 {
     if (path.isEmpty() || !IsFile(path)) return false;
     totalSize = 0;
+    index.Clear();
     const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
     // Every file that gets this far has its root, archive or not.
     tree.AddRootNode(UpperKey(path), path);
-    const std::int64_t n = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
-    if (n > 1) {
-        std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
-        BuildFileLists(archive.get(), path, records, options, ports.status);
-        SlotProgress progress(ports, options, n);
-        progress.Start();
-        QString key;
-        for (std::int64_t i = 0; i <= n; ++i) {
-            const mpq::FileListEntry &record = records[static_cast<std::size_t>(i)];
-            if (record.FileExists != 0) {
-                // "\" is one byte in UTF-8 and in Windows-1252 alike and no
-                // part of any other character: a name without that byte
-                // makes no folder and needs no decoding.
-                if (record.StoredName.find('\\') != std::string::npos)
-                    AddFolderNodes(DecodeBytes(QByteArray::fromRawData(record.StoredName.data(),
-                                                                     qsizetype(record.StoredName.size()))),
-                                   tree, key);
-                totalSize += record.FullSize;
-            }
-            progress.Step(i);
-        }
-        progress.Finish();
-        // A second, independent read handle lists the root.
-        FillFolderList(path, QString(), options, ports);
+    if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE) > 1) {
+        IndexedRows indexed(index, tree);
+        ListArchiveRows(archive.get(), path, options, ports.status, ports.progress, indexed, &totalSize);
+        index.Fill(QString(), ports.rows);
     }
-    return true;
-}
-
-bool FillFolderList(const QString &path, const QString &folder, const ListingOptions &options, ListingPorts &ports)
-{
-    if (path.isEmpty() || !IsFile(path)) return false;
-    const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
-    ListArchiveRecords(archive.get(), path, options, ports, RecordFilter(folder), true, nullptr);
     return true;
 }

@@ -5,6 +5,7 @@
 #include <array>
 
 #include "listing/names.h"
+#include "listing/text_encoding.h"
 #include "mpq/mpq_library.h"
 
 namespace {
@@ -65,11 +66,13 @@ QString AttributeLetters(std::uint32_t flags)
     return texts[static_cast<std::size_t>(index)];
 }
 
+QString ListRow::text() const { return DecodeBytes(Tag); }
+
 QString ColumnText(const ListRow &row, int column)
 {
     switch (column) {
-    case ListRow::Name: return row.Text;
-    case ListRow::Ext: return GetExtension(row.Text);
+    case ListRow::Name: return row.text();
+    case ListRow::Ext: return GetExtension(row.text());
     case ListRow::Size: return FormatSize(row.FullSize);
     case ListRow::Compressed: return FormatSize(row.CompressedSize);
     case ListRow::Ratio: return FormatRatio(row.FullSize, row.CompressedSize);

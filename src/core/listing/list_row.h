@@ -6,17 +6,18 @@
 
 #include <cstdint>
 
-// A row holds what the archive says of one stored file; the texts of its
-// columns are made from it when they are shown.
+// A row holds what the archive says of one stored file: the bytes of its
+// name and three numbers. The texts of its columns, the name's too, are made
+// from it when they are shown.
 struct ListRow {
     enum Column { Name = 0, Ext, Size, Compressed, Ratio, Attribute, ColumnCount };
-    QByteArray Tag;  // the exact stored name the engine gets back
-    QString Text;    // the name as shown: Tag decoded (with the type's extension of a nameless entry)
+    QByteArray Tag;  // the exact stored name the engine gets back (with the type's extension of a nameless entry)
     std::uint32_t FullSize = 0;
     std::uint32_t CompressedSize = 0;
     std::uint32_t Flags = 0;
 
-    const QString &text() const { return Text; }
+    // The name as shown: Tag decoded.
+    QString text() const;
 };
 
 // The text of one column of a row, in the user's locale. The name and the

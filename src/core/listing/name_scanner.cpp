@@ -281,7 +281,7 @@ QList<QByteArray> ScanArchiveNames(const QString &path, const ListingOptions &op
     const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
     const std::int64_t n = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
     if (n <= 1) return {};
-    std::vector<mpq::FileListEntry> records(static_cast<std::size_t>(n) + 1);
+    std::vector<mpq::FileListEntry> records;
     ListingOptions listsAlone = options;
     listsAlone.recoverNames = false;
     BuildFileLists(archive.get(), path, records, listsAlone, status);

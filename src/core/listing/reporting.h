@@ -28,6 +28,8 @@ class RowSink {
 public:
     virtual ~RowSink() = default;
     virtual void SetSorted(bool sorted) = 0;
+    // Room for `count` more rows, before they come.
+    virtual void ReserveRows(std::size_t count) { (void)count; }
     virtual void AddRow(ListRow row) = 0;
     virtual void ClearRows() = 0;
 };
@@ -83,6 +85,7 @@ struct CollectingPorts : StatusPanel, ProgressBar, RowSink {
     void SetProgressValue(int) override {}
     void SetProgressVisible(bool) override {}
     void SetSorted(bool) override {}
+    void ReserveRows(std::size_t count) override { rows.reserve(rows.size() + count); }
     void AddRow(ListRow row) override { rows.push_back(std::move(row)); }
     void ClearRows() override { rows.clear(); }
 };

@@ -4,28 +4,118 @@
 #include <numeric>
 #include <string>
 
+
 namespace {
+
+char16_t FoldAscii(char16_t u) { return u >= 'A' && u <= 'Z' ? char16_t(u + 32) : u; }
 
 // Text order without regard to case; plain ASCII letters are folded by hand,
 // everything else through Unicode case folding.
-int CompareFolded(const QString &a, const QString &b)
+int CompareFolded(QStringView a, QStringView b)
 {
     const qsizetype n = std::min(a.size(), b.size());
-    const QChar *pa = a.constData();
-    const QChar *pb = b.constData();
     for (qsizetype i = 0; i < n; ++i) {
-        char16_t x = pa[i].unicode(), y = pb[i].unicode();
+        char16_t x = a[i].unicode(), y = b[i].unicode();
         if (x == y) continue;
         if (x < 0x80 && y < 0x80) {
-            if (x >= 'A' && x <= 'Z') x = char16_t(x + 32);
-            if (y >= 'A' && y <= 'Z') y = char16_t(y + 32);
+            x = FoldAscii(x);
+            y = FoldAscii(y);
             if (x != y) return x < y ? -1 : 1;
             continue;
         }
-        return QStringView(pa + i, a.size() - i).compare(QStringView(pb + i, b.size() - i), Qt::CaseInsensitive);
+        return a.mid(i).compare(b.mid(i), Qt::CaseInsensitive);
     }
     return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
 }
+
+// The same order on texts of plain ASCII bytes.
+int CompareFoldedAscii(const char *a, std::size_t an, const char *b, std::size_t bn)
+{
+    const std::size_t n = std::min(an, bn);
+    for (std::size_t i = 0; i < n; ++i) {
+        const char16_t x = FoldAscii(char16_t(a[i])), y = FoldAscii(char16_t(b[i]));
+        if (x != y) return x < y ? -1 : 1;
+    }
+    return an == bn ? 0 : (an < bn ? -1 : 1);
+}
+
+bool IsAsciiBytes(const char *data, std::size_t size)
+{
+    for (std::size_t i = 0; i < size; ++i)
+        if (static_cast<unsigned char>(data[i]) >= 0x80) return false;
+    return true;
+}
+
+// The sort keys of one column, made once per sort and for that column only.
+// A plain ASCII key is a run of bytes: of the row's stored name for the name
+// and the extension, of one buffer for the numbers' texts. Any other key is
+// a text of its own, compared through Unicode case folding.
+class ColumnKeys {
+public:
+    ColumnKeys(const std::vector<ListRow> &rows, int column) : keys_(rows.size())
+    {
+        const bool named = column == ListRow::Name || column == ListRow::Ext;
+        std::vector<std::size_t> starts;  // of the numbers' texts in `buffer_`, which grows meanwhile
+        if (!named) starts.reserve(rows.size());
+        for (std::size_t i = 0; i < rows.size(); ++i) {
+            const QByteArray &tag = rows[i].Tag;
+            if (named && IsAsciiBytes(tag.constData(), static_cast<std::size_t>(tag.size()))) {
+                std::size_t from = 0;
+                if (column == ListRow::Ext) {
+                    const qsizetype dot = tag.lastIndexOf('.');
+                    from = dot < 0 ? static_cast<std::size_t>(tag.size()) : static_cast<std::size_t>(dot + 1);
+                }
+                keys_[i] = {tag.constData() + from, static_cast<std::size_t>(tag.size()) - from, -1};
+                continue;
+            }
+            const QString text = ColumnText(rows[i], column);
+            if (!named && IsAscii(text)) {
+                starts.push_back(buffer_.size());
+                for (QChar c : text) buffer_.push_back(static_cast<char>(c.unicode()));
+                keys_[i] = {nullptr, static_cast<std::size_t>(text.size()), -1};
+                continue;
+            }
+            keys_[i] = {nullptr, 0, static_cast<qsizetype>(wide_.size())};
+            wide_.push_back(text);
+        }
+        // The buffer is whole now: the numbers' keys point into it.
+        std::size_t next = 0;
+        if (!named)
+            for (Key &key : keys_)
+                if (key.wide < 0) key.data = buffer_.data() + starts[next++];
+    }
+
+    int Compare(std::size_t a, std::size_t b) const
+    {
+        const Key &x = keys_[a], &y = keys_[b];
+        if (x.wide < 0 && y.wide < 0) return CompareFoldedAscii(x.data, x.size, y.data, y.size);
+        return CompareFolded(Text(x), Text(y));
+    }
+
+private:
+    struct Key {
+        const char *data = nullptr;
+        std::size_t size = 0;
+        qsizetype wide = -1;  // the text's place in `wide_`, or -1 for a run of ASCII bytes
+    };
+
+    QString Text(const Key &key) const
+    {
+        if (key.wide >= 0) return wide_[static_cast<std::size_t>(key.wide)];
+        return QString::fromLatin1(key.data, static_cast<qsizetype>(key.size));
+    }
+
+    static bool IsAscii(const QString &text)
+    {
+        for (QChar c : text)
+            if (c.unicode() >= 0x80) return false;
+        return true;
+    }
+
+    std::vector<Key> keys_;
+    std::vector<char> buffer_;
+    std::vector<QString> wide_;
+};
 
 }  // namespace
 
@@ -33,33 +123,29 @@ std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int s
 {
     const int column = std::clamp(sortKey, 0, int(ListRow::ColumnCount) - 1);
     const bool descending = sortOrder == 1;
-    // The texts are made once. Plain ASCII texts get a folded byte key for a
-    // quick compare; the others compare through Unicode case folding. Then
-    // the positions are sorted, and each row moves once.
-    std::vector<QString> texts(rows.size());
-    std::vector<std::string> keys(rows.size());
-    std::vector<char> ascii(rows.size(), 1);
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        const QString &text = texts[i] = ColumnText(rows[i], column);
-        std::string &key = keys[i];
-        key.resize(static_cast<std::size_t>(text.size()));
-        for (qsizetype j = 0; j < text.size(); ++j) {
-            char16_t u = text[j].unicode();
-            if (u >= 0x80) { ascii[i] = 0; break; }
-            if (u >= 'A' && u <= 'Z') u = char16_t(u + 32);
-            key[static_cast<std::size_t>(j)] = static_cast<char>(u);
-        }
-    }
     std::vector<std::size_t> order(rows.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
-    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-        const int c = ascii[a] && ascii[b] ? keys[a].compare(keys[b]) : CompareFolded(texts[a], texts[b]);
-        return descending ? c > 0 : c < 0;
-    });
-    std::vector<ListRow> sorted;
-    sorted.reserve(rows.size());
-    for (std::size_t index : order) sorted.push_back(std::move(rows[index]));
-    rows = std::move(sorted);
+    {
+        const ColumnKeys keys(rows, column);
+        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+            const int c = keys.Compare(a, b);
+            return descending ? c > 0 : c < 0;
+        });
+    }
+    // Each row moves once, along the cycles of the order, in place.
+    std::vector<char> placed(rows.size(), 0);
+    for (std::size_t start = 0; start < rows.size(); ++start) {
+        if (placed[start]) continue;
+        ListRow held = std::move(rows[start]);
+        std::size_t at = start;
+        for (std::size_t from = order[at]; from != start; from = order[at]) {
+            rows[at] = std::move(rows[from]);
+            placed[at] = 1;
+            at = from;
+        }
+        rows[at] = std::move(held);
+        placed[at] = 1;
+    }
     return order;
 }
 

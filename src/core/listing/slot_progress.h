@@ -1,4 +1,6 @@
-// The status text and progress bar of a listing that walks n + 1 hash slots.
+// The status text and progress bar of a listing that walks the files of an
+// archive. Both change only when the percentage shown does: a hundred times
+// in all, however many files there are.
 #pragma once
 
 #include <QString>
@@ -11,45 +13,43 @@
 
 class SlotProgress {
 public:
-    SlotProgress(ListingPorts &ports, const ListingOptions &options, std::int64_t n)
-        : ports_(ports), n_(n), text_(options.opening), ready_(options.ready)
+    SlotProgress(StatusPanel &status, ProgressBar &progress, const ListingOptions &options, std::int64_t n)
+        : status_(status), progress_(progress), n_(n), text_(options.opening), ready_(options.ready)
     {
     }
 
     // "0%", the bar's maximum, the bar shown.
     void Start()
     {
-        ports_.status.SetStatusText(ListingOptions::Put(text_, QStringLiteral("0%")));
-        ports_.progress.SetProgressMax(static_cast<int>(n_));
-        ports_.progress.SetProgressVisible(true);
+        status_.SetStatusText(ListingOptions::Put(text_, QStringLiteral("0%")));
+        progress_.SetProgressMax(static_cast<int>(n_));
+        progress_.SetProgressValue(0);
+        progress_.SetProgressVisible(true);
     }
 
-    // Slot i, empty or not. The text is made anew only when the percentage
-    // changes: a hundred times, not once per slot.
+    // File i of n is done.
     void Step(std::int64_t i)
     {
         const double fraction = double(i) / double(n_);
         const qint64 percent = qRound64(fraction * 100.0);
-        if (percent != shown_) {
-            shown_ = percent;
-            percentText_ = ListingOptions::Put(text_, FormatPercent(fraction));
-        }
-        ports_.status.SetStatusText(percentText_);
-        ports_.progress.SetProgressValue(static_cast<int>(i));
+        if (percent == shown_) return;
+        shown_ = percent;
+        status_.SetStatusText(ListingOptions::Put(text_, FormatPercent(fraction)));
+        progress_.SetProgressValue(static_cast<int>(i));
     }
 
     // "Pronto", the bar hidden.
     void Finish()
     {
-        ports_.status.SetStatusText(ready_);
-        ports_.progress.SetProgressVisible(false);
+        status_.SetStatusText(ready_);
+        progress_.SetProgressVisible(false);
     }
 
 private:
-    ListingPorts &ports_;
+    StatusPanel &status_;
+    ProgressBar &progress_;
     std::int64_t n_;
     QString text_;
     QString ready_;
-    QString percentText_;
-    qint64 shown_ = -1;
+    qint64 shown_ = 0;
 };

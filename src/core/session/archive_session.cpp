@@ -22,6 +22,7 @@ QString ArchiveSession::Title() const
 void ArchiveSession::Close(SessionPorts ports)
 {
     FileName.clear();
+    Folders.Clear();
     ports.tree.ClearNodes();
     ports.rows.ClearRows();
 }
@@ -47,6 +48,7 @@ bool ArchiveSession::CreateEmpty(const QString &path, SessionPorts ports)
 
     FileName = path;
     AddRecent(RecentFiles, FileName);
+    Folders.Clear();
     ports.rows.ClearRows();
     ports.tree.ClearNodes();
     TotalSize = 0;
@@ -64,7 +66,9 @@ bool ArchiveSession::Refresh(const AppConfig &config, SessionPorts ports)
 bool ArchiveSession::List(const AppConfig &config, SessionPorts ports)
 {
     ListingPorts listing = ports.Listing();
-    if (ExplorerStyle) return LoadArchiveExplorer(FileName, ListingOptionsOf(config), listing, ports.tree, TotalSize);
+    Folders.Clear();
+    if (ExplorerStyle)
+        return LoadArchiveExplorer(FileName, ListingOptionsOf(config), listing, ports.tree, Folders, TotalSize);
     return LoadArchiveClassic(FileName, ListingOptionsOf(config), listing, TotalSize);
 }
 

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include "listing/explorer_listing.h"
 #include "listing/reporting.h"
 
 struct AppConfig;
@@ -34,6 +35,7 @@ struct ArchiveSession {
     QStringList RecentFiles{4};        // recent paths, newest first; empty when unused
     bool ExplorerStyle = false;        // the folder tree is shown beside the list
     QString TempPath;                  // scratch folder
+    FolderIndex Folders;               // Explorer style: the rows of each folder, as last listed
 
     bool IsOpen() const { return !FileName.isEmpty(); }
     // "Arcavera", and " - " with the path while an archive is open.

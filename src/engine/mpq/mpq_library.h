@@ -85,7 +85,7 @@ inline constexpr std::uint32_t MOAU_FORMAT_2 = 0x1000;         // create in form
 // The marker at the start of the name of a stored file that no list names.
 inline constexpr const char *kUnknownPrefix = "~unknowns\\";
 
-// One record that SFileListFiles fills per used hash slot.
+// One record that SFileListFiles makes per stored file.
 struct FileListEntry {
     std::uint32_t FileExists = 0;      // 0 = empty record
     std::uint32_t Locale = 0;
@@ -106,8 +106,9 @@ StoredFile SFileOpenFileEx(MpqHandle archive, const std::string &storedName);
 // the end early is no failure: *bytesRead tells how much came.
 bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint32_t *bytesRead,
                    void *overlapped);
-// Fills `entries` from index 0, at most one record per used hash slot and at
-// most entries.size() records. Names come from `listText` only: its lines are
+// Makes `entries` one record per used hash slot (per stored file of an
+// archive with only the newer tables), in slot order, in storage reserved
+// once; what `entries` held goes. Names come from `listText` only: its lines are
 // stored names, and a line that is the absolute path of an existing file names
 // an external list file whose lines count as well. The engine's own files
 // ("(listfile)", "(attributes)", "(signature)", ...) are always named. A

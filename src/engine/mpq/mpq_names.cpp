@@ -158,9 +158,9 @@ bool SFileListFiles(MpqHandle archive, const std::string &listText,
         return found != table.names.end() ? std::string(found->second) : UnknownName(number);
     };
 
-    std::size_t next = 0;
+    entries.clear();
     auto fill = [&](const TFileEntry &file, std::uint32_t locale, std::string name) {
-        FileListEntry &entry = entries[next++];
+        FileListEntry &entry = entries.emplace_back();
         entry.FileExists = 1;
         entry.Locale = locale;
         entry.CompressedSize = file.dwCmpSize;
@@ -171,7 +171,10 @@ bool SFileListFiles(MpqHandle archive, const std::string &listText,
 
     if (ha->pHashTable != nullptr) {
         const DWORD slots = ha->pHeader->dwHashTableSize;
-        for (DWORD slot = 0; slot < slots && next < entries.size(); ++slot) {
+        std::size_t used = 0;
+        for (DWORD slot = 0; slot < slots; ++slot) used += IsUsedSlot(ha, ha->pHashTable + slot) ? 1 : 0;
+        entries.reserve(used);
+        for (DWORD slot = 0; slot < slots; ++slot) {
             TMPQHash *hash = ha->pHashTable + slot;
             if (!IsUsedSlot(ha, hash)) continue;
             const std::uint64_t key = (std::uint64_t{hash->dwName1} << 32) | hash->dwName2;
@@ -196,7 +199,10 @@ bool SFileListFiles(MpqHandle archive, const std::string &listText,
             ::unlink(pattern);
         }
     }
-    for (DWORD index = 0; index < ha->dwFileTableSize && next < entries.size(); ++index) {
+    std::size_t used = 0;
+    for (DWORD index = 0; index < ha->dwFileTableSize; ++index) used += (ha->pFileTable[index].dwFlags & MPQ_FILE_EXISTS) != 0;
+    entries.reserve(used);
+    for (DWORD index = 0; index < ha->dwFileTableSize; ++index) {
         const TFileEntry &file = ha->pFileTable[index];
         if ((file.dwFlags & MPQ_FILE_EXISTS) == 0) continue;
         std::string name;
