@@ -485,6 +485,10 @@ int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
     const CommandLine line = ReadCommandLine(QCoreApplication::arguments());
+    if (line.version) {
+        std::printf("arcavera-cli %s\n", ARCAVERA_VERSION);
+        return 0;
+    }
     // split owns --exe and --mpq and reads no settings; asked for the help
     // it shows the help as any other command does.
     if (!line.help && !line.arguments.isEmpty() && line.arguments.first() == QLatin1String("split")) {

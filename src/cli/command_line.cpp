@@ -15,6 +15,7 @@ bool IsKnown(const QString &name)
 {
     return TakesValue(name) || name == QLatin1String("-h") || name == QLatin1String("--help") ||
            name == QLatin1String("-v") || name == QLatin1String("--verbose") || name == QLatin1String("--no-scan") ||
+           name == QLatin1String("--version") ||
            name.startsWith(QLatin1String("--ini="));
 }
 
@@ -54,6 +55,7 @@ CommandLine ReadCommandLine(const QStringList &argv)
             CommandLine::Option option{word, IsKnown(word), std::nullopt};
             if (TakesValue(word) && i + 1 < argv.size()) option.value = argv[++i];
             if (word == QLatin1String("-h") || word == QLatin1String("--help")) line.help = true;
+            if (word == QLatin1String("--version")) line.version = true;
             line.options.append(option);
         }
     }

@@ -19,6 +19,7 @@ struct CommandLine {
     QList<Option> options;
     QStringList arguments;  // the command and its arguments; after "--" every word is one
     bool help = false;      // -h or --help stood as an option
+    bool version = false;   // --version stood as an option
 
     // The value of the last `name`, or none.
     std::optional<QString> Value(const QString &name) const;

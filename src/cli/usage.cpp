@@ -2,6 +2,7 @@
 
 const char kUsage[] =
     "Usage: arcavera-cli [--ini FILE] COMMAND ARGUMENTS\n"
+    "       arcavera-cli --help | --version\n"
     "\n"
     "Commands:\n"
     "  list ARCHIVE    Print one line per stored file: name, extension, size,\n"
@@ -90,6 +91,7 @@ const char kUsage[] =
     "  --no-scan       List without recovering names from the archive's own\n"
     "                  files, whatever the settings say.\n"
     "  -h, --help      Show this help.\n"
+    "  --version       Print the name and version of arcavera-cli.\n"
     "  --              Take every later argument as a path or name, even one\n"
     "                  beginning with -.\n"
     "\n"

@@ -2,15 +2,26 @@
 #include <QApplication>
 #include <QDir>
 
+#include <cstdio>
+#include <cstring>
+
 #include "dialogs/dialogs_qt.h"
 #include "shell/frm_main.h"
 #include "config/startup.h"
 
 int main(int argc, char *argv[])
 {
+    // Answered before the window system is asked for anything, so it works
+    // without a display too.
+    if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
+        std::printf("arcavera %s\n", ARCAVERA_VERSION);
+        return 0;
+    }
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Arcavera"));
     QApplication::setApplicationVersion(QStringLiteral(ARCAVERA_VERSION));
+    // The desktop entry's name: the window's app id on Wayland.
+    QGuiApplication::setDesktopFileName(QStringLiteral("io.github.arcavera.Arcavera"));
     InstallQtDialogs();
 
     StartupPaths paths;
