@@ -51,7 +51,7 @@ class TestConfig : public QObject {
     QTemporaryDir dir;
     QString Path(const QString &name) const { return dir.filePath(name); }
     QString Store() const { return Path("settings/Arcavera.reg"); }
-    QString DesktopEntry() const { return Path("data/applications/arcavera.desktop"); }
+    QString DesktopEntry() const { return Path("data/applications/io.github.arcavera.Arcavera.desktop"); }
 
 private slots:
     void initTestCase()
@@ -321,25 +321,35 @@ private slots:
         QCOMPARE(ReadRegistry(kCR + ".txt\\"), QStringLiteral("mine"));
     }
 
-    // Written twice, then removed: registry, desktop entry, MIME package, default application.
+    // Written twice, then removed: registry, desktop entry, MIME package, the
+    // default application of each type, and what an earlier version wrote.
     void associationWrittenAndRemoved()
     {
         const QString folder = QStringLiteral("/opt/My a\"$\\");
-        const QString apps = Path("config/mimeapps.list");
+        const QString apps = Path("config/mimeapps.list"), former = WriteFile(Path("data/applications/arcavera.desktop"), "");
         const QByteArray mine = "# mine\n[Default Applications]\ntext/plain=a.desktop\n", rest = "\n[Added Associations]\nb=c;\n";
         WriteFile(apps, mine + "application/x-mpq=other.desktop\n" + rest);
+        const QByteArray dataDirs = qgetenv("XDG_DATA_DIRS");
+        qputenv("XDG_DATA_DIRS", QFile::encodeName(Path("system")));  // no icon theme holds the program's icon
         WriteAssociation(folder, "arcavera");
+        qputenv("XDG_DATA_DIRS", dataDirs);
+        QVERIFY(ReadFile(DesktopEntry()).contains("\nIcon=/opt/My a\"$\\\\/MPQFile.ico\n") && !QFile::exists(former));
+        WriteFile(Path("data/icons/hicolor/scalable/apps/io.github.arcavera.Arcavera.svg"), "<svg/>");
         const QByteArray store = ReadFile(Store());
         WriteAssociation(folder, "arcavera");
         QCOMPARE(ReadFile(Store()), store);
-        QCOMPARE(ReadFile(apps), mine + "application/x-mpq=arcavera.desktop\n" + rest);
+        QByteArray ours;
+        for (const char *type : {"x-mpq", "x-warcraft3-map", "x-warcraft3-campaign", "x-starcraft-map"})
+            ours += QByteArray("application/") + type + "=io.github.arcavera.Arcavera.desktop\n";
+        QCOMPARE(ReadFile(apps), mine + ours + rest);
         QStringList values;
         for (const char *key : {".mpq\\", "Mpq.Archive\\", "Mpq.Archive\\DefaultIcon\\", "mpq.archive\\Shell\\Open\\command\\"})
             values << ReadRegistry(kCR + key);
         QCOMPARE(values, QStringList({"Mpq.Archive", "MPQ Archive", folder + "/MPQFile.ico", "\"" + folder + "/arcavera\" \"%1\""}));
         const QStringList entry = QString::fromUtf8(ReadFile(DesktopEntry())).split('\n');
-        QVERIFY(entry.contains("Exec=\"/opt/My a\\\\\"\\\\$\\\\\\\\/arcavera\" %f") && entry.contains("MimeType=application/x-mpq;"));
-        QVERIFY(ReadFile(Path("data/mime/packages/arcavera-mpq.xml")).contains("<glob pattern=\"*.mpq\"/>"));
+        QVERIFY(entry.contains("Exec=\"/opt/My a\\\\\"\\\\$\\\\\\\\/arcavera\" %f") && entry.contains("Icon=io.github.arcavera.Arcavera"));
+        QCOMPARE(ReadFile(Path("data/mime/packages/io.github.arcavera.Arcavera.xml")),
+                 ReadFile(ARCAVERA_LANGUAGES_SOURCE "/../desktop/io.github.arcavera.Arcavera.xml"));
 
         QVERIFY(WriteRegistry(kCR + "Mpq.Archive\\shell\\print\\", "print it"));
         RemoveAssociation();
@@ -349,6 +359,16 @@ private slots:
         QVERIFY(ReadRegistry(kCR + ".mpq\\") != "Mpq.Archive");
         QVERIFY(!QFile::exists(DesktopEntry()));
         QCOMPARE(ReadFile(apps), mine + rest);
+        // An earlier version's line goes too; with a data folder that cannot
+        // be written, nothing else is written.
+        WriteFile(apps, mine + "application/x-mpq=arcavera.desktop\n" + rest);
+        RemoveAssociation();
+        QCOMPARE(ReadFile(apps), mine + rest);
+        QVERIFY(QDir(Path("data")).removeRecursively());
+        WriteFile(Path("data"), "no folder");
+        WriteAssociation(folder, "arcavera");
+        QCOMPARE(ReadFile(apps), mine + rest);
+        QFile::remove(Path("data"));
     }
 
     // The desktop's own tools see the association: xdg-mime's default for
@@ -373,7 +393,7 @@ private slots:
         const QStringList query = {"query", "default", "application/x-mpq"};
         QCOMPARE(ask("xdg-mime", query), QStringLiteral("aother.desktop"));
         WriteAssociation(Path("bin"), "arcavera");
-        QCOMPARE(ask("xdg-mime", query), QStringLiteral("arcavera.desktop"));
+        QCOMPARE(ask("xdg-mime", query), QString(kDesktopEntryName));
         QCOMPARE(ask("xdg-mime", {"query", "filetype", archive}), QStringLiteral("application/x-mpq"));
         if (!qEnvironmentVariableIsSet("DISPLAY")) qputenv("DISPLAY", ":0");  // xdg-open reads desktop entries only then
         ask("xdg-open", {archive});

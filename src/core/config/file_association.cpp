@@ -15,13 +15,24 @@
 
 namespace {
 
-const QLatin1String kMimePackageName("arcavera-mpq.xml");
+const QLatin1String kMimePackageName("io.github.arcavera.Arcavera.xml");
+const QLatin1String kThemeIcon("icons/hicolor/scalable/apps/io.github.arcavera.Arcavera.svg");
+// What earlier versions wrote, taken away by writing and removing alike.
+const QLatin1String kFormerDesktopEntryName("arcavera.desktop");
+const QLatin1String kFormerMimePackageName("arcavera-mpq.xml");
 const QByteArray kDefaultsSection("[Default Applications]");
 constexpr int kMimeUpdateTimeLimitMs = 30000;
 
 QByteArray Latin1(QLatin1String text)
 {
     return QByteArray(text.data(), text.size());
+}
+
+// A file built into the program: the installed desktop entry and MIME package.
+QByteArray BuiltIn(QLatin1String name)
+{
+    QFile file(QLatin1String(":/desktop/") + name);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 QString InFolder(const QString &folder, const QString &name)
@@ -67,30 +78,32 @@ QString ExecArgument(const QString &argument)
     return result;
 }
 
+// The installed desktop entry with the executable's full path in its Exec
+// line, the field codes kept, and `icon` in its Icon line unless empty.
 QByteArray DesktopEntry(const QString &executable, const QString &icon)
 {
-    QString text = QStringLiteral("[Desktop Entry]\n"
-                                  "Type=Application\n"
-                                  "Name=Arcavera\n"
-                                  "Comment=Editor for MPQ archives\n");
-    text += QLatin1String("Exec=") + DesktopString(ExecArgument(executable) + QLatin1String(" %f")) + u'\n';
-    text += QLatin1String("Icon=") + DesktopString(icon) + u'\n';
-    text += QLatin1String("Terminal=false\n");
-    text += QLatin1String("MimeType=") + kMpqMimeType + QLatin1String(";\n");
-    text += QLatin1String("Categories=Utility;Archiving;\n");
-    return EncodeText(text);
+    QList<QByteArray> lines = BuiltIn(kDesktopEntryName).split('\n');
+    for (QByteArray &line : lines) {
+        if (line.startsWith("Exec=")) {
+            const qsizetype codes = line.indexOf(' ');
+            line = "Exec=" + EncodeText(DesktopString(ExecArgument(executable))) + (codes < 0 ? QByteArray() : line.mid(codes));
+        } else if (line.startsWith("Icon=") && !icon.isEmpty()) {
+            line = "Icon=" + EncodeText(DesktopString(icon));
+        }
+    }
+    return lines.join('\n');
 }
 
-QByteArray MimePackage()
+// The types of the MIME package, as the desktop entry's MimeType line names them.
+QList<QByteArray> MimeTypes()
 {
-    return QByteArrayLiteral(
-        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-        "<mime-info xmlns=\"http://www.freedesktop.org/standards/shared-mime-info\">\n"
-        "  <mime-type type=\"application/x-mpq\">\n"
-        "    <comment>MPQ Archive</comment>\n"
-        "    <glob pattern=\"*.mpq\"/>\n"
-        "  </mime-type>\n"
-        "</mime-info>\n");
+    for (const QByteArray &line : BuiltIn(kDesktopEntryName).split('\n'))
+        if (line.startsWith("MimeType=")) {
+            QList<QByteArray> types = line.mid(9).trimmed().split(';');
+            types.removeAll(QByteArray());
+            return types;
+        }
+    return {};
 }
 
 // ---- Files ----
@@ -150,59 +163,55 @@ qsizetype SectionEnd(const Lines &file, qsizetype header)
     return end;
 }
 
-bool IsMpqLine(const QByteArray &line)
+QByteArray KeyOf(const QByteArray &line)
 {
     const qsizetype eq = line.indexOf('=');
-    return eq > 0 && line.left(eq).trimmed() == Latin1(kMpqMimeType);
+    return eq > 0 ? line.left(eq).trimmed() : QByteArray();
 }
 
-QByteArray MpqLine(const QByteArray &like)
-{
-    QByteArray line = Latin1(kMpqMimeType) + '=' + Latin1(kDesktopEntryName);
-    if (like.endsWith('\r')) line += '\r';
-    return line;
-}
-
-// The file with Arcavera as the default application for MPQ archives: the
-// first line for the type in the section replaced, later ones dropped, or a
-// line added at the end of the section (before its closing blank lines), or
-// the section added at the end.
-QByteArray WithDefaultApplication(const QByteArray &bytes)
+// The file with Arcavera as the default application for each of `types`:
+// the first line for a type in the section replaced, later ones dropped, or
+// a line added at the end of the section (before its closing blank lines),
+// or the section added at the end.
+QByteArray WithDefaultApplication(const QByteArray &bytes, const QList<QByteArray> &types)
 {
     Lines file = Lines::Of(bytes);
     file.endsWithNewline = true;
-    const qsizetype header = DefaultsSection(file);
+    qsizetype header = DefaultsSection(file);
     if (header < 0) {
         if (!file.lines.isEmpty() && !file.lines.last().trimmed().isEmpty()) file.lines.append(QByteArray());
+        header = file.lines.size();
         file.lines.append(kDefaultsSection);
-        file.lines.append(MpqLine({}));
-        return file.Bytes();
     }
-    const QByteArray ours = MpqLine(file.lines[header]);
-    bool placed = false;
-    qsizetype end = SectionEnd(file, header);
-    for (qsizetype i = header + 1; i < end;) {
-        if (!IsMpqLine(file.lines[i])) {
-            ++i;
-        } else if (!placed) {
-            file.lines[i++] = ours;
-            placed = true;
-        } else {
-            file.lines.removeAt(i);
-            --end;
+    const QByteArray lineEnd = file.lines[header].endsWith('\r') ? "\r" : "";
+    for (const QByteArray &type : types) {
+        const QByteArray ours = type + '=' + Latin1(kDesktopEntryName) + lineEnd;
+        bool placed = false;
+        qsizetype end = SectionEnd(file, header);
+        for (qsizetype i = header + 1; i < end;) {
+            if (KeyOf(file.lines[i]) != type) {
+                ++i;
+            } else if (!placed) {
+                file.lines[i++] = ours;
+                placed = true;
+            } else {
+                file.lines.removeAt(i);
+                --end;
+            }
         }
-    }
-    if (!placed) {
-        qsizetype at = end;
-        while (at > header + 1 && file.lines[at - 1].trimmed().isEmpty()) --at;
-        file.lines.insert(at, ours);
+        if (!placed) {
+            qsizetype at = end;
+            while (at > header + 1 && file.lines[at - 1].trimmed().isEmpty()) --at;
+            file.lines.insert(at, ours);
+        }
     }
     return file.Bytes();
 }
 
-// The file without the lines that make Arcavera the default application for
-// MPQ archives; a line that names another application stays.
-QByteArray WithoutDefaultApplication(const QByteArray &bytes)
+// The file without the lines that make Arcavera, under this or its former
+// entry's name, the default application for one of `types`; a line that
+// names another application stays.
+QByteArray WithoutDefaultApplication(const QByteArray &bytes, const QList<QByteArray> &types)
 {
     Lines file = Lines::Of(bytes);
     const qsizetype header = DefaultsSection(file);
@@ -212,7 +221,8 @@ QByteArray WithoutDefaultApplication(const QByteArray &bytes)
         const QByteArray &line = file.lines[i];
         QByteArray value = line.mid(line.indexOf('=') + 1).trimmed();
         while (value.endsWith(';')) value.chop(1);
-        if (IsMpqLine(line) && value == Latin1(kDesktopEntryName)) {
+        if (types.contains(KeyOf(line)) &&
+            (value == Latin1(kDesktopEntryName) || value == Latin1(kFormerDesktopEntryName))) {
             file.lines.removeAt(i);
             --end;
         } else {
@@ -240,39 +250,51 @@ QString DataHome()
     return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
 }
 
+// Removes the desktop entries named and the MIME packages named; true when a
+// package was removed.
+bool RemoveFromDataHome(const QString &data, const QList<QLatin1String> &entries, const QList<QLatin1String> &packages)
+{
+    for (const QLatin1String &entry : entries) QFile::remove(InFolder(data, QStringLiteral("applications/")) + entry);
+    bool removed = false;
+    for (const QLatin1String &package : packages) {
+        const QString path = InFolder(data, QStringLiteral("mime/packages/")) + package;
+        if (QFileInfo::exists(path) && QFile::remove(path)) removed = true;
+    }
+    return removed;
+}
+
 void RegisterWithDesktop(const QString &executable, const QString &icon)
 {
     const QString data = DataHome();
-    if (!data.isEmpty()) {
-        WriteWholeFile(InFolder(data, QStringLiteral("applications/")) + kDesktopEntryName,
-                       DesktopEntry(executable, icon));
-        const QString mime = InFolder(data, QStringLiteral("mime"));
-        if (WriteWholeFile(InFolder(mime, QStringLiteral("packages/")) + kMimePackageName, MimePackage()))
-            UpdateMimeDatabase(mime);
-    }
+    // The program's icon where an icon theme has it, else the file.
+    const QString entryIcon = QStandardPaths::locate(QStandardPaths::GenericDataLocation, kThemeIcon).isEmpty() ? icon : QString();
+    if (data.isEmpty() ||
+        !WriteWholeFile(InFolder(data, QStringLiteral("applications/")) + kDesktopEntryName, DesktopEntry(executable, entryIcon)))
+        return;
+    RemoveFromDataHome(data, {kFormerDesktopEntryName}, {kFormerMimePackageName});
+    const QString mime = InFolder(data, QStringLiteral("mime"));
+    if (WriteWholeFile(InFolder(mime, QStringLiteral("packages/")) + kMimePackageName, BuiltIn(kMimePackageName)))
+        UpdateMimeDatabase(mime);
     const QString list = MimeAppsList();
     if (list.isEmpty()) return;
     const auto [exists, before] = ReadWholeFile(list);
     // A list that is there but cannot be read is not replaced.
     if (!exists && QFileInfo::exists(list)) return;
-    const QByteArray after = WithDefaultApplication(before);
+    const QByteArray after = WithDefaultApplication(before, MimeTypes());
     if (!exists || after != before) WriteWholeFile(list, after);
 }
 
 void UnregisterFromDesktop()
 {
     const QString data = DataHome();
-    if (!data.isEmpty()) {
-        QFile::remove(InFolder(data, QStringLiteral("applications/")) + kDesktopEntryName);
-        const QString mime = InFolder(data, QStringLiteral("mime"));
-        const QString package = InFolder(mime, QStringLiteral("packages/")) + kMimePackageName;
-        if (QFileInfo::exists(package) && QFile::remove(package)) UpdateMimeDatabase(mime);
-    }
+    if (!data.isEmpty() && RemoveFromDataHome(data, {kDesktopEntryName, kFormerDesktopEntryName},
+                                              {kMimePackageName, kFormerMimePackageName}))
+        UpdateMimeDatabase(InFolder(data, QStringLiteral("mime")));
     const QString list = MimeAppsList();
     if (list.isEmpty()) return;
     const auto [exists, before] = ReadWholeFile(list);
     if (!exists) return;
-    const QByteArray after = WithoutDefaultApplication(before);
+    const QByteArray after = WithoutDefaultApplication(before, MimeTypes());
     if (after != before) WriteWholeFile(list, after);
 }
 
