@@ -1,0 +1,55 @@
+#!/usr/bin/env bash
+# cmake --install into a fresh prefix gives a desktop program that the
+# desktop's own tools accept: the desktop entry and the metainfo validate, the
+# manual pages format without warnings, the entry's icon is installed, both
+# programs tell their version, and with the prefix's share in XDG_DATA_DIRS
+# the MIME database that the install updated knows archives and maps, by
+# name and by content, while Scheme source named .scm stays Scheme.
+#
+# Usage: test_install.sh CMAKE BUILD_DIR VERSION   (exit 77: a tool is missing)
+set -euo pipefail
+cmake=$1 build=$2 version=$3
+for tool in desktop-file-validate appstreamcli groff xdg-mime mimetype update-mime-database; do
+  command -v "$tool" >/dev/null || { echo "skipped: $tool is not installed"; exit 77; }
+done
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export HOME=$work/home XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
+prefix=$work/prefix share=$work/prefix/share id=io.github.arcavera.Arcavera
+"$cmake" --install "$build" --prefix "$prefix" >/dev/null
+
+desktop-file-validate "$share/applications/$id.desktop"
+appstreamcli validate --no-net "$share/metainfo/$id.metainfo.xml" >"$work/appstream" || { cat "$work/appstream"; exit 1; }
+for page in arcavera arcavera-cli; do
+  warnings=$(groff -man -ww -z "$share/man/man1/$page.1" 2>&1)
+  [ -z "$warnings" ] || { echo "$page.1: $warnings"; exit 1; }
+done
+icon=$(sed -n 's/^Icon=//p' "$share/applications/$id.desktop")
+ls "$share/icons/hicolor/scalable/apps/$icon.svg" "$share/icons/hicolor/48x48/apps/$icon.png" >/dev/null
+[ "$("$prefix/bin/arcavera" --version)" = "arcavera $version" ]
+[ "$("$prefix/bin/arcavera-cli" --version)" = "arcavera-cli $version" ]
+
+# Without a desktop session xdg-mime asks File::MimeInfo's mimetype, which
+# reads the prefix's database as any desktop does.
+unset XDG_CURRENT_DESKTOP DESKTOP_SESSION KDE_FULL_SESSION GNOME_DESKTOP_SESSION_ID
+export XDG_DATA_DIRS=$share:${XDG_DATA_DIRS:-/usr/local/share:/usr/share}
+"$prefix/bin/arcavera-cli" create "$work/plain.mpq" >/dev/null
+cp "$work/plain.mpq" "$work/map.scx"
+cp "$work/plain.mpq" "$work/map.scm"
+{ printf 'HM3W'; head -c 508 /dev/zero; cat "$work/plain.mpq"; } >"$work/map.w3x"
+printf '(define (square x) (* x x))\n' >"$work/source.scm"
+ours=$(sed -n 's/.*<mime-type type="\([^"]*\)".*/\1/p' "$share/mime/packages/$id.xml")
+status=0
+expect() {  # FILE TYPE...: the desktop gives FILE one of the TYPEs
+  local got
+  got=$(xdg-mime query filetype "$work/$1")
+  for want in "${@:2}"; do [ "$got" = "$want" ] && return; done
+  echo "$1 is $got, not one of:" "${@:2}" >&2
+  status=1
+}
+expect plain.mpq application/x-mpq
+expect map.w3x application/x-warcraft3-map
+expect map.scx $ours
+expect map.scm $ours
+expect source.scm text/x-scheme
+exit $status
