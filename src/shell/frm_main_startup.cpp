@@ -26,8 +26,9 @@
 
 void frmMain::Form_Load(const QString &commandLine)
 {
-    // The program's own files are found from its folder.
-    QDir::setCurrent(paths_.programFolder);
+    // The current folder stays where the program was started, so that the
+    // first file dialog opens there; the program's own files are found by
+    // their full paths.
     session_.TempPath = paths_.tempPath.isEmpty() ? ComputeTempPath() : paths_.tempPath;
     config_.IniPath = paths_.iniPath.isEmpty() ? LocateIniPath(paths_.programFolder) : paths_.iniPath;
     // The program's registry lives beside its settings.

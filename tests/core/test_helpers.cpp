@@ -148,8 +148,9 @@ private slots:
     {
         {
             ScriptedDialogs dialogs;
-            dialogs.answers = {{"/home/user/maps/"}};
-            QCOMPARE(BrowseForFolder(nullptr, "", true), QStringLiteral("/home/user/maps"));
+            dialogs.answers = {{dir.path() + "/"}};
+            QCOMPARE(BrowseForFolder(nullptr, "", true), dir.path());
+            QCOMPARE(QDir::currentPath(), dir.path());  // where the next dialog opens
         }
         // Without a provider every question is answered as a cancel: what changes nothing.
         QCOMPARE(OpenFileDialog(nullptr, kOpenFileTitle, kAllFilesFilter, "", false) + SaveFileDialog(nullptr, kSaveFileTitle, kAllFilesFilter),

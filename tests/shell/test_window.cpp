@@ -175,6 +175,7 @@ private slots:
     // with the archive. Buttons, shortcuts and entries run their commands.
     void commandsFollowTheTable()
     {
+        const QString launched = QDir::currentPath();
         auto window = Start();
         QCOMPARE(window->MenuEntry("mnuRecents1")->text(), QStringLiteral("Nessun file recente"));
         const auto enabled = [&](const Command &command, bool open) {
@@ -199,6 +200,8 @@ private slots:
         QVERIFY(QTest::qWaitForWindowActive(window.get()));
         QTest::keySequence(window.get(), QKeySequence("Ctrl+O"));
         QCOMPARE(dialogs.asked.last().kind, QStringLiteral("open"));
+        // The first file dialog opens where the program was started, the next where that one ended.
+        QCOMPARE(QStringList({dialogs.asked.first().folder, dialogs.asked.last().folder}), QStringList({launched, dir.path()}));
     }
 
     void newAddsTheExtensionAndAsksBeforeReplacing_data()

@@ -2,6 +2,7 @@
 // answer the test queued, and is noted with its title and filters.
 #pragma once
 
+#include <QDir>
 #include <QList>
 #include <QStringList>
 
@@ -13,6 +14,7 @@ struct ScriptedDialogs final : DialogProvider {
         QString title;
         QStringList nameFilters;
         QString text;
+        QString folder = QDir::currentPath();  // where the question found the current folder
     };
     QList<QStringList> answers;           // one per file or folder question; empty = cancel
     QList<MessageButton> messageAnswers;  // one per message box; none queued = No

@@ -155,11 +155,14 @@ void LoadAppConfig(AppConfig &config, QStringList *listPathsOut)
     config.DefaultDeflateLevel =
         ReadNumber<qint16>(doc, kSectionConfig, QStringLiteral("DefaultDeflateLevel"), 0, 0, 10);
 
+    // A list file named by a relative path is looked for from the settings'
+    // folder, wherever the current folder stands.
+    const QDir settingsFolder = QFileInfo(config.IniPath).absoluteDir();
     QStringList paths;
     const qsizetype listCount = NumberedCount(doc, kSectionLists, QStringLiteral("Count"), kFilePrefix);
     for (qsizetype n = 1; n <= listCount; ++n) {
         const QString path = doc.Get(kSectionLists, NumberedKey(kFilePrefix, n), {});
-        if (IsFile(path)) paths.append(path);
+        if (!path.isEmpty() && IsFile(settingsFolder.filePath(path))) paths.append(settingsFolder.filePath(path));
     }
     config.ListFiles = ListFilesText(paths);
     if (listPathsOut) *listPathsOut = paths;

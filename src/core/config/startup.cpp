@@ -21,8 +21,9 @@ QString ResolveFromLaunchFolder(const QString &fileName, const QString &launchFo
 
 QString ComputeTempPath()
 {
+    // A relative $TMPDIR would move with the current folder: it is not taken.
     QString base = qEnvironmentVariable("TMPDIR");
-    if (base.isEmpty() || !QFileInfo(base).isDir()) base = QStringLiteral("/tmp");
+    if (!QDir::isAbsolutePath(base) || !QFileInfo(base).isDir()) base = QStringLiteral("/tmp");
     if (base.endsWith(QLatin1Char('/')) && base.size() > 1) base.chop(1);
     return base + QStringLiteral("/Arcavera-%1").arg(::getuid());
 }

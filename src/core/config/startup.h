@@ -18,8 +18,9 @@ QString CommandLineFromArguments(const QStringList &arguments);
 // A relative name is taken from the folder the program was started in.
 QString ResolveFromLaunchFolder(const QString &fileName, const QString &launchFolder);
 
-// The scratch folder: the user's temporary folder ($TMPDIR, else /tmp) and a
-// folder of this program that no other user shares.
+// The scratch folder: the user's temporary folder ($TMPDIR when it is an
+// absolute path, else /tmp) and a folder of this program that no other user
+// shares.
 QString ComputeTempPath();
 
 // A file or folder the program ships (Languages, icons): beside the

@@ -22,7 +22,7 @@ QString DialogPatterns(const QString &patterns)
 
 QString Absolute(const QString &path)
 {
-    return QDir::isRelativePath(path) ? QDir::current().absoluteFilePath(path) : path;
+    return !path.isEmpty() && QDir::isRelativePath(path) ? QDir::current().absoluteFilePath(path) : path;
 }
 
 // The folder of a full path, without a closing "/" unless it is the root.
@@ -61,6 +61,14 @@ QString JoinSelection(const QStringList &chosen)
         result += kNul;
         result += name;
     }
+    return result;
+}
+
+// The next dialog opens where this one ended: in the folder of a chosen
+// file, or in a chosen folder.
+QString MovedTo(const QString &folder, const QString &result)
+{
+    if (!result.isEmpty()) QDir::setCurrent(folder);
     return result;
 }
 
@@ -104,14 +112,19 @@ QString OpenFileDialog(QObject *owner, const QString &title, const QString &filt
 {
     if (!g_provider) return QString();
     const QStringList nameFilters = NameFiltersFromFilter(filter);
-    if (!multiSelect) return g_provider->ChooseOpenFile(owner, title, nameFilters, initialName);
-    return JoinSelection(g_provider->ChooseOpenFiles(owner, title, nameFilters, initialName));
+    if (!multiSelect) {
+        const QString chosen = Absolute(g_provider->ChooseOpenFile(owner, title, nameFilters, initialName));
+        return MovedTo(FolderOf(chosen), chosen);
+    }
+    const QString chosen = JoinSelection(g_provider->ChooseOpenFiles(owner, title, nameFilters, initialName));
+    return MovedTo(chosen.contains(kNul) ? chosen.section(kNul, 0, 0) : FolderOf(chosen), chosen);
 }
 
 QString SaveFileDialog(QObject *owner, const QString &title, const QString &filter)
 {
     if (!g_provider) return QString();
-    return g_provider->ChooseSaveFile(owner, title, NameFiltersFromFilter(filter));
+    const QString chosen = Absolute(g_provider->ChooseSaveFile(owner, title, NameFiltersFromFilter(filter)));
+    return MovedTo(FolderOf(chosen), chosen);
 }
 
 QString BrowseForFolder(QObject *owner, const QString &title, bool returnPath)
@@ -119,7 +132,8 @@ QString BrowseForFolder(QObject *owner, const QString &title, bool returnPath)
     if (!g_provider) return QString();
     const QString chosen = g_provider->ChooseFolder(owner, title);
     if (chosen.isEmpty()) return QString();
-    const QString path = WithoutClosingSlashes(chosen);
+    const QString path = WithoutClosingSlashes(Absolute(chosen));
+    MovedTo(path, path);
     if (returnPath || path == QLatin1String("/")) return path;
     return path.mid(path.lastIndexOf(u'/') + 1);
 }

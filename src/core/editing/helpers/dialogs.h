@@ -91,6 +91,10 @@ DialogProvider *CurrentDialogProvider();
 // shows its pattern.
 QStringList NameFiltersFromFilter(const QString &filter);
 
+// The three dialogs below open in the process's current folder, and a choice
+// moves the current folder to where the user ended: the folder of the chosen
+// files, or the chosen folder. A cancel leaves it where it was.
+//
 // Asks for existing files. The result is empty after a cancel, the full
 // path when one file is chosen (with `multiSelect` too), and for several
 // files their folder, NUL, the first name, NUL, the second name and so on,
