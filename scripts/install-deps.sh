@@ -6,6 +6,7 @@ set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config qt6-base-dev qt6-qpa-plugins libstorm-dev smpq xvfb xauth
           fonts-dejavu-core xdg-utils shared-mime-info libfile-mimeinfo-perl
           desktop-file-utils appstream groff-base  # the installed desktop files checked
+          qt6-translations-l10n     # Qt's own texts (Yes, No, the file dialogs) in the program's language
           clang libclang-rt-14-dev  # the fuzzing of scripts/fuzz.sh
           lld)                      # a faster linker, used when present
 [ "${ARCAVERA_SCREENSHOTS:-0}" = 1 ] && packages+=(imagemagick)

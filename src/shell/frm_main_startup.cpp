@@ -10,6 +10,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QLayout>
+#include <QLocale>
 #include <QScreen>
 #include <QStatusBar>
 #include <QToolBar>
@@ -44,8 +45,10 @@ void frmMain::Form_Load(const QString &commandLine)
     firstRun_ = SeedFirstRun(config_.IniPath);
     config_dialog_ = new frmConfig(config_, paths_.programFolder,
                                    QFileInfo(QCoreApplication::applicationFilePath()).fileName(), this);
-    // A first start asks for the language before the window shows.
+    // A first start asks for the language before the window shows, the
+    // system's language chosen when one ships.
     if (firstRun_) {
+        config_dialog_->SelectLanguageOfLocale(QLocale::system().name());
         config_dialog_->SelectTab(3);
         config_dialog_->tabConfig_Click();
         config_dialog_->exec();

@@ -232,15 +232,18 @@ private slots:
     {
         const QString folder = Path("lists/Languages");
         QCOMPARE(ListLanguages(folder, {}).items.size(), 1);
-        WriteFile(folder + "/De.lng", "[Language]\nName=Deutsch\n");
+        WriteFile(folder + "/De.lng", "[Language]\nName=Deutsch\nQtLocale=de\n");
         WriteFile(folder + "/fr.lng", "[Menu]\nOpen=x\n");
-        WriteFile(folder + "/more/.x.lng", "[Language]\nName=Extra\n");
+        WriteFile(folder + "/more/.x.lng", "[Language]\nName=Extra\nQtLocale=de-CH\n");
         WriteFile(folder + "/notes.txt", "[Language]\nName=No\n");
+        const LanguageList list = ListLanguages(folder, {});
         QStringList found;
-        for (const LanguageItem &item : ListLanguages(folder, {}).items) found << item.text + "|" + item.tag;
-        QCOMPARE(found, QStringList({QString::fromUtf8(kBuiltInLanguageName) + "|", "Deutsch|De.lng", "fr.lng|fr.lng", "Extra|.x.lng"}));
+        for (const LanguageItem &item : list.items) found << item.text + "|" + item.tag + "|" + item.locale;
+        QCOMPARE(found, QStringList({QString::fromUtf8(kBuiltInLanguageName) + "||it", "Deutsch|De.lng|de", "fr.lng|fr.lng|it", "Extra|.x.lng|de_CH"}));
         QCOMPARE(ListLanguages(folder, "dE.LNG").selected, 1);
         QCOMPARE(ListLanguages(folder, "es.lng").selected, 0);  // the chosen file has gone
+        // The first start's: the system's locale, else its language, else Italian.
+        for (const auto &[system, item] : {std::pair{"de_CH", 3}, {"de-AT", 1}, {"fr_FR", 0}, {"C", 0}}) QCOMPARE(LanguageOfLocale(list, system), item);
     }
 
     // The English file that ships translates every text; placeholders and patterns stay.

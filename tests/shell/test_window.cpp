@@ -3,7 +3,9 @@
 #include <QAction>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QLineEdit>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QProgressDialog>
 #include <QPushButton>
@@ -19,8 +21,10 @@
 #include <signal.h>
 #include <sys/resource.h>
 
+#include "config/catalogue.h"
 #include "config/frm_config.h"
 #include "config/ini_file.h"
+#include "dialogs/dialogs_qt.h"
 #include "editing/helpers/shell_open.h"
 #include "listing/explorer_listing.h"
 #include "shell/archive_list_model.h"
@@ -108,7 +112,7 @@ private slots:
         for (auto it = files.cbegin(); it != files.cend(); ++it) stored.append({it.key().toUtf8(), it.value()});
         master = ArchiveIn(dir.path(), "master.mpq", stored);
     }
-    void cleanup() { SetShellOpener({}); }
+    void cleanup() { SetShellOpener({}); LoadLanguage(QString()); }
 
     // The first start asks for the language on its tab before the window shows.
     void firstRunAsksForTheLanguageFirst()
@@ -681,6 +685,26 @@ private slots:
         QCOMPARE(Names(*window), QStringList(files.keys()));
         for (auto it = files.cbegin(); it != files.cend(); ++it)
             QCOMPARE(ReadStored(archive, it.key().toStdString()), it.value());
+    }
+
+    // Qt's own buttons speak the program's language, Qt's English when Qt has no translation for it.
+    void questionBoxesSpeakTheLanguage_data()
+    {
+        QTest::addColumn<QByteArray>("file");  // the language file; null: the built-in Italian
+        QTest::addColumn<QString>("buttons");
+        QTest::newRow("Italiano") << QByteArray() << QString::fromUtf8("Sì No");
+        QTest::newRow("English") << ReadFile(ARCAVERA_LANGUAGES_SOURCE "/English.lng") << "Yes No";
+        QTest::newRow("no translation") << QByteArray("[Language]\nQtLocale=tlh\n") << "Yes No";
+        QTest::newRow("no locale's name: Italian") << QByteArray("[Language]\nQtLocale=../en\n") << QString::fromUtf8("Sì No");
+    }
+    void questionBoxesSpeakTheLanguage()
+    {
+        QFETCH(QByteArray, file);
+        if (!QFile::exists(QLibraryInfo::path(QLibraryInfo::TranslationsPath) + "/qtbase_it.qm"))
+            QSKIP("Qt's translations (qt6-translations-l10n) are not installed");
+        LoadLanguage(file.isNull() ? QString() : WriteFile(dir.filePath("qt.lng"), file));
+        const auto box = MakeMessageBox(nullptr, "?", {}, MessageButton::Yes | MessageButton::No, MessageIcon::Question, MessageButton::No);
+        QTEST(QString(box->button(QMessageBox::Yes)->text() + " " + box->button(QMessageBox::No)->text()).remove('&'), "buttons");
     }
 };
 

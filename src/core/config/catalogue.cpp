@@ -1,8 +1,13 @@
 #include "config/catalogue.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QLibraryInfo>
+#include <QPointer>
+#include <QRegularExpression>
 #include <QStringList>
+#include <QTranslator>
 
 #include "config/ini_file.h"
 #include "editing/helpers/file_walk.h"
@@ -283,6 +288,40 @@ LanguageEvents &LanguageEvents::Instance()
     return events;
 }
 
+namespace {
+
+// The language of Qt's own texts that a language file names.
+QString QtLocaleOf(const IniDocument &languageFile)
+{
+    static const QRegularExpression kLocaleName(QStringLiteral("^[A-Za-z]{2,3}([_-][A-Za-z0-9]{2,8})*$"));
+    const QString locale = languageFile.Get(QStringLiteral("Language"), QStringLiteral("QtLocale"), {}).trimmed();
+    if (!kLocaleName.match(locale).hasMatch()) return QStringLiteral("it");
+    return QString(locale).replace(u'-', u'_');
+}
+
+// Qt's translation for `locale` in place of the one before; none when Qt has
+// none for it. A translator removed or installed makes every widget take its
+// texts anew.
+void UseQtTranslation(const QString &locale)
+{
+    QCoreApplication *application = QCoreApplication::instance();
+    if (!application) return;
+    static QPointer<QTranslator> installed;
+    static QString installedLocale;
+    if (installed && installedLocale == locale) return;
+    delete installed.data();  // which takes it out of the application
+    auto *translator = new QTranslator(application);
+    if (!translator->load(QStringLiteral("qtbase_") + locale, QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        delete translator;
+        return;
+    }
+    QCoreApplication::installTranslator(translator);
+    installed = translator;
+    installedLocale = locale;
+}
+
+}  // namespace
+
 void LoadLanguage(const QString &file)
 {
     // One reading of the file answers every lookup; each lookup keeps the
@@ -294,6 +333,7 @@ void LoadLanguage(const QString &file)
         texts.*entry.field = doc.Get(QLatin1String(entry.section), QLatin1String(entry.key),
                                      QString::fromUtf8(entry.italian));
     texts.BuildFilters();
+    UseQtTranslation(QtLocaleOf(doc));
     emit LanguageEvents::Instance().Loaded();
 }
 
@@ -317,17 +357,33 @@ QString LanguageFilePath(const QString &languagesFolder, const QString &name)
 LanguageList ListLanguages(const QString &languagesFolder, const QString &configuredName)
 {
     LanguageList list;
-    list.items.append({QString::fromUtf8(kBuiltInLanguageName), QString()});
+    list.items.append({QString::fromUtf8(kBuiltInLanguageName), QString(), QStringLiteral("it")});
     const QString found = ScanFiles(languagesFolder, QStringLiteral("*.lng"), kAttributeHidden | kAttributeSystem,
                                     true, QStringLiteral("|"));
     QStringList paths = found.split(u'|');
     if (!paths.isEmpty()) paths.removeLast();  // the empty piece behind the last separator
     for (const QString &path : std::as_const(paths)) {
         const QString fileName = QFileInfo(path).fileName();
-        QString name = ReadIni(QStringLiteral("Language"), QStringLiteral("Name"), path, QString());
+        const IniDocument doc = IniDocument::Load(path);
+        QString name = doc.Get(QStringLiteral("Language"), QStringLiteral("Name"), QString());
         if (name.isEmpty()) name = fileName;
-        list.items.append({name, fileName});
+        list.items.append({name, fileName, QtLocaleOf(doc)});
         if (fileName.toLower() == configuredName.toLower()) list.selected = list.items.size() - 1;
     }
     return list;
+}
+
+qsizetype LanguageOfLocale(const LanguageList &list, const QString &systemLocale)
+{
+    const QString name = QString(systemLocale).replace(u'-', u'_');
+    const QString language = name.section(u'_', 0, 0);
+    for (const bool whole : {true, false}) {
+        for (qsizetype i = 0; i < list.items.size(); ++i) {
+            const QString &locale = list.items[i].locale;
+            if (locale.compare(name, Qt::CaseInsensitive) == 0 ||
+                (!whole && locale.section(u'_', 0, 0).compare(language, Qt::CaseInsensitive) == 0))
+                return i;
+        }
+    }
+    return 0;
 }

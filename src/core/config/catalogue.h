@@ -134,8 +134,12 @@ signals:
 };
 
 // Reads every text of the catalogue from the language file `file` into
-// Texts(), then announces it. A file that is missing, unreadable or empty,
-// or a folder, gives every text its Italian default.
+// Texts(), puts Qt's own texts (the buttons of message boxes, the file
+// dialogs) in the language that the key QtLocale of its section Language
+// names ("en", "pt_BR"; Italian when absent or no locale's name), from Qt's
+// translations, then announces it. A file that is missing, unreadable or
+// empty, or a folder, gives every text its Italian default. A language Qt
+// has no translation for leaves Qt's texts in Qt's own English.
 void LoadLanguage(const QString &file);
 
 // `text` with every "%v" replaced by `value`, from the first character on.
@@ -156,6 +160,7 @@ QString LanguageFilePath(const QString &languagesFolder, const QString &name);
 struct LanguageItem {
     QString text;
     QString tag;
+    QString locale;  // the file's QtLocale; "it" for the built-in Italian
 };
 struct LanguageList {
     QList<LanguageItem> items;  // in the order they were found, the built-in one first
@@ -166,3 +171,7 @@ struct LanguageList {
 // name. The configured name selects the item whose file name equals it
 // without regard to case; the last such item wins.
 LanguageList ListLanguages(const QString &languagesFolder, const QString &configuredName);
+// The item that speaks the language of the system's locale `systemLocale`
+// ("en_GB"): the first whose locale is that name, else the first of its
+// language ("en"); the built-in Italian when none does.
+qsizetype LanguageOfLocale(const LanguageList &list, const QString &systemLocale);

@@ -297,6 +297,18 @@ QString frmConfig::SelectedLanguageTag() const
 
 void frmConfig::SelectTab(int index) { tabConfig->setCurrentIndex(index); }
 
+void frmConfig::SelectLanguageOfLocale(const QString &locale)
+{
+    const LanguageList languages = ListLanguages(languagesFolder_, ReadLanguage(config_.IniPath));
+    const QString tag = languages.items.value(LanguageOfLocale(languages, locale)).tag;
+    for (int row = 0; row < lvLanguages->count(); ++row) {
+        if (lvLanguages->item(row)->data(Qt::UserRole).toString() == tag) {
+            lvLanguages->setCurrentRow(row);
+            return;
+        }
+    }
+}
+
 void frmConfig::tabConfig_Click()
 {
     QWidget *const panels[] = {picGeneral, picCompression, picFileList, picLanguage};

@@ -42,6 +42,9 @@ public:
     // Shows the panel of the selected tab (0 to 3) and hides the others.
     void tabConfig_Click();
     void SelectTab(int index);
+    // Selects the language of the system's locale `locale` ("en_GB") in the
+    // language list when a language file speaks it, else the built-in Italian.
+    void SelectLanguageOfLocale(const QString &locale);
     void lstExtensions_Click();
     void cmbCompression_Click();
     void optAudio_Click(int index);
