@@ -5,6 +5,7 @@
 #include <QProcess>
 #include <QStandardPaths>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -15,6 +16,8 @@
 #include "config/registry.h"
 #include "support/archive_factory.h"
 #include "support/file_size_limit.h"
+
+#include <unistd.h>
 
 using namespace fixtures;
 
@@ -181,12 +184,50 @@ private slots:
         QCOMPARE(QFile::exists(path), !file.isNull());
     }
 
-    // Beside the program, else in the user's configuration folder; seeded there once.
+    // Beside a portable copy of the program, else in the user's own folder, which
+    // starts as a copy of a portable file it cannot write; else in the temporary folder.
+    void settingsPlace_data()
+    {
+        QTest::addColumn<QString>("program");   // its folder: "ini" (Arcavera.ini), "build" (CMakeCache.txt), "", "read-only"
+        QTest::addColumn<QString>("own");       // the user's settings folder: "" (none yet), "own" (a file), "no folder"
+        QTest::addColumn<QString>("expected");  // the place chosen, and what it holds
+        QTest::newRow("installed") << "" << "" << "own: ";
+        QTest::newRow("portable") << "ini" << "own" << "beside: shared";
+        QTest::newRow("build folder") << "build" << "" << "beside: ";
+        QTest::newRow("read-only") << "ini read-only" << "" << "own: shared";
+        QTest::newRow("read-only, the user's own file") << "ini read-only" << "own" << "own: own";
+        QTest::newRow("no settings folder can be made") << "" << "no folder" << "spare: ";
+    }
+    void settingsPlace()
+    {
+        QFETCH(QString, program);
+        QFETCH(QString, own);
+        const QString folder = Path("program"), ownPath = Path("config/arcavera/Arcavera.ini"), tmpdir = qEnvironmentVariable("TMPDIR");
+        QVERIFY(QDir(folder).removeRecursively() && QDir().mkpath(folder) && QDir().mkpath(Path("tmp")));
+        // Root writes whatever the permissions say: a read-only mount stops it.
+        const bool readOnly = program.endsWith("read-only"), mount = readOnly && ::geteuid() == 0;
+        if (mount && QProcess::execute("mount", {"-t", "tmpfs", "tmpfs", folder}) != 0) QSKIP("no file system to mount");
+        const auto restore = qScopeGuard([&] {
+            if (mount) QProcess::execute("umount", {folder});
+            QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+            QFile::remove(Path("config"));
+            qputenv("TMPDIR", QFile::encodeName(tmpdir));
+        });
+        qputenv("TMPDIR", QFile::encodeName(Path("tmp")));
+        if (!program.isEmpty()) WriteFile(folder + (program == "build" ? "/CMakeCache.txt" : "/Arcavera.ini"), "shared");
+        if (!own.isEmpty()) WriteFile(own == "own" ? ownPath : Path("config"), own.toUtf8());
+        if (mount) QVERIFY(QProcess::execute("mount", {"-o", "remount,ro", folder}) == 0);
+        else if (readOnly) QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
+        const QString path = LocateIniPath(folder), spare = Path("tmp/Arcavera-%1-settings/Arcavera.ini").arg(::getuid());
+        const QString place = path == folder + "/Arcavera.ini" ? "beside" : path == ownPath ? "own" : path == spare ? "spare" : path;
+        QTEST(place + ": " + QString::fromUtf8(ReadFile(path)), "expected");
+        QCOMPARE(QFile::exists(folder + "/Arcavera.ini"), program.startsWith("ini"));  // nothing written beside the program
+    }
+
+    // The user's first start seeds the rules, once.
     void firstRunSeedsTheRulesOnce()
     {
-        QCOMPARE(LocateIniPath(dir.path()), Path("Arcavera.ini"));
-        const QString path = LocateIniPath(Path("no/such/folder"));
-        QCOMPARE(path, Path("config/arcavera/Arcavera.ini"));
+        const QString path = Path("config/arcavera/Arcavera.ini");
         QVERIFY(SeedFirstRun(path));
         QVERIFY(!SeedFirstRun(path));
         QCOMPARE(ReadFile(path), QByteArray("[Config]\r\nExtCount=7\r\nExt1=.bik,0,0\r\nExt2=.smk,0,0\r\nExt3=.mp3,0,0\r\n"

@@ -1,11 +1,13 @@
 #include "config/app_config.h"
 
 #include "config/ini_file.h"
+#include "config/startup.h"
+#include "editing/drag_drop.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLocale>
-#include <QStandardPaths>
 
 #include <algorithm>
 #include <charconv>
@@ -253,13 +255,62 @@ bool SeedFirstRun(const QString &iniPath)
     return true;
 }
 
+namespace {
+
+// The user's settings folder: $XDG_CONFIG_HOME, or ~/.config when that is
+// unset or relative, and "arcavera" below it.
+QString UserSettingsFolder()
+{
+    QString base = qEnvironmentVariable("XDG_CONFIG_HOME");
+    if (!QDir::isAbsolutePath(base)) base = QDir::homePath() + QStringLiteral("/.config");
+    return QDir::cleanPath(base + QStringLiteral("/arcavera"));
+}
+
+// Whether a settings file can be written at `path`: the file itself when it
+// is there, and its folder, or else the nearest folder above it that is
+// there, since the write makes the missing ones. The file is written by a
+// rename, so its folder must take new files.
+bool CanWrite(const QString &path)
+{
+    const QFileInfo file(path);
+    if (file.exists() && (file.isDir() || !file.isWritable())) return false;
+    QFileInfo folder(file.absolutePath());
+    while (!folder.exists() && !folder.isSymLink() && !folder.isRoot()) folder = QFileInfo(folder.absolutePath());
+    return folder.isDir() && folder.isWritable();
+}
+
+}  // namespace
+
 QString LocateIniPath(const QString &programFolder)
 {
-    const QString beside = QDir(programFolder).filePath(kIniFileName);
-    const QFileInfo folder(programFolder);
-    if (QFileInfo::exists(beside) || (folder.isDir() && folder.isWritable())) return beside;
-    return QDir(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation))
-        .filePath(QStringLiteral("arcavera/") + kIniFileName);
+    const QDir program(programFolder);
+    const QString beside = program.filePath(kIniFileName);
+    QStringList places;
+    if (IsFile(beside) || IsFile(program.filePath(QStringLiteral("CMakeCache.txt")))) places.append(beside);
+    places.append(QDir(UserSettingsFolder()).filePath(kIniFileName));
+    auto chosen = std::find_if(places.cbegin(), places.cend(), CanWrite);
+    QString path = chosen != places.cend() ? *chosen : QString();
+    if (path.isEmpty()) {
+        // No settings folder can be made: a folder of this user's own in
+        // the temporary folder keeps them, at least until the machine stops.
+        const QString spare = ComputeTempPath() + QStringLiteral("-settings");
+        path = QDir(spare).filePath(kIniFileName);
+        // Nowhere to write at all: the settings are read, changes fail.
+        if (!EnsureScratchFolder(spare) || !CanWrite(path)) return places.front();
+    }
+    // A place that holds no settings yet starts as a copy of those it was
+    // chosen over, so that nothing set there is lost.
+    if (!IsFile(path)) {
+        for (const QString &earlier : std::as_const(places)) {
+            if (earlier == path) break;
+            QFile source(earlier);
+            if (source.open(QIODevice::ReadOnly)) {
+                WriteWholeFile(path, source.readAll());
+                break;
+            }
+        }
+    }
+    return path;
 }
 
 WindowSettings ReadWindowSettings(const QString &iniPath, double screenWidthTwips,

@@ -91,9 +91,15 @@ bool SeedFirstRun(const QString &iniPath);
 // settings file.
 QVector<ExtensionRule> FirstRunRules();
 
-// Where Arcavera.ini lives: beside the program when that folder already holds
-// it or can be written, otherwise in the user's configuration folder
-// ($XDG_CONFIG_HOME/arcavera/).
+// Where Arcavera.ini lives. A portable copy of the program keeps it beside
+// the program: a folder that holds Arcavera.ini already, or a build folder
+// (CMakeCache.txt beside the program). Every other copy keeps it in the
+// user's settings folder, $XDG_CONFIG_HOME/arcavera/ (~/.config/arcavera/
+// when XDG_CONFIG_HOME is unset or relative); so does a portable copy whose
+// Arcavera.ini cannot be written. When that folder cannot be made, a folder
+// of the user's own in the temporary folder ($TMPDIR/Arcavera-<uid>-settings)
+// keeps them. The place chosen, when it holds no settings yet, starts as a
+// copy of the file it was chosen over, which is read and never written.
 QString LocateIniPath(const QString &programFolder);
 
 // Section Setting. Measures are twips.
