@@ -14,3 +14,23 @@ best() {
   done
   echo "$best_time"
 }
+
+# best_with_memory COMMAND...: "SECONDS KILOBYTES", the best wall time of $runs
+# runs of COMMAND and the highest peak resident memory of those runs
+# (GNU time's %M).
+best_with_memory() {
+  local best_time="" peak=0 start end t m out
+  out=$(mktemp)
+  for _ in $(seq "$runs"); do
+    if declare -F prepare > /dev/null; then prepare; fi
+    start=$(date +%s.%N)
+    /usr/bin/time -f %M -o "$out" "$@" > /dev/null 2>&1
+    end=$(date +%s.%N)
+    t=$(awk -v a="$start" -v b="$end" 'BEGIN { printf "%.4f", b - a }')
+    m=$(tail -n 1 "$out")
+    [ "$m" -gt "$peak" ] && peak=$m
+    if [ -z "$best_time" ] || awk -v t="$t" -v b="$best_time" 'BEGIN { exit !(t < b) }'; then best_time=$t; fi
+  done
+  rm -f "$out"
+  echo "$best_time $peak"
+}

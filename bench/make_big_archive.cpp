@@ -1,11 +1,14 @@
 // Makes an archive of N small files with an internal list, through
-// Arcavera's own engine layer, for the listing benchmark.
-// Usage: arcavera-bench-make ARCHIVE N
+// Arcavera's own engine layer, for the listing benchmarks. Without FOLDERS
+// the files lie in 500 folders of 37 subfolders each; with it, directly in
+// that many folders.
+// Usage: arcavera-bench-make ARCHIVE N [FOLDERS]
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -14,12 +17,13 @@
 
 int main(int argc, char *argv[])
 {
-    if (argc != 3) {
-        std::fputs("usage: arcavera-bench-make ARCHIVE N\n", stderr);
+    if (argc != 3 && argc != 4) {
+        std::fputs("usage: arcavera-bench-make ARCHIVE N [FOLDERS]\n", stderr);
         return 1;
     }
     const std::string archive = argv[1];
     const long count = std::strtol(argv[2], nullptr, 10);
+    const long folders = argc == 4 ? std::max(1L, std::strtol(argv[3], nullptr, 10)) : 0;
     QTemporaryDir sources;
     std::string sourcePaths[16];
     for (int i = 0; i < 16; ++i) {
@@ -35,7 +39,10 @@ int main(int argc, char *argv[])
     if (!update) return 1;
     char name[64];
     for (long i = 0; i < count; ++i) {
-        std::snprintf(name, sizeof name, "folder%03ld\\sub%02ld\\file%06ld.txt", i % 500, i % 37, i);
+        if (folders > 0)
+            std::snprintf(name, sizeof name, "folder%04ld\\file%07ld.txt", i % folders, i);
+        else
+            std::snprintf(name, sizeof name, "folder%03ld\\sub%02ld\\file%06ld.txt", i % 500, i % 37, i);
         if (!mpq::MpqAddFileToArchiveEx(update.get(), sourcePaths[i % 16], name, mpq::MAFA_COMPRESS,
                                         mpq::MAFA_COMPRESS_STANDARD, -1)) {
             std::fprintf(stderr, "add failed at %ld\n", i);

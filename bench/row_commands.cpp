@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QItemSelectionModel>
 #include <QTemporaryDir>
 
@@ -63,6 +64,7 @@ int main(int argc, char *argv[])
     paths.launchFolder = QDir::currentPath();
     paths.iniPath = home.filePath("Arcavera.ini");
     paths.tempPath = home.filePath("scratch");
+    (void)QFile(paths.iniPath).open(QIODevice::WriteOnly);  // settings there already: no first-start questions
     AnswerYes answers;
     SetDialogProvider(&answers);
     frmMain window(paths);

@@ -42,7 +42,14 @@ void StatusReport::SetStatusText(const QString &status)
 }
 
 void StatusReport::SetProgressMax(int max) { progress_->setMaximum(std::max(max, 1)); }
-void StatusReport::SetProgressValue(int value) { progress_->setValue(value); }
+// The listings set the bar only as the percentage moves: each time, the
+// window paints (a menu closed before the listing leaves no trace) without
+// taking input, so no second command starts meanwhile.
+void StatusReport::SetProgressValue(int value)
+{
+    progress_->setValue(value);
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
 void StatusReport::SetProgressVisible(bool visible) { progress_->setVisible(visible); }
 
 void StatusReport::Yield() { QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents); }

@@ -5,11 +5,11 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <algorithm>
 #include <cstdint>
-#include <memory>
-#include <new>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include <QStringList>
 
@@ -118,41 +118,68 @@ private:
     QStringList reached_;
 };
 
-// Writes `size` bytes as the whole content of the file `name` of the folder
-// `dirfd`, replacing a file of that name. A link in its place is neither
-// followed nor replaced; a pipe or device there is no file to replace. A
-// short write (a full disk) is a failure like any other.
-Placed WriteWholeFileAt(int dirfd, const QByteArray &name, const char *data, std::size_t size)
+// What became of one stored file.
+enum class Streamed { Written, NotRead, Link, Failed };
+
+// Extracted files move through reused chunks of this size: memory stays flat
+// whatever a file's size.
+constexpr std::uint32_t kChunk = 1u << 20;
+
+// Makes a new file of a hidden name of its own in the folder `dirfd`.
+Descriptor MakeScratchAt(int dirfd, QByteArray &name)
 {
-    // Not blocking, so that a pipe without a reader cannot hold the batch up.
-    Descriptor fd(::openat(dirfd, name.constData(),
-                           O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY | O_CLOEXEC, 0666));
-    if (!fd.valid()) return IsLinkAt(dirfd, name) ? Placed::Link : Placed::Failed;
-    struct stat st {};
-    if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode)) return Placed::Failed;
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t wrote = ::write(fd.get(), data + done, size - done);
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) break;
-        done += static_cast<std::size_t>(wrote);
+    static std::uint32_t counter = 0;
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        name = ".arcavera-extract-" + QByteArray::number(::getpid()) + "-" + QByteArray::number(++counter);
+        Descriptor fd(::openat(dirfd, name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+        if (fd.valid() || errno != EEXIST) return fd;
     }
-    const bool closed = fd.Close();
-    return done == size && closed ? Placed::Ready : Placed::Failed;
+    return Descriptor();
 }
 
-// The whole stored file in one buffer of exactly its size, or null when the
-// engine cannot give all of it. `size` is the file's full size.
-std::unique_ptr<char[]> ReadWholeStoredFile(mpq::MpqHandle file, std::uint32_t size)
+bool WriteAll(int fd, const char *data, std::size_t size)
 {
-    // At least one byte, so that an empty file has a buffer as well. A size
-    // that a damaged archive inflates must not end the program: no memory
-    // counts as unreadable.
-    std::unique_ptr<char[]> buffer(new (std::nothrow) char[size == 0 ? 1 : size]);
-    if (buffer == nullptr || size == 0) return buffer;
-    std::uint32_t read = 0;
-    if (!mpq::SFileReadFile(file, buffer.get(), size, &read, nullptr) || read != size) return nullptr;
-    return buffer;
+    for (std::size_t done = 0; done < size;) {
+        const ssize_t wrote = ::write(fd, data + done, size - done);
+        if (wrote < 0 && errno == EINTR) continue;
+        if (wrote <= 0) return false;
+        done += static_cast<std::size_t>(wrote);
+    }
+    return true;
+}
+
+// Streams the stored file, `size` bytes in all, into the file `name` of the
+// folder `dirfd`, through `chunk`. It goes to a file of its own beside, which
+// takes the name only once every byte is there: a file that does not read
+// to its end, or a full disk, leaves what stood at the name as it was. A link
+// in the name's place is neither followed nor replaced, and a pipe or device
+// there is no file to replace.
+Streamed StreamStoredFileAt(mpq::MpqHandle file, std::uint32_t size, int dirfd, const QByteArray &name,
+                            std::vector<char> &chunk)
+{
+    struct stat st {};
+    if (::fstatat(dirfd, name.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
+        if (S_ISLNK(st.st_mode)) return Streamed::Link;
+        if (!S_ISREG(st.st_mode)) return Streamed::Failed;
+    }
+    QByteArray scratch;
+    Descriptor fd = MakeScratchAt(dirfd, scratch);
+    if (!fd.valid()) return Streamed::Failed;
+    Streamed result = Streamed::Written;
+    for (std::uint32_t done = 0; done < size && result == Streamed::Written;) {
+        const std::uint32_t wanted = std::min(kChunk, size - done);
+        std::uint32_t read = 0;
+        if (!mpq::SFileReadFile(file, chunk.data(), wanted, &read, nullptr) || read != wanted)
+            result = Streamed::NotRead;
+        else if (!WriteAll(fd.get(), chunk.data(), read))
+            result = Streamed::Failed;
+        done += read;
+    }
+    if (!fd.Close() && result == Streamed::Written) result = Streamed::Failed;
+    if (result == Streamed::Written && ::renameat(dirfd, scratch.constData(), dirfd, name.constData()) != 0)
+        result = Streamed::Failed;
+    if (result != Streamed::Written) ::unlinkat(dirfd, scratch.constData(), 0);
+    return result;
 }
 
 }  // namespace
@@ -168,6 +195,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
     const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(archivePath).toStdString());
 
     FolderWalk walk(base);
+    std::vector<char> chunk;  // made at the first file, reused by the others
     for (const QByteArray &name : names) {
         // The user may stop the batch between two files.
         if (events.Cancelled()) {
@@ -187,23 +215,25 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
 
         const mpq::StoredFile file = mpq::SFileOpenFileEx(archive.get(), name.toStdString());
         const std::int64_t size = mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE);
-        const std::unique_ptr<char[]> data =
-            size >= 0 ? ReadWholeStoredFile(file.get(), static_cast<std::uint32_t>(size)) : nullptr;
-        if (data == nullptr) {
+        if (size < 0) {
             report.refused.append({name, Refusal::NotRead});
         } else {
             QStringList levels = target.mid(base.size()).split(QLatin1Char('/'));
             const QString leaf = levels.takeLast();
             QString failedPath = target;
-            Placed placed = walk.Reach(levels, failedPath);
-            if (placed == Placed::Ready)
-                placed = WriteWholeFileAt(walk.Fd(), PathBytes(leaf), data.get(), static_cast<std::size_t>(size));
-            if (placed == Placed::Link) {
-                report.refused.append({name, Refusal::Linked});
+            const Placed placed = walk.Reach(levels, failedPath);
+            if (chunk.empty()) chunk.resize(kChunk);
+            const Streamed streamed =
+                placed == Placed::Link   ? Streamed::Link
+                : placed != Placed::Ready ? Streamed::Failed
+                                          : StreamStoredFileAt(file.get(), static_cast<std::uint32_t>(size),
+                                                               walk.Fd(), PathBytes(leaf), chunk);
+            if (streamed == Streamed::NotRead || streamed == Streamed::Link) {
+                report.refused.append({name, streamed == Streamed::Link ? Refusal::Linked : Refusal::NotRead});
                 events.Yield();
                 continue;
             }
-            if (placed == Placed::Failed) {
+            if (streamed == Streamed::Failed) {
                 // The disk ends the batch. The status keeps this entry's text,
                 // so the user sees where it stopped.
                 report.refused.append({name, Refusal::DiskFailure});
