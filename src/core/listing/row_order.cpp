@@ -1,6 +1,8 @@
 #include "listing/row_order.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 #include <numeric>
 #include <string>
 
@@ -28,11 +30,19 @@ int CompareFolded(QStringView a, QStringView b)
     return a.size() == b.size() ? 0 : (a.size() < b.size() ? -1 : 1);
 }
 
-// The same order on texts of plain ASCII bytes.
+// The same order on texts of plain ASCII bytes. Names of one archive share
+// long beginnings: equal bytes are skipped eight at a time.
 int CompareFoldedAscii(const char *a, std::size_t an, const char *b, std::size_t bn)
 {
     const std::size_t n = std::min(an, bn);
-    for (std::size_t i = 0; i < n; ++i) {
+    std::size_t i = 0;
+    for (std::uint64_t x = 0, y = 0; i + 8 <= n; i += 8) {
+        std::memcpy(&x, a + i, 8);
+        std::memcpy(&y, b + i, 8);
+        if (x != y) break;
+    }
+    for (; i < n; ++i) {
+        if (a[i] == b[i]) continue;
         const char16_t x = FoldAscii(char16_t(a[i])), y = FoldAscii(char16_t(b[i]));
         if (x != y) return x < y ? -1 : 1;
     }
@@ -126,10 +136,11 @@ std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int s
     std::vector<std::size_t> order(rows.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     {
+        // Equal keys keep their order by their places: a stable order.
         const ColumnKeys keys(rows, column);
-        std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
             const int c = keys.Compare(a, b);
-            return descending ? c > 0 : c < 0;
+            return c != 0 ? (descending ? c > 0 : c < 0) : a < b;
         });
     }
     // Each row moves once, along the cycles of the order, in place.
