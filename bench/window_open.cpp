@@ -40,8 +40,8 @@ int main(int argc, char *argv[])
     frmMain window(paths);
     window.resize(1000, 700);
     window.show();
-    if (explorer) window.mnuExplorerStyle_Click();
     window.Form_Load(QString::fromLocal8Bit(argv[1]));
+    if (explorer) window.mnuExplorerStyle_Click();  // lists the archive again, in that style
     window.repaint();
     std::fprintf(stderr, "%d rows\n", window.Model()->rowCount());
     if (!explorer) return window.Model()->rowCount() > 0 ? 0 : 1;
