@@ -16,6 +16,7 @@
 #include "editing/helpers/dialogs.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
+#include "bench_window.h"
 #include "shell/frm_main.h"
 
 namespace {
@@ -59,12 +60,7 @@ int main(int argc, char *argv[])
         return 1;
     }
     QTemporaryDir home;
-    StartupPaths paths;
-    paths.programFolder = home.path();
-    paths.launchFolder = QDir::currentPath();
-    paths.iniPath = home.filePath("Arcavera.ini");
-    paths.tempPath = home.filePath("scratch");
-    (void)QFile(paths.iniPath).open(QIODevice::WriteOnly);  // settings there already: no first-start questions
+    const StartupPaths paths = BenchWindowPaths(home);
     AnswerYes answers;
     SetDialogProvider(&answers);
     frmMain window(paths);

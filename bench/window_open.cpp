@@ -18,6 +18,7 @@
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
 #include "shell/folder_tree_widget.h"
+#include "bench_window.h"
 #include "shell/frm_main.h"
 
 int main(int argc, char *argv[])
@@ -29,14 +30,8 @@ int main(int argc, char *argv[])
         std::fputs("usage: arcavera-bench-window ARCHIVE [--explorer]\n", stderr);
         return 1;
     }
-    // Settings of their own, there already: no first-start questions.
     QTemporaryDir home;
-    StartupPaths paths;
-    paths.programFolder = home.path();
-    paths.launchFolder = QDir::currentPath();
-    paths.iniPath = home.filePath("Arcavera.ini");
-    paths.tempPath = home.filePath("scratch");
-    (void)QFile(paths.iniPath).open(QIODevice::WriteOnly);
+    const StartupPaths paths = BenchWindowPaths(home);
     frmMain window(paths);
     window.resize(1000, 700);
     window.show();

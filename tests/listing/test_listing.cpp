@@ -406,6 +406,25 @@ private slots:
         QCOMPARE(ports.sortedSwitches, (std::vector<bool>{false, true}));
     }
 
+    // Delete and rename keep the index true: a deleted file leaves its
+    // folder, a renamed one moves to the folder its new name gives it.
+    void folderIndexFollowsChanges()
+    {
+        FolderIndex index;
+        for (const char *name : {"top.txt", "Data\\a.txt", "DATA\\b.txt", "data\\sub\\c.txt"})
+            index.Add(FolderIndex::FolderKeyOf(name), Row(name));
+        index.Remove({"DATA\\b.txt", "not\\stored.txt"});
+        index.Rename("Data\\a.txt", "data\\sub\\A.txt");
+        const auto listed = [&](const QString &key) {
+            RecordingPorts ports;
+            index.Fill(key, ports);
+            return Names(ports.rows);
+        };
+        QCOMPARE(listed(""), QStringList{"top.txt"});
+        QCOMPARE(listed("DATA\\"), QStringList());
+        QCOMPARE(listed("DATA\\SUB\\"), (QStringList{"data\\sub\\A.txt", "data\\sub\\c.txt"}));
+    }
+
     void controlsShownSafely_data()
     {
         QTest::addColumn<QByteArray>("stored");
