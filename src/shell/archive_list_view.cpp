@@ -1,7 +1,17 @@
 #include "shell/archive_list_view.h"
 
 #include <QDragEnterEvent>
+#include <QHeaderView>
 #include <QMouseEvent>
+
+#include <algorithm>
+
+namespace {
+
+// How many rows, from the first, a column's width is taken from.
+constexpr int kFittedRows = 200;
+
+}  // namespace
 
 ArchiveListView::ArchiveListView(QWidget *parent) : QTreeView(parent)
 {
@@ -10,6 +20,72 @@ ArchiveListView::ArchiveListView(QWidget *parent) : QTreeView(parent)
     setDragDropMode(QAbstractItemView::DragDrop);
     setDefaultDropAction(Qt::CopyAction);
     setDropIndicatorShown(false);
+    connect(header(), &QHeaderView::sectionResized, this, [this](int column, int, int) {
+        if (!placing_ && column < static_cast<int>(dragged_.size())) dragged_[static_cast<std::size_t>(column)] = true;
+    });
+}
+
+void ArchiveListView::setModel(QAbstractItemModel *model)
+{
+    QTreeView::setModel(model);
+    if (model == nullptr) return;
+    connect(model, &QAbstractItemModel::modelReset, this, &ArchiveListView::FitColumns);
+    connect(model, &QAbstractItemModel::headerDataChanged, this, &ArchiveListView::FitColumns);
+}
+
+void ArchiveListView::SetLeastWidths(std::vector<int> widths)
+{
+    least_ = std::move(widths);
+    fitted_.assign(least_.size(), 0);
+    dragged_.assign(least_.size(), false);
+    FitColumns();
+}
+
+void ArchiveListView::SetWidth(int column, int width)
+{
+    if (columnWidth(column) == width) return;
+    placing_ = true;
+    setColumnWidth(column, width);
+    placing_ = false;
+}
+
+int ArchiveListView::ContentWidth(int column) const
+{
+    QStyleOptionViewItem option;
+    initViewItemOption(&option);
+    const int rows = std::min(model()->rowCount(rootIndex()), kFittedRows);
+    int width = 0;
+    for (int row = 0; row < rows; ++row) {
+        const QModelIndex index = model()->index(row, column, rootIndex());
+        width = std::max(width, itemDelegateForIndex(index)->sizeHint(option, index).width());
+    }
+    return width;
+}
+
+void ArchiveListView::FitColumns()
+{
+    if (model() == nullptr) return;
+    const int columns = std::min(static_cast<int>(least_.size()), model()->columnCount(rootIndex()));
+    for (int column = 0; column < columns; ++column) {
+        const auto c = static_cast<std::size_t>(column);
+        fitted_[c] = std::max({least_[c], header()->sectionSizeHint(column), ContentWidth(column)});
+        if (!dragged_[c]) SetWidth(column, fitted_[c]);
+    }
+    StretchFirstColumn();
+}
+
+void ArchiveListView::StretchFirstColumn()
+{
+    if (fitted_.empty() || dragged_[0]) return;
+    int others = 0;
+    for (int column = 1; column < static_cast<int>(fitted_.size()); ++column) others += columnWidth(column);
+    SetWidth(0, std::max(fitted_[0], viewport()->width() - others));
+}
+
+bool ArchiveListView::viewportEvent(QEvent *event)
+{
+    if (event->type() == QEvent::Resize) StretchFirstColumn();
+    return QTreeView::viewportEvent(event);
 }
 
 void ArchiveListView::dragEnterEvent(QDragEnterEvent *event)

@@ -17,6 +17,7 @@
 #include "config/catalogue.h"
 #include "config/listing_setup.h"
 #include "editing/add_files.h"
+#include "editing/archive_update.h"
 #include "editing/delete_rename.h"
 #include "editing/drag_drop.h"
 #include "editing/extract_files.h"
@@ -35,6 +36,7 @@
 
 namespace {
 
+// The least width of each column of the list, in twips.
 constexpr int kColumnWidths[ListRow::ColumnCount] = {3000, 400, 1100, 1100, 800, 800};
 
 // Mouse buttons and modifier keys as numbers: left 1, right 2, middle 4;
@@ -125,8 +127,9 @@ void frmMain::BuildControls()
             Qt::QueuedConnection);
     connect(lwMPQ_, &ArchiveListView::DblClick, this, &frmMain::lwMPQ_DblClick);
     model_->SetTransferPort(this);
-    for (int column = 0; column < ListRow::ColumnCount; ++column)
-        lwMPQ_->setColumnWidth(column, TwipsToPixels(kColumnWidths[column], logicalDpiX()));
+    std::vector<int> leastWidths;
+    for (int twips : kColumnWidths) leastWidths.push_back(TwipsToPixels(twips, logicalDpiX()));
+    lwMPQ_->SetLeastWidths(std::move(leastWidths));
     lwMPQ_->viewport()->installEventFilter(this);
 
     tbMenu_ = new QToolBar(client_);
@@ -431,12 +434,10 @@ void frmMain::lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString)
         return;
     }
     const QByteArray newTag = EncodeText(newString);
-    switch (RenameStoredFile(session_.FileName, model_->Row(row).Tag, newTag, config_.DefaultMaxFiles)) {
-    default:  // the archive could not be opened for update
-        cancel = true;
-        return;
-    case Refusal::ArchiveNotWritten:
-        reports_->SetStatusText(Texts().StatusBarNotWritten);
+    const Refusal why = RenameStoredFile(session_.FileName, model_->Row(row).Tag, newTag, config_.DefaultMaxFiles);
+    switch (why) {
+    default:  // the archive could not be opened for update, or not written at the end
+        reports_->SetStatusText(UnchangedArchiveText(why, session_.FileName));
         cancel = true;
         return;
     case Refusal::NameInUse:
@@ -464,6 +465,8 @@ void frmMain::mnuPopupCreateDir_Click()
     const QString key = (isRoot ? QString() : parentKey) + UpperKey(answer.text) + QLatin1Char('\\');
     if (tvMPQ_->NodeExists(key)) return;
     tvMPQ_->AddFolderNode(isRoot ? QString() : parentKey, key, answer.text);
+    // The node stands until the next listing; files dropped on it could not go in.
+    if (!ArchiveWritable(session_.FileName)) reports_->SetStatusText(Texts().StatusBarNotWritable);
 }
 
 // ---------------------------------------------------------------------------

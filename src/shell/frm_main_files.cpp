@@ -8,6 +8,7 @@
 #include "config/listing_setup.h"
 #include "editing/add_files.h"
 #include "editing/archive_check.h"
+#include "editing/archive_update.h"
 #include "editing/compact.h"
 #include "editing/extract_files.h"
 #include "editing/helpers/dialogs.h"
@@ -32,7 +33,10 @@
 // After an add every row is new: the list, or tree and list, are made again.
 void frmMain::ListAfterAdd(const AddReport &report)
 {
-    if (!report.opened()) return;
+    if (!report.opened()) {
+        reports_->SetStatusText(UnchangedArchiveText(report.archive, session_.FileName));
+        return;
+    }
     if (session_.ExplorerStyle) {
         mnuRefresh_Click();
     } else {
@@ -42,7 +46,7 @@ void frmMain::ListAfterAdd(const AddReport &report)
     // The listing ends on "ready"; an archive that could not be written, or
     // files that did not go in (a full disk, a file gone), say so instead.
     if (!report.written())
-        reports_->SetStatusText(Texts().StatusBarNotWritten);
+        reports_->SetStatusText(UnchangedArchiveText(report.archive, session_.FileName));
     else if (const auto failed = RefusedFor(report.refused, Refusal::EngineRefused); !failed.isEmpty())
         reports_->SetStatusText(ReplaceValue(Texts().StatusBarNotAdded, QString::number(failed.size())));
 }
@@ -190,7 +194,7 @@ void frmMain::mnuCompact_Click()
         return;
     }
     if (report.archive != Refusal::None) {
-        reports_->SetStatusText(Texts().StatusBarNotWritten);
+        reports_->SetStatusText(UnchangedArchiveText(report.archive, session_.FileName));
         return;
     }
     mnuRefresh_Click();
@@ -205,7 +209,10 @@ void frmMain::mnuVerify_Click()
     BatchProgress batch(this, *reports_);
     batch.SetStatusText(Texts().StatusBarVerifying);
     const VerifyReport report = VerifyArchive(session_.FileName, ListingOptionsOf(config_), *reports_, *reports_, batch);
-    if (report.archive != Refusal::None) return;
+    if (report.archive != Refusal::None) {
+        reports_->SetStatusText(UnchangedArchiveText(report.archive, session_.FileName));
+        return;
+    }
     const MessageStrings &t = Texts();
     QStringList lines{ReplaceValue(t.MessageVerifyChecked, QString::number(report.filesChecked)),
                       ReplaceValue(t.MessageVerifyFaulty, QString::number(report.faulty.size()))};

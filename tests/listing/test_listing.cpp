@@ -25,7 +25,8 @@ namespace {
 // Texts of our own, so that a listing shows it takes what it is handed.
 ListingOptions Options(bool autoDetect = true, qint16 useLists = 1, const QString &listFiles = {})
 {
-    return ListingOptions{"open %v", "list of %v", "external lists", "ready", useLists, listFiles, autoDetect, false, {}};
+    return ListingOptions{"open %v", "list of %v", "external lists", "ready", "no archive: %v",
+                          useLists,  listFiles,    autoDetect,       false,   {}};
 }
 
 ListRow Row(const QString &name, quint32 full = 0, quint32 compressed = 0, quint32 flags = 0)
@@ -204,16 +205,19 @@ private slots:
         QCOMPARE(out.statusTexts.mid(101), (QStringList{"open 100%", "ready"}));
     }
 
-    // Nothing is listed or reported; only a path that names no file fails; Explorer keeps its list.
+    // Nothing is listed; only a path that names no file fails; Explorer keeps its list. What
+    // does not open as an archive says so, a new archive (an empty file) does not.
     void nothingToList_data()
     {
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QByteArray>("content");
-        QTest::newRow("empty path") << "" << QByteArray();
-        QTest::newRow("missing") << "missing" << QByteArray();
-        QTest::newRow("folder") << "folder" << QByteArray();
-        QTest::newRow("empty file") << "file" << QByteArray();
-        QTest::newRow("one hash slot") << "file" << HandMadeArchive(1, {{"a\\b.txt", "x"}});
+        QTest::addColumn<bool>("said");
+        QTest::newRow("empty path") << "" << QByteArray() << false;
+        QTest::newRow("missing") << "missing" << QByteArray() << true;
+        QTest::newRow("folder") << "folder" << QByteArray() << true;
+        QTest::newRow("empty file") << "file" << QByteArray() << false;
+        QTest::newRow("plain text") << "file" << QByteArray("plain text, no archive") << true;
+        QTest::newRow("one hash slot") << "file" << HandMadeArchive(1, {{"a\\b.txt", "x"}}) << false;
     }
 
     void nothingToList()
@@ -228,7 +232,10 @@ private slots:
         const RecordingPorts flat = Classic(path, Options(), &ok, &total);
         QCOMPARE(ok, kind == "file");
         QCOMPARE(total, qint64(kind == "file" ? 0 : -7));
-        QVERIFY(flat.rows.empty() && flat.statusTexts.isEmpty() && flat.progressVisible.empty());
+        QFETCH(bool, said);
+        const QStringList status = said ? QStringList{"no archive: " + path} : QStringList{};
+        QCOMPARE(flat.statusTexts, status);
+        QVERIFY(flat.rows.empty() && flat.progressVisible.empty());
 
         RecordingPorts ports;
         ports.rows.push_back(Row("left from before"));
@@ -238,7 +245,7 @@ private slots:
         QCOMPARE(LoadArchiveExplorer(path, Options(), listing, nodes, index, total), kind == "file");
         QCOMPARE(nodes.nodes.size(), kind == "file" ? 1 : 0);
         QCOMPARE(Names(ports.rows), QStringList{"left from before"});
-        QVERIFY(ports.statusTexts.isEmpty());
+        QCOMPARE(ports.statusTexts, status);
     }
 
     // A nameless entry shows the engine's name, plus the extension its first bytes suggest.

@@ -8,7 +8,9 @@
 #include <QMessageBox>
 #include <QMimeData>
 #include <QProgressDialog>
+#include <QProcess>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QRandomGenerator>
 #include <QScreen>
 #include <QTabBar>
@@ -19,6 +21,7 @@
 #include <QtEndian>
 
 #include <signal.h>
+#include <unistd.h>
 #include <sys/resource.h>
 
 #include "config/catalogue.h"
@@ -685,6 +688,84 @@ private slots:
         QCOMPARE(Names(*window), QStringList(files.keys()));
         for (auto it = files.cbegin(); it != files.cend(); ++it)
             QCOMPARE(ReadStored(archive, it.key().toStdString()), it.value());
+    }
+
+    // An archive that cannot be written (read-only) stays as it was, rows and all, and the
+    // status bar says so; a file that holds no archive says that it does not open.
+    void aReadOnlyArchiveSaysSo_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::newRow("delete") << "delete";
+        QTest::newRow("rename") << "rename";
+        QTest::newRow("add") << "add";
+        QTest::newRow("new folder") << "new folder";
+    }
+    void aReadOnlyArchiveSaysSo()
+    {
+        QFETCH(QString, command);
+        const QString folder = CaseFolder(dir.path()), archive = folder + "/ro.mpq";
+        // Root writes whatever the permissions say: a read-only mount stops it.
+        const bool mount = ::geteuid() == 0;
+        if (mount && QProcess::execute("mount", {"-t", "tmpfs", "tmpfs", folder}) != 0) QSKIP("no file system to mount");
+        const auto restore = qScopeGuard([&] {
+            if (mount) QProcess::execute("umount", {folder});
+            QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        });
+        QVERIFY(QFile::copy(master, archive));
+        if (mount) QVERIFY(QProcess::execute("mount", {"-o", "remount,ro", folder}) == 0);
+        else QVERIFY(QFile::setPermissions(archive, QFile::ReadOwner) && QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner));
+        const QByteArray before = ReadFile(archive);
+        auto window = Start(archive, command == "new folder");
+        ScriptedDialogs dialogs;
+        dialogs.messageAnswers = {MessageButton::Yes};
+        Select(*window, {"a.txt"}, "a.txt");
+        if (command == "delete") window->mnuDelete_Click();
+        bool cancel = false;
+        if (command == "rename") window->lwMPQ_AfterLabelEdit(cancel, "z.txt");
+        QCOMPARE(cancel, command == "rename");
+        QMimeData data;
+        data.setUrls({QUrl::fromLocalFile(WriteFile(dir.filePath("ro-new.txt"), "new"))});
+        if (command == "add") window->Model()->dropMimeData(&data, Qt::CopyAction, -1, -1, {});
+        dialogs.answers = {{"Sounds"}};
+        if (command == "new folder") {
+            window->Tree()->setCurrentItem(window->Tree()->topLevelItem(0));
+            window->mnuPopupCreateDir_Click();
+            QVERIFY(window->Tree()->NodeExists("SOUNDS\\"));
+        }
+        QCOMPARE(StatusText(*window), QStringLiteral("Impossibile scrivere l'archivio: nulla è stato cambiato."));
+        QCOMPARE(ReadFile(archive), before);
+        if (command != "new folder") QCOMPARE(Names(*window), QStringList(files.keys()));
+
+        const QString plain = WriteFile(dir.filePath("plain.txt"), "no archive here");
+        dialogs.answers = {{plain}};
+        window->mnuOpen_Click();
+        QCOMPARE(StatusText(*window), "Impossibile aprire " + plain + " come archivio MPQ");
+    }
+
+    // Each column opens as wide as its header and its values; the name takes the room the list
+    // gains; a width the user dragged stays through a new listing.
+    void columnsShowWhatTheyHold()
+    {
+        auto window = Start(FreshArchive());
+        ArchiveListView *list = window->List();
+        const int margin = 2 * (list->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, list) + 1);
+        for (int column = 0; column < ListRow::ColumnCount; ++column) {
+            QVERIFY(list->columnWidth(column) >= list->header()->sectionSizeHint(column));
+            for (int row = 0; row < window->Model()->rowCount(); ++row) {
+                const QString text = window->Model()->index(row, column).data().toString();
+                QVERIFY2(list->fontMetrics().horizontalAdvance(text) + margin <= list->columnWidth(column), qPrintable(text));
+            }
+        }
+        int others = 0;
+        for (int column = 1; column < ListRow::ColumnCount; ++column) others += list->columnWidth(column);
+        QCOMPARE(list->columnWidth(0), std::max(list->columnWidth(0), list->viewport()->width() - others));
+        const int name = list->columnWidth(0), ext = list->columnWidth(1), wider = 300;
+        window->resize(window->width() + wider, window->height());
+        QTRY_COMPARE(list->columnWidth(0), name + wider);
+        QCOMPARE(list->columnWidth(1), ext);
+        list->header()->resizeSection(2, 30);  // as the user drags it
+        window->mnuRefresh_Click();
+        QCOMPARE(list->columnWidth(2), 30);
     }
 
     // Qt's own buttons speak the program's language, Qt's English when Qt has no translation for it.

@@ -43,8 +43,10 @@ struct MessageStrings {
     // StatusBar; "%v" stands for the value the caller puts in
     QString StatusBarDelete, StatusBarExtract, StatusBarAdd, StatusBarReady, StatusBarOpen,
         StatusBarReadList, StatusBarAdditionalList,
-        StatusBarNotWritten,  // the archive could not be written and was left as it was
-        StatusBarNotAdded;    // "%v": how many files of an add did not go in
+        StatusBarNotWritten,   // the archive could not be written and was left as it was
+        StatusBarNotWritable,  // the archive cannot be opened for a change: nothing was changed
+        StatusBarNotOpened,    // "%v": the path, which does not open as an archive
+        StatusBarNotAdded;     // "%v": how many files of an add did not go in
     // Message
     QString MessageDelete, MessageRemoveFileList, MessageCreateDir;
     // Compaction: the menu entry, its status texts and why it was not done.

@@ -19,6 +19,7 @@ ListingOptions ListingOptionsOf(const AppConfig &config)
     options.readingList = t.StatusBarReadList;
     options.additionalList = t.StatusBarAdditionalList;
     options.ready = t.StatusBarReady;
+    options.notOpened = t.StatusBarNotOpened;
     options.useLists = config.UseLists;
     options.listFiles = config.ListFiles;
     options.autoDetect = config.AutoDetectFile != 0;

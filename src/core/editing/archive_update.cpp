@@ -1,7 +1,12 @@
 #include "editing/archive_update.h"
 
+#include <unistd.h>
+
+#include <QFileInfo>
+
 #include <algorithm>
 
+#include "config/catalogue.h"
 #include "editing/archive_check.h"
 #include "listing/text_encoding.h"
 
@@ -43,4 +48,21 @@ Refusal CreateArchive(const QString &archivePath, int format, qint32 maxFiles)
     Refusal why = Refusal::None;
     mpq::Update update = OpenArchiveForUpdate(archivePath, maxFiles, why, format);
     return update && update.Close() ? Refusal::None : Refusal::NotCreatable;
+}
+
+QString UnchangedArchiveText(Refusal why, const QString &archivePath)
+{
+    switch (why) {
+    case Refusal::ArchiveNotWritten: return Texts().StatusBarNotWritten;
+    case Refusal::NotWritable:
+    case Refusal::NotCreatable: return Texts().StatusBarNotWritable;
+    default: return ReplaceValue(Texts().StatusBarNotOpened, archivePath);
+    }
+}
+
+bool ArchiveWritable(const QString &archivePath)
+{
+    const QFileInfo file(archivePath);
+    const auto writable = [](const QString &path) { return ::access(PathBytes(path).constData(), W_OK) == 0; };
+    return (!file.exists() || writable(archivePath)) && writable(file.absolutePath());
 }

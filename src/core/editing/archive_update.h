@@ -17,6 +17,16 @@
 // An archive made here is in `format` (1, or 2 for archives over 4 GiB).
 mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why, int format = 1);
 
+// What the status bar says when a change left the archive at `archivePath`
+// as it was for `why` (not None): it could not be written at the end, it
+// cannot be opened for a change, or it does not open as an archive.
+QString UnchangedArchiveText(Refusal why, const QString &archivePath);
+
+// Whether a change could be written at `archivePath`: the file, when there is
+// one, and its folder are writable, on a file system mounted for writing
+// (what holds root back too). Asked before anything is tried.
+bool ArchiveWritable(const QString &archivePath);
+
 // Makes an archive with no files at `archivePath`, in format 1 (what
 // WarCraft III and StarCraft read) or 2 (archives over 4 GiB), with room for
 // `maxFiles` files (held as above). Only an absent or empty file is made an

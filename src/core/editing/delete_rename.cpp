@@ -11,7 +11,10 @@ DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArra
 {
     DeleteReport report;
     mpq::Update update = OpenArchiveForUpdate(archivePath, defaultMaxFiles, report.archive);
-    if (!update) return report;
+    if (!update) {
+        status.SetStatusText(UnchangedArchiveText(report.archive, archivePath));
+        return report;
+    }
     QList<QByteArray> notDeleted;
     for (const QByteArray &name : names) {
         status.SetStatusText(ReplaceValue(Texts().StatusBarDelete, DecodeBytes(name)));
@@ -32,7 +35,7 @@ DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArra
         report.refused.append({notDeleted[n], !stored[n] ? Refusal::NotStored
                                               : written  ? Refusal::EngineRefused
                                                          : Refusal::ArchiveNotWritten});
-    status.SetStatusText(written ? Texts().StatusBarReady : Texts().StatusBarNotWritten);
+    status.SetStatusText(written ? Texts().StatusBarReady : UnchangedArchiveText(report.archive, archivePath));
     return report;
 }
 

@@ -1,5 +1,7 @@
 #include "listing/classic_listing.h"
 
+#include <QFileInfo>
+
 #include "listing/name_sources.h"
 #include "listing/names.h"
 #include "listing/slot_progress.h"
@@ -38,11 +40,20 @@ void ListArchiveRows(mpq::MpqHandle archive, const QString &path, const ListingO
     shown.Finish();
 }
 
+mpq::Archive OpenForListing(const QString &path, const ListingOptions &options, StatusPanel &status)
+{
+    const bool file = IsFile(path);
+    mpq::Archive archive = file ? mpq::SFileOpenArchive(PathBytes(path).toStdString()) : nullptr;
+    if (!archive && !path.isEmpty() && !options.notOpened.isEmpty() && (!file || QFileInfo(path).size() > 0))
+        status.SetStatusText(ListingOptions::Put(options.notOpened, path));
+    return archive;
+}
+
 bool LoadArchiveClassic(const QString &path, const ListingOptions &options, ListingPorts &ports,
                         qint64 &totalSize)
 {
+    const mpq::Archive archive = OpenForListing(path, options, ports.status);
     if (path.isEmpty() || !IsFile(path)) return false;
-    const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
     return ListArchiveClassic(archive.get(), path, options, ports, totalSize);
 }
 

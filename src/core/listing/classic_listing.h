@@ -24,6 +24,11 @@ ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayN
 void ListArchiveRows(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
                      StatusPanel &status, ProgressBar &progress, RowSink &rows, qint64 *totalSize);
 
+// The archive at `path` opened for a listing. A path that names no file, or
+// a file with content that holds no archive, says so in the status; an empty
+// file (a new archive before its first add) opens to nothing, silently.
+mpq::Archive OpenForListing(const QString &path, const ListingOptions &options, StatusPanel &status);
+
 // Lists the archive at `path` into `ports.rows`, with status and progress.
 // False only when the path is empty or names no file; an empty file, or one
 // that holds no archive, lists nothing and succeeds. `totalSize` becomes the

@@ -140,10 +140,10 @@ private:
 bool LoadArchiveExplorer(const QString &path, const ListingOptions &options, ListingPorts &ports, FolderTree &tree,
                          FolderIndex &index, qint64 &totalSize)
 {
+    const mpq::Archive archive = OpenForListing(path, options, ports.status);
     if (path.isEmpty() || !IsFile(path)) return false;
     totalSize = 0;
     index.Clear();
-    const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
     // Every file that gets this far has its root, archive or not.
     tree.AddRootNode(UpperKey(path), path);
     if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE) > 1) {

@@ -10,6 +10,7 @@ struct ListingOptions {
     QString readingList;     // the internal list is read, with the archive's path
     QString additionalList;  // no internal list: the external lists alone
     QString ready;           // the listing is done
+    QString notOpened;       // the file, "%v", is gone or does not open as an archive
     // Settings.
     qint16 useLists = 1;      // 1: skip the external lists when the archive has its own
     QString listFiles;        // the external list files, each followed by "\r\n"
