@@ -1,6 +1,7 @@
 // arcavera: the window.
 #include <QApplication>
 #include <QDir>
+#include <QProcess>
 
 #include <cstdio>
 #include <cstring>
@@ -26,8 +27,11 @@ int main(int argc, char *argv[])
 
     StartupPaths paths;
     paths.launchFolder = QDir::currentPath();
+    // A window shows one archive: further files handed at once get windows of their own.
+    const QStringList lines = CommandLinesFromArguments(QApplication::arguments().mid(1), paths.launchFolder);
+    for (const QString &line : lines.mid(1)) QProcess::startDetached(QApplication::applicationFilePath(), {line});
     frmMain window(paths);
-    window.Form_Load(CommandLineFromArguments(QApplication::arguments().mid(1)));
+    window.Form_Load(lines.first());
     window.show();
     return QApplication::exec();
 }

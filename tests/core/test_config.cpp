@@ -391,7 +391,7 @@ private slots:
             values << ReadRegistry(kCR + key);
         QCOMPARE(values, QStringList({"Mpq.Archive", "MPQ Archive", folder + "/MPQFile.ico", "\"" + folder + "/arcavera\" \"%1\""}));
         const QStringList entry = QString::fromUtf8(ReadFile(DesktopEntry())).split('\n');
-        QVERIFY(entry.contains("Exec=\"/opt/My a\\\\\"\\\\$\\\\\\\\/arcavera\" %f") && entry.contains("Icon=io.github.arcavera.Arcavera"));
+        QVERIFY(entry.contains("Exec=\"/opt/My a\\\\\"\\\\$\\\\\\\\/arcavera\" %F") && entry.contains("Icon=io.github.arcavera.Arcavera"));
         QCOMPARE(ReadFile(Path("data/mime/packages/io.github.arcavera.Arcavera.xml")),
                  ReadFile(ARCAVERA_LANGUAGES_SOURCE "/../desktop/io.github.arcavera.Arcavera.xml"));
 

@@ -115,6 +115,23 @@ private slots:
         QFETCH(QString, name);
         QCOMPARE(ResolveFromLaunchFolder(FileNameFromCommandLine(line), "/launch"), name);
     }
+
+    // Several files handed at once each get a window; a name with blanks stays one.
+    void severalFilesAtOnce_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QStringList>("lines");
+        QTest::newRow("none") << QStringList{} << QStringList{""};
+        QTest::newRow("two files") << QStringList{"a.mpq", "b.mpq"} << QStringList{"a.mpq", "b.mpq"};
+        QTest::newRow("a name with a blank") << QStringList{"My", "Map.w3x"} << QStringList{"My Map.w3x"};
+        QTest::newRow("one of them gone") << QStringList{"a.mpq", "gone.mpq"} << QStringList{"a.mpq gone.mpq"};
+    }
+    void severalFilesAtOnce()
+    {
+        QFETCH(QStringList, arguments);
+        for (const char *name : {"a.mpq", "b.mpq", "My Map.w3x", "My"}) WriteFile(dir.filePath(name), "x");
+        QTEST(CommandLinesFromArguments(arguments, dir.path()), "lines");
+    }
 };
 QTEST_MAIN(TestSession)
 #include "test_session.moc"

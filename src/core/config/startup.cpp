@@ -1,5 +1,7 @@
 #include "config/startup.h"
 
+#include <algorithm>
+
 #include <QDir>
 #include <QFileInfo>
 
@@ -12,6 +14,17 @@ QString FileNameFromCommandLine(const QString &commandLine)
 }
 
 QString CommandLineFromArguments(const QStringList &arguments) { return arguments.join(QLatin1Char(' ')); }
+
+QStringList CommandLinesFromArguments(const QStringList &arguments, const QString &launchFolder)
+{
+    const QString joined = CommandLineFromArguments(arguments);
+    const auto names = [&](const QString &line) {
+        return QFileInfo(ResolveFromLaunchFolder(FileNameFromCommandLine(line), launchFolder)).isFile();
+    };
+    if (arguments.size() < 2 || names(joined) || !std::all_of(arguments.begin(), arguments.end(), names))
+        return {joined};
+    return arguments;
+}
 
 QString ResolveFromLaunchFolder(const QString &fileName, const QString &launchFolder)
 {

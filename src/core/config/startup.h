@@ -15,6 +15,12 @@ QString FileNameFromCommandLine(const QString &commandLine);
 // The command line of start-up: the program's arguments joined by one blank.
 QString CommandLineFromArguments(const QStringList &arguments);
 
+// The command lines of the windows a start asks for: one, the arguments
+// joined as above; but where the desktop hands several files at once (each
+// argument an existing file, relative ones below `launchFolder`, while their
+// joined text names none), each file on its own, in their order.
+QStringList CommandLinesFromArguments(const QStringList &arguments, const QString &launchFolder);
+
 // A relative name is taken from the folder the program was started in.
 QString ResolveFromLaunchFolder(const QString &fileName, const QString &launchFolder);
 
