@@ -29,6 +29,14 @@ ls "$share/icons/hicolor/scalable/apps/$icon.svg" "$share/icons/hicolor/48x48/ap
 [ "$("$prefix/bin/arcavera" --version)" = "arcavera $version" ]
 [ "$("$prefix/bin/arcavera-cli" --version)" = "arcavera-cli $version" ]
 
+# The installed window, started with an empty home, keeps its settings in the
+# user's configuration folder and writes nothing beside itself. Its first start
+# waits on the language question, so it is stopped after a while.
+mkdir -p "$HOME"
+(cd "$HOME" && QT_QPA_PLATFORM=offscreen timeout 5 "$prefix/bin/arcavera" >/dev/null 2>&1) || true
+[ -s "$XDG_CONFIG_HOME/arcavera/Arcavera.ini" ] || { echo "no settings in $XDG_CONFIG_HOME/arcavera" >&2; exit 1; }
+[ "$(ls "$prefix/bin")" = "$(printf 'arcavera\narcavera-cli')" ] || { ls "$prefix/bin" >&2; exit 1; }
+
 # Without a desktop session xdg-mime asks File::MimeInfo's mimetype, which
 # reads the prefix's database as any desktop does.
 unset XDG_CURRENT_DESKTOP DESKTOP_SESSION KDE_FULL_SESSION GNOME_DESKTOP_SESSION_ID
