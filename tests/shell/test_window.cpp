@@ -756,9 +756,6 @@ private slots:
                 QVERIFY2(list->fontMetrics().horizontalAdvance(text) + margin <= list->columnWidth(column), qPrintable(text));
             }
         }
-        int others = 0;
-        for (int column = 1; column < ListRow::ColumnCount; ++column) others += list->columnWidth(column);
-        QCOMPARE(list->columnWidth(0), std::max(list->columnWidth(0), list->viewport()->width() - others));
         const int name = list->columnWidth(0), ext = list->columnWidth(1), wider = 300;
         window->resize(window->width() + wider, window->height());
         QTRY_COMPARE(list->columnWidth(0), name + wider);
