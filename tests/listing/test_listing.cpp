@@ -140,21 +140,41 @@ private slots:
     {
         QTest::addColumn<int>("key");
         QTest::addColumn<int>("order");
+        QTest::addColumn<QStringList>("names");
         QTest::addColumn<QStringList>("expected");
-        QTest::newRow("names without case") << 0 << 0 << QStringList{"B.txt", "b.wav", "c.TXT", "É.txt", "é2.txt"};
-        QTest::newRow("names descending") << 0 << 1 << QStringList{"é2.txt", "É.txt", "c.TXT", "b.wav", "B.txt"};
-        QTest::newRow("extension, ties as they came") << 1 << 0 << QStringList{"B.txt", "c.TXT", "É.txt", "é2.txt", "b.wav"};
-        QTest::newRow("sizes are text") << 2 << 0 << QStringList{"B.txt", "c.TXT", "é2.txt", "b.wav", "É.txt"};
-        QTest::newRow("sizes descending") << 2 << 1 << QStringList{"É.txt", "b.wav", "é2.txt", "B.txt", "c.TXT"};
+        const QStringList mixed{"b.wav", "B.txt", "c.TXT", "É.txt", "é2.txt"};
+        QTest::newRow("names without case") << 0 << 0 << mixed << QStringList{"B.txt", "b.wav", "c.TXT", "É.txt", "é2.txt"};
+        QTest::newRow("names descending") << 0 << 1 << mixed << QStringList{"é2.txt", "É.txt", "c.TXT", "b.wav", "B.txt"};
+        QTest::newRow("extension, ties as they came") << 1 << 0 << mixed << QStringList{"B.txt", "c.TXT", "É.txt", "é2.txt", "b.wav"};
+        QTest::newRow("sizes are text") << 2 << 0 << mixed << QStringList{"B.txt", "c.TXT", "é2.txt", "b.wav", "É.txt"};
+        QTest::newRow("sizes descending") << 2 << 1 << mixed << QStringList{"É.txt", "b.wav", "é2.txt", "B.txt", "c.TXT"};
+        // Plain ASCII names that share long beginnings: they differ within,
+        // just behind and far behind the shared part, or only in case, or
+        // one is the beginning of another.
+        const QStringList ascii{"units\\human\\footman.mdx", "Units\\Human\\Footman.mdx", "units\\human\\foot.mdx",
+                                "units\\orc\\grunt.mdx",     "units\\human\\footman.mdx2", "units\\human\\footmen.mdx",
+                                "units\\Human\\A.mdx"};
+        QTest::newRow("shared beginnings") << 0 << 0 << ascii
+                                           << QStringList{"units\\Human\\A.mdx", "units\\human\\foot.mdx",
+                                                          "units\\human\\footman.mdx", "Units\\Human\\Footman.mdx",
+                                                          "units\\human\\footman.mdx2", "units\\human\\footmen.mdx",
+                                                          "units\\orc\\grunt.mdx"};
+        QTest::newRow("shared beginnings descending") << 0 << 1 << ascii
+                                                      << QStringList{"units\\orc\\grunt.mdx", "units\\human\\footmen.mdx",
+                                                                     "units\\human\\footman.mdx2", "units\\human\\footman.mdx",
+                                                                     "Units\\Human\\Footman.mdx", "units\\human\\foot.mdx",
+                                                                     "units\\Human\\A.mdx"};
     }
 
     void sortOrder()
     {
         QFETCH(int, key);
         QFETCH(int, order);
+        QFETCH(QStringList, names);
         QFETCH(QStringList, expected);
-        const std::vector<ListRow> rows = {Row("b.wav", 2000), Row("B.txt", 10000), Row("c.TXT", 10000),
-                                           Row("É.txt", 9), Row("é2.txt", 100)};
+        const quint32 sizes[] = {2000, 10000, 10000, 9, 100, 7, 7};
+        std::vector<ListRow> rows;
+        for (qsizetype i = 0; i < names.size(); ++i) rows.push_back(Row(names[i], sizes[i]));
         std::vector<ListRow> sorted = rows;
         SortRows(sorted, key, order);
         QCOMPARE(Names(sorted, false), expected);

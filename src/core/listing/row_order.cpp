@@ -95,6 +95,46 @@ public:
                 if (key.wide < 0) key.data = buffer_.data() + starts[next++];
     }
 
+    // Whether every key is a run of ASCII bytes.
+    bool AllAscii() const { return wide_.empty(); }
+
+    // The eight bytes of key `i` behind the first `from`, folded, in one
+    // number that orders as they do (zeros behind a shorter key); it orders
+    // two keys whenever it differs, which spares reaching their bytes.
+    std::uint64_t Head(std::size_t i, std::size_t from) const
+    {
+        const Key &key = keys_[i];
+        std::uint64_t head = 0;
+        for (std::size_t k = from; k < from + 8; ++k)
+            head = head << 8 | (k < key.size ? static_cast<unsigned char>(FoldAscii(char16_t(key.data[k]))) : 0u);
+        return head;
+    }
+
+    // How many folded bytes all keys begin with alike (ASCII keys only).
+    std::size_t CommonStart() const
+    {
+        if (keys_.empty()) return 0;
+        const Key &first = keys_.front();
+        std::size_t common = first.size;
+        for (const Key &key : keys_) {
+            std::size_t k = 0;
+            while (k < common && k < key.size && FoldAscii(char16_t(key.data[k])) == FoldAscii(char16_t(first.data[k])))
+                ++k;
+            common = k;
+            if (common == 0) break;
+        }
+        return common;
+    }
+
+    std::size_t Size(std::size_t i) const { return keys_[i].size; }
+
+    // Compare() of two ASCII keys that begin with the same `from` folded bytes.
+    int CompareAsciiFrom(std::size_t a, std::size_t b, std::size_t from) const
+    {
+        const Key &x = keys_[a], &y = keys_[b];
+        return CompareFoldedAscii(x.data + from, x.size - from, y.data + from, y.size - from);
+    }
+
     int Compare(std::size_t a, std::size_t b) const
     {
         const Key &x = keys_[a], &y = keys_[b];
@@ -127,6 +167,41 @@ private:
     std::vector<QString> wide_;
 };
 
+// A place in a sort of ASCII keys, beside eight bytes of its key.
+struct SortItem {
+    std::uint64_t head = 0;
+    std::size_t place = 0;
+};
+
+// Sorts the places `first` to `last`, whose keys all begin with the same
+// `from` folded bytes, by the eight bytes behind them, held beside each
+// place: most comparisons end there, in memory read in order. Places whose
+// eight bytes are alike are sorted by the eight behind those, and so on,
+// until one of their keys ends: those are compared whole.
+void SortAsciiRun(const ColumnKeys &keys, SortItem *first, SortItem *last, std::size_t from, bool descending)
+{
+    for (SortItem *item = first; item != last; ++item) item->head = keys.Head(item->place, from);
+    std::sort(first, last, [&](const SortItem &a, const SortItem &b) {
+        if (a.head != b.head) return descending ? a.head > b.head : a.head < b.head;
+        return a.place < b.place;
+    });
+    for (SortItem *run = first; run != last;) {
+        SortItem *end = run + 1;
+        while (end != last && end->head == run->head) ++end;
+        if (end - run > 1) {
+            if (std::all_of(run, end, [&](const SortItem &item) { return keys.Size(item.place) > from + 8; })) {
+                SortAsciiRun(keys, run, end, from + 8, descending);
+            } else {
+                std::sort(run, end, [&](const SortItem &a, const SortItem &b) {
+                    const int c = keys.CompareAsciiFrom(a.place, b.place, from);
+                    return c != 0 ? (descending ? c > 0 : c < 0) : a.place < b.place;
+                });
+            }
+        }
+        run = end;
+    }
+}
+
 }  // namespace
 
 std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int sortOrder)
@@ -138,10 +213,17 @@ std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int s
     {
         // Equal keys keep their order by their places: a stable order.
         const ColumnKeys keys(rows, column);
-        std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-            const int c = keys.Compare(a, b);
-            return c != 0 ? (descending ? c > 0 : c < 0) : a < b;
-        });
+        if (keys.AllAscii()) {
+            std::vector<SortItem> items(rows.size());
+            for (std::size_t i = 0; i < items.size(); ++i) items[i].place = i;
+            SortAsciiRun(keys, items.data(), items.data() + items.size(), keys.CommonStart(), descending);
+            for (std::size_t i = 0; i < items.size(); ++i) order[i] = items[i].place;
+        } else {
+            std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+                const int c = keys.Compare(a, b);
+                return c != 0 ? (descending ? c > 0 : c < 0) : a < b;
+            });
+        }
     }
     // Each row moves once, along the cycles of the order, in place.
     std::vector<char> placed(rows.size(), 0);
