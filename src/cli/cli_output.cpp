@@ -42,15 +42,43 @@ QByteArray RowLine(const ListRow &row)
     return line;
 }
 
+namespace {
+
+// Whether `bytes` are printable ASCII: then they are the name's text as it
+// is, with nothing to write out.
+bool PrintableAscii(const QByteArray &bytes)
+{
+    for (char c : bytes)
+        if (c < 0x20 || c >= 0x7F) return false;
+    return true;
+}
+
+}  // namespace
+
 void PrintRows(const std::vector<ListRow> &rows)
 {
+    const NumberTexts numbers;
     std::string out;
     out.reserve(1 << 21);
     for (const ListRow &row : rows) {
-        for (int column = 0; column < ListRow::ColumnCount; ++column) {
-            if (column > 0) out.push_back('\t');
-            AppendColumn(out, ColumnText(row, column));
+        if (PrintableAscii(row.Tag)) {
+            out.append(row.Tag.constData(), static_cast<std::size_t>(row.Tag.size()));
+            out.push_back('\t');
+            const qsizetype dot = row.Tag.lastIndexOf('.');
+            if (dot >= 0) out.append(row.Tag.constData() + dot + 1, static_cast<std::size_t>(row.Tag.size() - dot - 1));
+        } else {
+            AppendColumn(out, ColumnText(row, ListRow::Name));
+            out.push_back('\t');
+            AppendColumn(out, ColumnText(row, ListRow::Ext));
         }
+        out.push_back('\t');
+        numbers.AppendSize(out, row.FullSize);
+        out.push_back('\t');
+        numbers.AppendSize(out, row.CompressedSize);
+        out.push_back('\t');
+        numbers.AppendRatio(out, row.FullSize, row.CompressedSize);
+        out.push_back('\t');
+        AppendColumn(out, AttributeLetters(row.Flags));
         out.push_back('\n');
         if (out.size() > (1u << 20)) {
             std::fwrite(out.data(), 1, out.size(), stdout);

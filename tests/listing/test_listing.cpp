@@ -120,6 +120,7 @@ private slots:
     {
         QLocale locale = QLocale::system();
         locale.setNumberOptions(locale.numberOptions() & ~QLocale::OmitGroupSeparator);
+        const NumberTexts numbers;
         std::uint32_t x = 2463534242u;
         auto next = [&x] { x ^= x << 13; x ^= x >> 17; x ^= x << 5; return x; };
         QCOMPARE(FormatSize(4294967295u), locale.toString(qulonglong{4294967295u}));
@@ -127,6 +128,12 @@ private slots:
             const std::uint32_t full = next() >> (next() % 32);
             const std::uint32_t compressed = i % 3 == 0 ? full + next() % 5000 : (full ? next() % (full + 1) : 0);
             QCOMPARE(FormatSize(full), locale.toString(qulonglong{full}));
+            // The texts for many rows are the same, in UTF-8.
+            std::string size, ratio;
+            numbers.AppendSize(size, full);
+            numbers.AppendRatio(ratio, full, compressed);
+            QCOMPARE(QString::fromStdString(size), FormatSize(full));
+            QCOMPARE(QString::fromStdString(ratio), FormatRatio(full, compressed));
             const std::int64_t numerator = (std::int64_t{full} - std::int64_t{compressed}) * 10000;
             if (full == 0 || std::abs(numerator % std::int64_t{full}) * 2 == std::int64_t{full}) continue;
             const double saving = 1.0 - double(compressed) / double(full);

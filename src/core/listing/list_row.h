@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <string>
 
 // A row holds what the archive says of one stored file: the bytes of its
 // name and three numbers. The texts of its columns, the name's too, are made
@@ -31,3 +32,20 @@ QString FormatPercent(double fraction);                                      // 
 QString FormatLength(qint64 bytes);                                          // a file's length, with grouping
 QString FormatSaving(double fraction);                                       // 0.75 as "75.00%", negative too
 QString AttributeLetters(std::uint32_t flags);                               // "C", "E", "X" or "-" each
+
+// FormatSize and FormatRatio for many rows: the same texts, appended to
+// `out` as UTF-8. Where the user's locale writes its numbers with ASCII
+// digits in groups of three, as its texts for a few numbers show at the
+// start, they are written here by hand, without a text and a locale call
+// per number; otherwise through those two.
+class NumberTexts {
+public:
+    NumberTexts();
+    void AppendSize(std::string &out, std::uint32_t bytes) const;
+    void AppendRatio(std::string &out, std::uint32_t fullSize, std::uint32_t compressedSize) const;
+
+private:
+    void AppendGrouped(std::string &out, std::uint64_t value) const;
+    bool byHand_ = false;
+    std::string group_, point_, percent_, minus_;
+};
