@@ -151,6 +151,12 @@ private slots:
         const QString listFile = WriteFile(Path("lists/my list.txt"), "maps\\one.w3x\r\nnot\\stored.txt\n");
         const auto external = Names(List(path, Bytes(listFile) + "\r\n"));
         QVERIFY(external.count("maps\\one.w3x") && !external.count("not\\stored.txt"));
+        // A long list grows the table of names; the first spelling of a name stays.
+        QByteArray many = "MAPS\\One.w3x\r\n";
+        for (int i = 0; i < 500; ++i) many += "not\\stored" + QByteArray::number(i) + ".txt\r\n";
+        const QString longList = WriteFile(Path("lists/long.txt"), many + "maps\\one.w3x\r\n");
+        const auto grown = Names(List(path, Bytes(longList) + "\r\n"));
+        QVERIFY(grown.count("MAPS\\One.w3x") && !grown.count("maps\\one.w3x"));
 
         const auto entries = List(path, "");
         QCOMPARE(int(entries.size()), 4);  // the three and the internal list, which is always named

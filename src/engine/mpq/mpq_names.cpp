@@ -11,7 +11,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <climits>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -33,10 +36,74 @@ bool IsUsedSlot(TMPQArchive *ha, TMPQHash *hash)
 namespace {
 
 // Candidate names by their pair of name hashes; the first spelling wins.
+// One open-addressed table of keys and places in the text, which doubles as
+// it fills: a million names cost no allocation each.
+class NameMap {
+public:
+    void Reserve(std::size_t count)
+    {
+        std::size_t capacity = 64;
+        while (capacity < count + count / 3) capacity *= 2;
+        if (capacity > slots_.size()) Rehash(capacity);
+    }
+
+    void Add(std::uint64_t key, std::string_view name)
+    {
+        if (name.empty() || name.size() > UINT32_MAX) return;  // no stored name
+        if ((used_ + 1) * 4 > slots_.size() * 3) Rehash(std::max<std::size_t>(64, slots_.size() * 2));
+        Slot &slot = SlotOf(key);
+        if (slot.data != nullptr) return;
+        slot = {key, name.data(), static_cast<std::uint32_t>(name.size())};
+        ++used_;
+    }
+
+    // The name of `key`; empty when there is none.
+    std::string_view Find(std::uint64_t key) const
+    {
+        if (slots_.empty()) return {};
+        const Slot &slot = const_cast<NameMap *>(this)->SlotOf(key);
+        return slot.data != nullptr ? std::string_view(slot.data, slot.size) : std::string_view();
+    }
+
+    template <typename Fn>
+    void ForEach(Fn &&fn) const
+    {
+        for (const Slot &slot : slots_)
+            if (slot.data != nullptr) fn(std::string_view(slot.data, slot.size));
+    }
+
+private:
+    struct Slot {
+        std::uint64_t key = 0;
+        const char *data = nullptr;  // null: free
+        std::uint32_t size = 0;
+    };
+
+    // The slot that holds `key`, or the free one where it would go.
+    Slot &SlotOf(std::uint64_t key)
+    {
+        const std::size_t mask = slots_.size() - 1;
+        std::size_t at = static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ull) >> 32) & mask;
+        while (slots_[at].data != nullptr && slots_[at].key != key) at = (at + 1) & mask;
+        return slots_[at];
+    }
+
+    void Rehash(std::size_t capacity)
+    {
+        std::vector<Slot> old(capacity);
+        old.swap(slots_);
+        for (const Slot &slot : old)
+            if (slot.data != nullptr) SlotOf(slot.key) = slot;
+    }
+
+    std::vector<Slot> slots_;
+    std::size_t used_ = 0;
+};
+
 // The names point into the list text and into `sources`, which hold the
 // external list files read for one listing.
 struct NameTable {
-    std::unordered_map<std::uint64_t, std::string_view> names;
+    NameMap names;
     std::deque<std::string> sources;  // never moves what it holds
 };
 
@@ -62,7 +129,7 @@ bool ReadWholeFile(const std::string &path, std::string &out)
 
 void AddName(NameTable &table, const char *name, std::size_t length)
 {
-    table.names.try_emplace(NameKey(name, length), name, length);
+    table.names.Add(NameKey(name, length), std::string_view(name, length));
 }
 
 // The engine's own files, named whatever the list text says.
@@ -72,7 +139,7 @@ constexpr std::array<const char *, 5> kEngineFiles = {LISTFILE_NAME, ATTRIBUTES_
 NameTable BuildNameTable(const std::string &listText)
 {
     NameTable names;
-    names.names.reserve(listText.size() / 24 + 16);
+    names.names.Reserve(listText.size() / 24 + 16);
     for (const char *name : kEngineFiles) AddName(names, name, std::strlen(name));
     std::unordered_set<std::string> listFilesRead;
     ForEachLine(listText.data(), listText.size(), [&](const char *line, std::size_t length) {
@@ -154,8 +221,8 @@ bool SFileListFiles(MpqHandle archive, const std::string &listText,
     if (ha == nullptr) return false;
     const NameTable table = BuildNameTable(listText);
     auto nameOf = [&](std::uint64_t key, std::uint32_t number) {
-        auto found = table.names.find(key);
-        return found != table.names.end() ? std::string(found->second) : UnknownName(number);
+        const std::string_view found = table.names.Find(key);
+        return !found.empty() ? std::string(found) : UnknownName(number);
     };
 
     entries.clear();
@@ -186,7 +253,7 @@ bool SFileListFiles(MpqHandle archive, const std::string &listText,
     // An archive with only the newer hash tables: StormLib matches the names,
     // and only names that the list text gives are taken.
     std::unordered_set<std::string> given;
-    for (const auto &[key, name] : table.names) given.emplace(name);
+    table.names.ForEach([&](std::string_view name) { given.emplace(name); });
     if (!given.empty()) {
         char pattern[] = "/tmp/arcavera-names-XXXXXX";
         const int fd = ::mkstemp(pattern);
