@@ -32,7 +32,7 @@ void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
         status.SetStatusText(options.additionalList);
     }
     const QByteArray listText = FormListText(found, internalList, options.useLists, options.listFiles);
-    mpq::SFileListFiles(archive, listText.toStdString(), records, 0);
+    mpq::SFileListFiles(archive, std::string_view(listText.constData(), static_cast<std::size_t>(listText.size())), records, 0);
     if (options.recoverNames) RecoverNames(archive, records, options.standardNames);
 }
 

@@ -15,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace mpq {
@@ -114,7 +115,7 @@ bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint3
 // ("(listfile)", "(attributes)", "(signature)", ...) are always named. A
 // stored file that nothing names gets a unique name beginning with
 // "~unknowns\".
-bool SFileListFiles(MpqHandle archive, const std::string &listText,
+bool SFileListFiles(MpqHandle archive, std::string_view listText,
                     std::vector<FileListEntry> &entries, std::uint32_t flags);
 
 // The records of a listing that SFileListFiles left nameless, by what their

@@ -43,14 +43,14 @@ public:
     void Reserve(std::size_t count)
     {
         std::size_t capacity = 64;
-        while (capacity < count + count / 3) capacity *= 2;
+        while (capacity < count + count / 7) capacity *= 2;
         if (capacity > slots_.size()) Rehash(capacity);
     }
 
     void Add(std::uint64_t key, std::string_view name)
     {
         if (name.empty() || name.size() > UINT32_MAX) return;  // no stored name
-        if ((used_ + 1) * 4 > slots_.size() * 3) Rehash(std::max<std::size_t>(64, slots_.size() * 2));
+        if ((used_ + 1) * 8 > slots_.size() * 7) Rehash(std::max<std::size_t>(64, slots_.size() * 2));
         Slot &slot = SlotOf(key);
         if (slot.data != nullptr) return;
         slot = {key, name.data(), static_cast<std::uint32_t>(name.size())};
@@ -136,10 +136,11 @@ void AddName(NameTable &table, const char *name, std::size_t length)
 constexpr std::array<const char *, 5> kEngineFiles = {LISTFILE_NAME, ATTRIBUTES_NAME, SIGNATURE_NAME,
                                                       PATCH_METADATA_NAME, "(user data)"};
 
-NameTable BuildNameTable(const std::string &listText)
+NameTable BuildNameTable(std::string_view listText)
 {
     NameTable names;
-    names.names.Reserve(listText.size() / 24 + 16);
+    // Room for the lines of the list text, without a second growth.
+    names.names.Reserve(static_cast<std::size_t>(std::count(listText.begin(), listText.end(), '\n')) + 16);
     for (const char *name : kEngineFiles) AddName(names, name, std::strlen(name));
     std::unordered_set<std::string> listFilesRead;
     ForEachLine(listText.data(), listText.size(), [&](const char *line, std::size_t length) {
@@ -214,7 +215,7 @@ std::string EngineName(MpqHandle archive, const std::string &name)
     return buffer;
 }
 
-bool SFileListFiles(MpqHandle archive, const std::string &listText,
+bool SFileListFiles(MpqHandle archive, std::string_view listText,
                     std::vector<FileListEntry> &entries, std::uint32_t /*flags*/)
 {
     TMPQArchive *ha = StormArchive(archive);
