@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <climits>
 #include <cstring>
 #include <numeric>
 #include <string>
@@ -98,18 +99,6 @@ public:
     // Whether every key is a run of ASCII bytes.
     bool AllAscii() const { return wide_.empty(); }
 
-    // The eight bytes of key `i` behind the first `from`, folded, in one
-    // number that orders as they do (zeros behind a shorter key); it orders
-    // two keys whenever it differs, which spares reaching their bytes.
-    std::uint64_t Head(std::size_t i, std::size_t from) const
-    {
-        const Key &key = keys_[i];
-        std::uint64_t head = 0;
-        for (std::size_t k = from; k < from + 8; ++k)
-            head = head << 8 | (k < key.size ? static_cast<unsigned char>(FoldAscii(char16_t(key.data[k]))) : 0u);
-        return head;
-    }
-
     // How many folded bytes all keys begin with alike (ASCII keys only).
     std::size_t CommonStart() const
     {
@@ -126,14 +115,9 @@ public:
         return common;
     }
 
+    // The bytes of an ASCII key.
+    const char *Data(std::size_t i) const { return keys_[i].data; }
     std::size_t Size(std::size_t i) const { return keys_[i].size; }
-
-    // Compare() of two ASCII keys that begin with the same `from` folded bytes.
-    int CompareAsciiFrom(std::size_t a, std::size_t b, std::size_t from) const
-    {
-        const Key &x = keys_[a], &y = keys_[b];
-        return CompareFoldedAscii(x.data + from, x.size - from, y.data + from, y.size - from);
-    }
 
     int Compare(std::size_t a, std::size_t b) const
     {
@@ -167,20 +151,40 @@ private:
     std::vector<QString> wide_;
 };
 
-// A place in a sort of ASCII keys, beside eight bytes of its key.
+// A place in a sort of ASCII keys, beside its key's bytes and eight of
+// them in one number.
 struct SortItem {
     std::uint64_t head = 0;
-    std::size_t place = 0;
+    const char *data = nullptr;
+    std::uint32_t size = 0;
+    std::uint32_t place = 0;
 };
+
+// The eight bytes of an ASCII key behind its first `from`, folded, in one
+// number that orders as they do (zeros behind a shorter key): two keys whose
+// numbers differ are ordered by them alone.
+std::uint64_t HeadOf(const SortItem &item, std::size_t from)
+{
+    unsigned char bytes[8] = {};
+    if (from < item.size) std::memcpy(bytes, item.data + from, std::min<std::size_t>(8, item.size - from));
+    std::uint64_t head = 0;
+    for (unsigned char b : bytes) head = head << 8 | b;
+    // Each byte below 0x80: adding keeps within it. A byte from 'A' to 'Z'
+    // gets the bit of its lower case.
+    constexpr std::uint64_t ones = 0x0101010101010101ull, highs = ones * 0x80;
+    const std::uint64_t fromA = (head + ones * (0x80 - 'A')) & highs;
+    const std::uint64_t pastZ = (head + ones * (0x80 - 'Z' - 1)) & highs;
+    return head | (fromA & ~pastZ) >> 2;
+}
 
 // Sorts the places `first` to `last`, whose keys all begin with the same
 // `from` folded bytes, by the eight bytes behind them, held beside each
 // place: most comparisons end there, in memory read in order. Places whose
 // eight bytes are alike are sorted by the eight behind those, and so on,
 // until one of their keys ends: those are compared whole.
-void SortAsciiRun(const ColumnKeys &keys, SortItem *first, SortItem *last, std::size_t from, bool descending)
+void SortAsciiRun(SortItem *first, SortItem *last, std::size_t from, bool descending)
 {
-    for (SortItem *item = first; item != last; ++item) item->head = keys.Head(item->place, from);
+    for (SortItem *item = first; item != last; ++item) item->head = HeadOf(*item, from);
     std::sort(first, last, [&](const SortItem &a, const SortItem &b) {
         if (a.head != b.head) return descending ? a.head > b.head : a.head < b.head;
         return a.place < b.place;
@@ -189,11 +193,11 @@ void SortAsciiRun(const ColumnKeys &keys, SortItem *first, SortItem *last, std::
         SortItem *end = run + 1;
         while (end != last && end->head == run->head) ++end;
         if (end - run > 1) {
-            if (std::all_of(run, end, [&](const SortItem &item) { return keys.Size(item.place) > from + 8; })) {
-                SortAsciiRun(keys, run, end, from + 8, descending);
+            if (std::all_of(run, end, [&](const SortItem &item) { return item.size > from + 8; })) {
+                SortAsciiRun(run, end, from + 8, descending);
             } else {
                 std::sort(run, end, [&](const SortItem &a, const SortItem &b) {
-                    const int c = keys.CompareAsciiFrom(a.place, b.place, from);
+                    const int c = CompareFoldedAscii(a.data + from, a.size - from, b.data + from, b.size - from);
                     return c != 0 ? (descending ? c > 0 : c < 0) : a.place < b.place;
                 });
             }
@@ -213,10 +217,16 @@ std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int s
     {
         // Equal keys keep their order by their places: a stable order.
         const ColumnKeys keys(rows, column);
-        if (keys.AllAscii()) {
-            std::vector<SortItem> items(rows.size());
-            for (std::size_t i = 0; i < items.size(); ++i) items[i].place = i;
-            SortAsciiRun(keys, items.data(), items.data() + items.size(), keys.CommonStart(), descending);
+        std::vector<SortItem> items;
+        if (keys.AllAscii() && rows.size() <= UINT32_MAX) {
+            items.resize(rows.size());
+            for (std::size_t i = 0; i < items.size() && !items.empty(); ++i) {
+                if (keys.Size(i) > UINT32_MAX) items.clear();  // no name is as long
+                else items[i] = {0, keys.Data(i), static_cast<std::uint32_t>(keys.Size(i)), static_cast<std::uint32_t>(i)};
+            }
+        }
+        if (!items.empty()) {
+            SortAsciiRun(items.data(), items.data() + items.size(), keys.CommonStart(), descending);
             for (std::size_t i = 0; i < items.size(); ++i) order[i] = items[i].place;
         } else {
             std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
@@ -225,20 +235,12 @@ std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int s
             });
         }
     }
-    // Each row moves once, along the cycles of the order, in place.
-    std::vector<char> placed(rows.size(), 0);
-    for (std::size_t start = 0; start < rows.size(); ++start) {
-        if (placed[start]) continue;
-        ListRow held = std::move(rows[start]);
-        std::size_t at = start;
-        for (std::size_t from = order[at]; from != start; from = order[at]) {
-            rows[at] = std::move(rows[from]);
-            placed[at] = 1;
-            at = from;
-        }
-        rows[at] = std::move(held);
-        placed[at] = 1;
-    }
+    // The rows, moved once each into a new array in their order, which is
+    // written straight through.
+    std::vector<ListRow> sorted;
+    sorted.reserve(rows.size());
+    for (std::size_t from : order) sorted.push_back(std::move(rows[from]));
+    rows.swap(sorted);
     return order;
 }
 
