@@ -36,6 +36,7 @@ void ListArchiveRows(mpq::MpqHandle archive, const QString &path, const ListingO
         if (totalSize != nullptr) *totalSize += record.FullSize;
         shown.Step(static_cast<std::int64_t>(i) + 1);
     }
+    std::vector<mpq::FileListEntry>().swap(records);  // the rows hold it all: gone before they are sorted
     rows.SetSorted(true);
     shown.Finish();
 }
