@@ -34,3 +34,15 @@ best_with_memory() {
   rm -f "$out"
   echo "$best_time $peak"
 }
+
+# keep_best NAME SECONDS KILOBYTES: NAME_s becomes the lower of itself and
+# SECONDS, NAME_kb the higher of itself and KILOBYTES; for benchmarks whose
+# commands take turns, run by run, so that all meet the same load of the
+# machine.
+keep_best() {
+  local time_var="${1}_s" peak_var="${1}_kb"
+  if [ -z "${!time_var:-}" ] || awk -v t="$2" -v b="${!time_var}" 'BEGIN { exit !(t < b) }'; then
+    printf -v "$time_var" '%s' "$2"
+  fi
+  if [ "$3" -gt "${!peak_var:-0}" ]; then printf -v "$peak_var" '%s' "$3"; fi
+}

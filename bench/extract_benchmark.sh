@@ -26,12 +26,8 @@ prepare() { rm -rf "$work/out" "$work/copy"; sync; }
 # machine; each keeps its best time and its highest peak.
 dd_s="" dd_kb=0 ours_s="" ours_kb=0
 for _ in $(seq "$runs"); do
-  read -r s kb < <(runs=1 best_with_memory dd if="$work/big.mpq" of="$work/copy" bs=1M)
-  { [ -z "$dd_s" ] || awk -v a="$s" -v b="$dd_s" 'BEGIN { exit !(a < b) }'; } && dd_s=$s
-  [ "$kb" -gt "$dd_kb" ] && dd_kb=$kb
-  read -r s kb < <(runs=1 best_with_memory "$build_dir/arcavera-cli" --ini "$ini" extract "$work/big.mpq" --to "$work/out")
-  { [ -z "$ours_s" ] || awk -v a="$s" -v b="$ours_s" 'BEGIN { exit !(a < b) }'; } && ours_s=$s
-  [ "$kb" -gt "$ours_kb" ] && ours_kb=$kb
+  keep_best dd $(runs=1 best_with_memory dd if="$work/big.mpq" of="$work/copy" bs=1M)
+  keep_best ours $(runs=1 best_with_memory "$build_dir/arcavera-cli" --ini "$ini" extract "$work/big.mpq" --to "$work/out")
 done
 "$build_dir/arcavera-cli" --ini "$ini" extract "$work/big.mpq" --to "$work/out" > /dev/null
 same=yes
