@@ -144,10 +144,6 @@ int ListCommand(const QStringList &arguments, const Settings &settings)
     std::vector<ListRow> &rows = ports.rows;
     SortRows(rows, settings.window.SortKey, settings.window.SortOrder);
     PrintRows(rows);
-    // The program ends here: its rows are left to the system, which takes
-    // the memory back whole, instead of being freed one by one.
-    static const auto *left = new std::vector<ListRow>(std::move(rows));
-    static_cast<void>(left);
     return 0;
 }
 
