@@ -220,11 +220,7 @@ bool SFileListFiles(MpqHandle archive, std::string_view listText,
 {
     TMPQArchive *ha = StormArchive(archive);
     if (ha == nullptr) return false;
-    const NameTable table = BuildNameTable(listText);
-    auto nameOf = [&](std::uint64_t key, std::uint32_t number) {
-        const std::string_view found = table.names.Find(key);
-        return !found.empty() ? std::string(found) : UnknownName(number);
-    };
+    NameTable table = BuildNameTable(listText);
 
     entries.clear();
     auto fill = [&](const TFileEntry &file, std::uint32_t locale, std::string name) {
@@ -241,12 +237,25 @@ bool SFileListFiles(MpqHandle archive, std::string_view listText,
         const DWORD slots = ha->pHeader->dwHashTableSize;
         std::size_t used = 0;
         for (DWORD slot = 0; slot < slots; ++slot) used += IsUsedSlot(ha, ha->pHashTable + slot) ? 1 : 0;
+        // The name of each used slot first, as a place in the texts; the
+        // table goes before the records are made, so that the two never
+        // stand side by side in full.
+        std::vector<std::string_view> found;
+        found.reserve(used);
+        for (DWORD slot = 0; slot < slots; ++slot) {
+            const TMPQHash *hash = ha->pHashTable + slot;
+            if (IsUsedSlot(ha, ha->pHashTable + slot))
+                found.push_back(table.names.Find((std::uint64_t{hash->dwName1} << 32) | hash->dwName2));
+        }
+        table.names = NameMap();
         entries.reserve(used);
+        std::size_t next = 0;
         for (DWORD slot = 0; slot < slots; ++slot) {
             TMPQHash *hash = ha->pHashTable + slot;
             if (!IsUsedSlot(ha, hash)) continue;
-            const std::uint64_t key = (std::uint64_t{hash->dwName1} << 32) | hash->dwName2;
-            fill(ha->pFileTable[MPQ_BLOCK_INDEX(hash)], hash->lcLocale, nameOf(key, slot));
+            const std::string_view name = found[next++];
+            fill(ha->pFileTable[MPQ_BLOCK_INDEX(hash)], hash->lcLocale,
+                 !name.empty() ? std::string(name) : UnknownName(slot));
         }
         return true;
     }
