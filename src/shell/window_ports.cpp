@@ -37,8 +37,14 @@ void StatusReport::SetStatusText(const QString &status)
     const QString text = MarkControls(status);  // the names in it may hold controls
     if (panel1_->text() == text) return;
     panel1_->setText(text);
-    // The listings do not yield: the panel shows each new text at once.
-    if (panel1_->isVisible()) panel1_->repaint();
+    // The listings and a delete do not yield: the panel shows a new text at
+    // once, as often as a screen shows frames; a text between two frames is
+    // seen only by the next (a delete of every row would paint 100,000).
+    constexpr qint64 kFrame = 16;  // milliseconds
+    if (panel1_->isVisible() && (!painted_.isValid() || painted_.elapsed() >= kFrame)) {
+        panel1_->repaint();
+        painted_.start();
+    }
 }
 
 void StatusReport::SetProgressMax(int max) { progress_->setMaximum(std::max(max, 1)); }

@@ -3,6 +3,8 @@
 // queue, and the folder tree as a session fills it.
 #pragma once
 
+#include <QElapsedTimer>
+
 #include "listing/reporting.h"
 #include "session/archive_session.h"
 
@@ -34,6 +36,7 @@ private:
     QStatusBar *bar_ = nullptr;
     QLabel *panel1_ = nullptr;
     QProgressBar *progress_ = nullptr;
+    QElapsedTimer painted_;  // since the panel was last painted at once
 };
 
 // The folder tree widget as the session's tree.
