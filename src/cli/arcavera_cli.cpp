@@ -137,13 +137,11 @@ int ListCommand(const QStringList &arguments, const Settings &settings)
     Refusal why = Refusal::None;
     const mpq::Archive archive = OpenArchiveToRead(path, why);
     if (why != Refusal::None) return ReportArchiveCheck(path, why);
-    CollectingPorts ports;
-    ListingPorts listing{ports, ports, ports};
-    qint64 totalSize = 0;
-    ListArchiveClassic(archive.get(), path, settings.listing, listing, totalSize);
-    std::vector<ListRow> &rows = ports.rows;
-    SortRows(rows, settings.window.SortKey, settings.window.SortOrder);
-    PrintRows(rows);
+    // The records are sorted and printed as they are: no row is made.
+    CollectingPorts quiet;
+    mpq::FileList records;
+    ListArchiveRecords(archive.get(), path, settings.listing, quiet, quiet, records, nullptr);
+    PrintRecords(records, SortRecords(records, settings.window.SortKey, settings.window.SortOrder));
     return 0;
 }
 

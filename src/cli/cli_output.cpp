@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "listing/text_encoding.h"
 
@@ -55,32 +56,39 @@ bool PrintableAscii(const QByteArray &bytes)
 
 }  // namespace
 
-void PrintRows(const std::vector<ListRow> &rows)
+void PrintRecords(const mpq::FileList &records, const std::vector<std::uint32_t> &order)
 {
     const NumberTexts numbers;
     std::string out;
-    out.reserve(1 << 21);
-    for (const ListRow &row : rows) {
-        if (PrintableAscii(row.Tag)) {
-            out.append(row.Tag.constData(), static_cast<std::size_t>(row.Tag.size()));
+    constexpr std::size_t kChunk = 1 << 16;  // written out as it fills: little memory, few writes
+    out.reserve(kChunk + 4096);
+    for (const std::uint32_t i : order) {
+        const std::string_view name = records.Name(i);
+        const mpq::FileListEntry &record = records[i];
+        const QByteArray tag = QByteArray::fromRawData(name.data(), static_cast<qsizetype>(name.size()));
+        if (PrintableAscii(tag)) {
+            out.append(name);
             out.push_back('\t');
-            const qsizetype dot = row.Tag.lastIndexOf('.');
-            if (dot >= 0) out.append(row.Tag.constData() + dot + 1, static_cast<std::size_t>(row.Tag.size() - dot - 1));
+            const std::size_t dot = name.rfind('.');
+            if (dot != std::string_view::npos) out.append(name.substr(dot + 1));
         } else {
+            ListRow row;
+            row.Tag = tag;
+            row.Flags = record.Flags;
             AppendColumn(out, ColumnText(row, ListRow::Name));
             out.push_back('\t');
             AppendColumn(out, ColumnText(row, ListRow::Ext));
         }
         out.push_back('\t');
-        numbers.AppendSize(out, row.FullSize);
+        numbers.AppendSize(out, record.FullSize);
         out.push_back('\t');
-        numbers.AppendSize(out, row.CompressedSize);
+        numbers.AppendSize(out, record.CompressedSize);
         out.push_back('\t');
-        numbers.AppendRatio(out, row.FullSize, row.CompressedSize);
+        numbers.AppendRatio(out, record.FullSize, record.CompressedSize);
         out.push_back('\t');
-        AppendColumn(out, AttributeLetters(row.Flags));
+        AppendColumn(out, AttributeLetters(record.Flags));
         out.push_back('\n');
-        if (out.size() > (1u << 20)) {
+        if (out.size() >= kChunk) {
             std::fwrite(out.data(), 1, out.size(), stdout);
             out.clear();
         }

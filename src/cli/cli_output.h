@@ -3,17 +3,19 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <vector>
 
 #include "listing/list_row.h"
+#include "mpq/mpq_library.h"
 
 // What reaches the terminal is UTF-8 with the control characters of names
 // and paths written out as "\x1b" (EscapeControls).
 
 // "arcavera-cli: message" on standard error.
 void PrintError(const QString &message);
-// One line per row, the six columns separated by tabs; the numbers are
-// written in the user's locale as the lines go out.
-void PrintRows(const std::vector<ListRow> &rows);
+// One line per record's row, in `order`, the six columns separated by tabs;
+// the numbers are written in the user's locale as the lines go out.
+void PrintRecords(const mpq::FileList &records, const std::vector<std::uint32_t> &order);
 // A row as one line, without its line end.
 QByteArray RowLine(const ListRow &row);

@@ -47,8 +47,8 @@ QVector<ExtensionRule> Rules(const QStringList &texts, const ExtensionRule &spar
     return rules;
 }
 
-// The engine's entry of a stored name; FileExists 0 when there is none.
-mpq::FileListEntry Entry(const QString &archive, const std::string &name)
+// The engine's entry of a stored name; of no name when there is none.
+ListedFile Entry(const QString &archive, const std::string &name)
 {
     for (const auto &entry : List(archive, name + "\n")) if (entry.StoredName == name) return entry;
     return {};
@@ -268,8 +268,8 @@ private slots:
         QList<QByteArray> tags;
         for (auto it = files.begin(); it != files.end(); ++it) {
             const QByteArray name = StoredNameFromRelativePath(it.key()).toUtf8();
-            const mpq::FileListEntry entry = Entry(archive, name.toStdString());
-            QVERIFY2(entry.FileExists, name.constData());
+            const ListedFile entry = Entry(archive, name.toStdString());
+            QVERIFY2(!entry.StoredName.empty(), name.constData());
             const bool plain = QStringList{"bik", "mp3", "mpq", "w3x"}.contains(GetExtension(it.key()).toLower());
             QCOMPARE(bool(entry.Flags & mpq::MAFA_FLAG_COMPRESS), !plain);
             if (it.key() == "sound.wav" || it.key() == "big.dat") QVERIFY(entry.CompressedSize < entry.FullSize / 2);

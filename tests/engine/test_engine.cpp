@@ -24,7 +24,7 @@ using namespace fixtures;
 namespace {
 
 bool IsUnknown(const std::string &name) { return name.rfind(mpq::kUnknownPrefix, 0) == 0; }
-std::set<std::string> Names(const std::vector<mpq::FileListEntry> &entries)
+std::set<std::string> Names(const std::vector<ListedFile> &entries)
 {
     std::set<std::string> names;
     for (const auto &e : entries) names.insert(e.StoredName);
@@ -168,8 +168,16 @@ private slots:
             QCOMPARE(ReadStored(path, e.StoredName + ".wav"), bytes);
         }
         QCOMPARE(int(Names(entries).size()), 4);
-        std::vector<mpq::FileListEntry> held(9);  // what the records held goes: one per file
-        QVERIFY(mpq::SFileListFiles(mpq::SFileOpenArchive(Bytes(path)).get(), "", held, 0) && held.size() == 4);
+        mpq::FileList held;  // what the records held goes: one per file
+        const mpq::Archive again = mpq::SFileOpenArchive(Bytes(path));
+        QVERIFY(mpq::SFileListFiles(again.get(), "a\nb\nc\nd\ne", held) && mpq::SFileListFiles(again.get(), "", held));
+        QCOMPARE(int(held.size()), 4);
+        // A new name goes behind the others, which stay as they are; a name
+        // that would break its line is refused.
+        const std::string last(held.Name(3));
+        QVERIFY(!held.Rename(0, "a\nb") && !held.Rename(0, "a\rb") && !held.Rename(0, ""));
+        QVERIFY(held.Rename(0, "named.txt") && held.Rename(1, "named.txt"));
+        QVERIFY(held.Name(0) == "named.txt" && held.Name(1) == "named.txt" && held.Name(3) == last);
         ReadStored(path, std::string(mpq::kUnknownPrefix) + "unknown99999999", &ok);
         QVERIFY(!ok);
     }
@@ -222,8 +230,8 @@ private slots:
         const QByteArray before = ReadFile(path);
         const mpq::Archive reading = mpq::SFileOpenArchive(Bytes(path));
         QCOMPARE(bool(reading), kind == "archive");
-        std::vector<mpq::FileListEntry> entries(4);
-        if (!reading) QVERIFY(!mpq::SFileListFiles(nullptr, "", entries, 0) && !mpq::SFileOpenFileEx(nullptr, "x.txt"));
+        mpq::FileList entries;
+        if (!reading) QVERIFY(!mpq::SFileListFiles(nullptr, "", entries) && entries.empty() && !mpq::SFileOpenFileEx(nullptr, "x.txt"));
         mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(path), flags, 256);
         QCOMPARE(bool(update), opens);
         if (!opens) QCOMPARE(ReadFile(path), before);

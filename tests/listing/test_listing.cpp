@@ -189,6 +189,25 @@ private slots:
         for (const ListRow &row : rows)
             oneByOne.insert(oneByOne.begin() + std::ptrdiff_t(SortedPlace(oneByOne, row, key, order)), row);
         QCOMPARE(Names(oneByOne, false), expected);
+
+        // A listing's records, sorted without rows, stand as their rows do.
+        QList<HandFile> files;
+        std::string listText;
+        for (const ListRow &row : rows) {
+            files.append({row.Tag, QByteArray(qsizetype(row.FullSize), 'x')});
+            listText += row.Tag.toStdString() + "\r\n";
+        }
+        const QString path = WriteFile(Path("sorted-" + DataTagFileName() + ".mpq"), HandMadeArchive(16, files));
+        const mpq::Archive archive = mpq::SFileOpenArchive(Bytes(path));
+        mpq::FileList records;
+        QVERIFY(mpq::SFileListFiles(archive.get(), listText, records));
+        std::vector<ListRow> recordRows;
+        for (std::size_t i = 0; i < records.size(); ++i)
+            recordRows.push_back(ListRow{QByteArray::fromStdString(std::string(records.Name(i))), records[i].FullSize, 0, 0});
+        QStringList fromRecords;
+        for (std::uint32_t i : SortRecords(records, key, order)) fromRecords.append(recordRows[i].text());
+        SortRows(recordRows, key, order);
+        QCOMPARE(fromRecords, Names(recordRows, false));
     }
 
     void rowsOfAnArchive()
@@ -373,7 +392,7 @@ private slots:
         QFETCH(bool, found);
         QFETCH(qint16, useLists);
         QFETCH(QByteArray, expected);
-        QCOMPARE(FormListText(found, "a.txt", useLists, "/l/one.txt\r\n"), expected);
+        QCOMPARE(QByteArray::fromStdString(FormListText(found, "a.txt", useLists, "/l/one.txt\r\n")), expected);
         // An empty internal list counts as found.
         const QString path = WriteFile(Path(QStringLiteral("empty-list-%1.mpq").arg(useLists)),
                                        HandMadeArchive(8, {{"(listfile)", ""}, {"units\\hero.mdx", "MDLX"}}));

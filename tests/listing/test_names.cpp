@@ -173,8 +173,8 @@ private slots:
         for (const auto &[budget, names] : {std::pair{NameScanBudget{}, 2}, {NameScanBudget{.perFile = 1000}, 1},
                                             {NameScanBudget{.bytes = 100}, 1}, {NameScanBudget{.tries = standard}, 1}}) {
             const mpq::Archive archive = mpq::SFileOpenArchive(Bytes(path));
-            std::vector<mpq::FileListEntry> records;
-            QVERIFY(mpq::SFileListFiles(archive.get(), "", records, 0));
+            mpq::FileList records;
+            QVERIFY(mpq::SFileListFiles(archive.get(), "", records));
             QCOMPARE(RecoverNames(archive.get(), records, kStandardNames, budget).size(), names);
         }
     }

@@ -186,12 +186,15 @@ QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files
     return out;
 }
 
-std::vector<mpq::FileListEntry> List(const QString &archive, const std::string &listText)
+std::vector<ListedFile> List(const QString &archive, const std::string &listText)
 {
     const mpq::Archive handle = mpq::SFileOpenArchive(Bytes(archive));
     const std::int64_t slotCount = mpq::SFileGetFileInfo(handle.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
-    std::vector<mpq::FileListEntry> used;
-    if (slotCount > 0) mpq::SFileListFiles(handle.get(), listText, used, 0);
+    mpq::FileList records;
+    if (slotCount > 0) mpq::SFileListFiles(handle.get(), listText, records);
+    std::vector<ListedFile> used;
+    for (std::size_t i = 0; i < records.size(); ++i)
+        used.push_back({records[i].CompressedSize, records[i].FullSize, records[i].Flags, std::string(records.Name(i))});
     return used;
 }
 

@@ -72,8 +72,15 @@ struct HandFile {
 };
 QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files, QByteArray prefix = {});
 
+// A record that a listing makes, with its name.
+struct ListedFile {
+    std::uint32_t CompressedSize = 0;
+    std::uint32_t FullSize = 0;
+    std::uint32_t Flags = 0;
+    std::string StoredName;  // empty: no such record
+};
 // What a listing sees: the records SFileListFiles makes.
-std::vector<mpq::FileListEntry> List(const QString &archive, const std::string &listText);
+std::vector<ListedFile> List(const QString &archive, const std::string &listText);
 // The internal list of an archive, or an empty text.
 std::string InternalList(const QString &archive);
 // The bytes of a stored file; `ok` false when it cannot be opened or read.

@@ -7,36 +7,57 @@
 #include "listing/slot_progress.h"
 #include "listing/text_encoding.h"
 
-ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayName)
+namespace {
+
+// Reads the records and names them, with the progress of the walk over
+// them; the progress is left at its end for the caller to finish.
+SlotProgress NameRecords(mpq::MpqHandle archive, const QString &path, const ListingOptions &options, StatusPanel &status,
+                         ProgressBar &progress, mpq::FileList &records, qint64 *totalSize)
 {
-    ListRow row;
-    row.Tag = displayName;
-    row.FullSize = record.FullSize;
-    row.CompressedSize = record.CompressedSize;
-    row.Flags = record.Flags;
-    return row;
+    BuildFileLists(archive, path, records, options, status);
+    SlotProgress shown(status, progress, options, static_cast<std::int64_t>(records.size()));
+    shown.Start();
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        const std::string_view name = records.Name(i);
+        if (options.autoDetect && name.find(mpq::kUnknownPrefix) != std::string_view::npos) {
+            const QByteArray probed = ProbeUnknownEntry(archive, QByteArray(name.data(), static_cast<qsizetype>(name.size())), true, options.recoverNames);
+            if (static_cast<std::size_t>(probed.size()) != name.size())  // its type's extension behind it
+                records.Rename(i, std::string_view(probed.constData(), static_cast<std::size_t>(probed.size())));
+        }
+        if (totalSize != nullptr) *totalSize += records[i].FullSize;
+        shown.Step(static_cast<std::int64_t>(i) + 1);
+    }
+    return shown;
+}
+
+}  // namespace
+
+void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
+                        StatusPanel &status, ProgressBar &progress, mpq::FileList &records, qint64 *totalSize)
+{
+    records.Clear();
+    if (mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return;
+    NameRecords(archive, path, options, status, progress, records, totalSize).Finish();
 }
 
 void ListArchiveRows(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
                      StatusPanel &status, ProgressBar &progress, RowSink &rows, qint64 *totalSize)
 {
-    const std::int64_t n = mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE);
-    if (n <= 1) return;
-    std::vector<mpq::FileListEntry> records;
-    BuildFileLists(archive, path, records, options, status);
-    SlotProgress shown(status, progress, options, static_cast<std::int64_t>(records.size()));
-    shown.Start();
+    if (mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return;
+    mpq::FileList records;
+    SlotProgress shown = NameRecords(archive, path, options, status, progress, records, totalSize);
     rows.SetSorted(false);
     rows.ReserveRows(records.size());
     for (std::size_t i = 0; i < records.size(); ++i) {
-        mpq::FileListEntry &record = records[i];
-        const QByteArray stored = QByteArray::fromStdString(record.StoredName);
-        std::string().swap(record.StoredName);  // the row holds the name now
-        rows.AddRow(MakeListRow(record, ProbeUnknownEntry(archive, stored, options.autoDetect, options.recoverNames)));
-        if (totalSize != nullptr) *totalSize += record.FullSize;
-        shown.Step(static_cast<std::int64_t>(i) + 1);
+        const std::string_view name = records.Name(i);
+        ListRow row;
+        row.Tag = QByteArray(name.data(), static_cast<qsizetype>(name.size()));
+        row.FullSize = records[i].FullSize;
+        row.CompressedSize = records[i].CompressedSize;
+        row.Flags = records[i].Flags;
+        rows.AddRow(std::move(row));
     }
-    std::vector<mpq::FileListEntry>().swap(records);  // the rows hold it all: gone before they are sorted
+    records.Clear();  // the rows hold it all: gone before they are sorted
     rows.SetSorted(true);
     shown.Finish();
 }

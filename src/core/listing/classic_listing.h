@@ -12,15 +12,17 @@
 #include "listing/reporting.h"
 #include "mpq/mpq_library.h"
 
-// The row of a record under its display name.
-ListRow MakeListRow(const mpq::FileListEntry &record, const QByteArray &displayName);
+// The records of every stored file of an open archive, named as a listing
+// with `options` names them (a nameless one probed for its type), with
+// status and progress as the percentage moves. `totalSize`, when given,
+// gets their sizes. An archive of one hash slot or none (also no archive)
+// lists nothing and reports nothing.
+void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
+                        StatusPanel &status, ProgressBar &progress, mpq::FileList &records, qint64 *totalSize);
 
-// The row walk that both styles share, on an open archive: reads the names,
-// then gives `rows` the row of every stored file in slot order (a nameless
-// one probed for its type), in storage reserved once, Sorted off while it
-// fills, with status and progress as the percentage moves. `totalSize`,
-// when given, gets the sizes of the files added. An archive of one hash
-// slot or none (also no archive) lists nothing and reports nothing.
+// The row walk that both styles share, on an open archive: the records as
+// ListArchiveRecords makes them, then the row of each given to `rows` in
+// slot order, in storage reserved once, Sorted off while it fills.
 void ListArchiveRows(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
                      StatusPanel &status, ProgressBar &progress, RowSink &rows, qint64 *totalSize);
 

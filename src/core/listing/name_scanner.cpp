@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstring>
 #include <deque>
 #include <string>
 #include <unordered_set>
@@ -150,7 +151,9 @@ int ScanRank(const QByteArray &name)
     return kMentioning.count(extension.toStdString()) ? 2 : -1;
 }
 
-bool IsNameless(const std::string &name) { return name.rfind(mpq::kUnknownPrefix, 0) == 0; }
+bool IsNameless(std::string_view name) { return name.substr(0, std::strlen(mpq::kUnknownPrefix)) == mpq::kUnknownPrefix; }
+
+QByteArray RecordName(std::string_view name) { return QByteArray(name.data(), static_cast<qsizetype>(name.size())); }
 
 // The lines of the file of standard names; empty when it cannot be read.
 QList<QByteArray> StandardNames(const QString &path)
@@ -165,7 +168,7 @@ QList<QByteArray> StandardNames(const QString &path)
 
 class NameSearch {
 public:
-    NameSearch(mpq::MpqHandle archive, std::vector<mpq::FileListEntry> &records, const NameScanBudget &budget)
+    NameSearch(mpq::MpqHandle archive, mpq::FileList &records, const NameScanBudget &budget)
         : archive_(archive), records_(records), nameless_(archive, records), budget_(budget)
     {
     }
@@ -190,9 +193,8 @@ public:
     {
         std::vector<std::pair<int, std::size_t>> ranked;
         for (std::size_t i = 0; i < records_.size(); ++i) {
-            const mpq::FileListEntry &record = records_[i];
-            if (record.FileExists == 0 || IsNameless(record.StoredName)) continue;
-            const int rank = ScanRank(QByteArray::fromStdString(record.StoredName));
+            if (IsNameless(records_.Name(i))) continue;
+            const int rank = ScanRank(RecordName(records_.Name(i)));
             if (rank >= 0) ranked.emplace_back(rank, i);
         }
         std::stable_sort(ranked.begin(), ranked.end(),
@@ -205,7 +207,7 @@ public:
     void ScanQueue()
     {
         while (!queue_.empty() && !Done() && bytes_ < budget_.bytes) {
-            const QByteArray name = QByteArray::fromStdString(records_[queue_.front()].StoredName);
+            const QByteArray name = RecordName(records_.Name(queue_.front()));
             queue_.pop_front();
             QList<QByteArray> candidates;
             const QByteArray folder = ImportFolder(name);
@@ -221,9 +223,9 @@ public:
 private:
     void Queue(std::size_t i)
     {
-        const std::string &name = records_[i].StoredName;
-        if (ScanRank(QByteArray::fromStdString(name)) < 0) return;
-        std::string key = name;
+        const std::string_view name = records_.Name(i);
+        if (ScanRank(RecordName(name)) < 0) return;
+        std::string key(name);
         std::transform(key.begin(), key.end(), key.begin(), [](unsigned char c) { return char(std::tolower(c)); });
         if (read_.insert(key).second) queue_.push_back(i);
     }
@@ -244,7 +246,7 @@ private:
     }
 
     mpq::MpqHandle archive_;
-    std::vector<mpq::FileListEntry> &records_;
+    mpq::FileList &records_;
     mpq::NamelessRecords nameless_;
     NameScanBudget budget_;
     std::deque<std::size_t> queue_;
@@ -264,7 +266,7 @@ QList<QByteArray> CandidateNames(const QByteArray &content, const QByteArray &im
     return candidates;
 }
 
-QList<QByteArray> RecoverNames(mpq::MpqHandle archive, std::vector<mpq::FileListEntry> &records,
+QList<QByteArray> RecoverNames(mpq::MpqHandle archive, mpq::FileList &records,
                                const QString &standardNamesPath, const NameScanBudget &budget)
 {
     NameSearch search(archive, records, budget);
@@ -281,7 +283,7 @@ QList<QByteArray> ScanArchiveNames(const QString &path, const ListingOptions &op
     const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
     const std::int64_t n = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
     if (n <= 1) return {};
-    std::vector<mpq::FileListEntry> records;
+    mpq::FileList records;
     ListingOptions listsAlone = options;
     listsAlone.recoverNames = false;
     BuildFileLists(archive.get(), path, records, listsAlone, status);

@@ -26,7 +26,7 @@ struct NameScanBudget {
 // archive's own files yield. Each stored file is read at most once; a file
 // named on the way is read in its turn. Returns the names given, each once, in
 // the order they were found. Does nothing when no record is nameless.
-QList<QByteArray> RecoverNames(mpq::MpqHandle archive, std::vector<mpq::FileListEntry> &records,
+QList<QByteArray> RecoverNames(mpq::MpqHandle archive, mpq::FileList &records,
                                const QString &standardNamesPath, const NameScanBudget &budget = {});
 
 // The candidate stored names that the bytes of a stored file mention: path-like

@@ -5,34 +5,36 @@
 #include "listing/text_encoding.h"
 #include "listing/type_detection.h"
 
-QByteArray FormListText(bool internalListFound, const QByteArray &internalList, qint16 useLists,
-                        const QString &listFiles)
+std::string FormListText(bool internalListFound, std::string internalList, qint16 useLists,
+                         const QString &listFiles)
 {
-    if (!internalListFound) return PathBytes(listFiles);
-    if (useLists == 1) return internalList;
-    return internalList + "\r\n" + PathBytes(listFiles);
+    const QByteArray paths = PathBytes(listFiles);
+    if (!internalListFound) return paths.toStdString();
+    if (useLists != 1) internalList.append("\r\n").append(paths.constData(), static_cast<std::size_t>(paths.size()));
+    return internalList;
 }
 
-void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
-                    std::vector<mpq::FileListEntry> &records, const ListingOptions &options,
-                    StatusPanel &status)
+void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath, mpq::FileList &records,
+                    const ListingOptions &options, StatusPanel &status)
 {
     const mpq::StoredFile listFile = mpq::SFileOpenFileEx(archive, "(ListFile)");
     const std::int64_t size = mpq::SFileGetFileInfo(listFile.get(), mpq::SFILE_INFO_SIZE);
     const bool found = size >= 0;
-    QByteArray internalList;
+    std::string internalList;
     if (found) {
         status.SetStatusText(ListingOptions::Put(options.readingList, archivePath));
-        internalList.resize(static_cast<qsizetype>(size));
+        // Read once into room for the external lists' paths as well: the
+        // text is never copied on its way to the engine.
+        internalList.reserve(static_cast<std::size_t>(size) + 2 + static_cast<std::size_t>(options.listFiles.size()) * 3);
+        internalList.resize(static_cast<std::size_t>(size));
         std::uint32_t read = 0;
         if (size > 0)
             mpq::SFileReadFile(listFile.get(), internalList.data(), static_cast<std::uint32_t>(size), &read, nullptr);
-        internalList.truncate(read);
+        internalList.resize(read);
     } else {
         status.SetStatusText(options.additionalList);
     }
-    const QByteArray listText = FormListText(found, internalList, options.useLists, options.listFiles);
-    mpq::SFileListFiles(archive, std::string_view(listText.constData(), static_cast<std::size_t>(listText.size())), records, 0);
+    mpq::SFileListFiles(archive, FormListText(found, std::move(internalList), options.useLists, options.listFiles), records);
     if (options.recoverNames) RecoverNames(archive, records, options.standardNames);
 }
 

@@ -5,7 +5,7 @@
 #include <QByteArray>
 #include <QString>
 
-#include <vector>
+#include <string>
 
 #include "mpq/mpq_library.h"
 #include "listing/listing_options.h"
@@ -13,17 +13,16 @@
 
 // The list text that the engine resolves names from: the internal list and,
 // unless the settings skip them when an internal list exists, the paths of
-// the external list files.
-QByteArray FormListText(bool internalListFound, const QByteArray &internalList, qint16 useLists,
-                        const QString &listFiles);
+// the external list files (appended to the internal list, in place).
+std::string FormListText(bool internalListFound, std::string internalList, qint16 useLists,
+                         const QString &listFiles);
 
 // Reads the internal list, forms the list text and lets the engine fill the
 // records; with options.recoverNames, then recovers what names it can for
 // the records still nameless. A failure leaves the records zero, which lists
 // nothing.
-void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath,
-                    std::vector<mpq::FileListEntry> &records, const ListingOptions &options,
-                    StatusPanel &status);
+void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath, mpq::FileList &records,
+                    const ListingOptions &options, StatusPanel &status);
 
 // The name of a record as the list shows it: a nameless entry gets the
 // extension its first three bytes suggest, when auto-detection is on; `wide`

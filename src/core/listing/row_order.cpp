@@ -6,6 +6,7 @@
 #include <cstring>
 #include <numeric>
 #include <string>
+#include <string_view>
 
 
 namespace {
@@ -57,30 +58,75 @@ bool IsAsciiBytes(const char *data, std::size_t size)
     return true;
 }
 
-// The sort keys of one column, made once per sort and for that column only.
-// A plain ASCII key is a run of bytes: of the row's stored name for the name
-// and the extension, of one buffer for the numbers' texts. Any other key is
-// a text of its own, compared through Unicode case folding.
+// The rows a sort reads: a vector of rows, or a listing's records with
+// their rows made on the fly. A row's name stays where it is while the
+// sort runs.
+struct VectorRows {
+    const std::vector<ListRow> &rows;
+    std::size_t size() const { return rows.size(); }
+    QByteArrayView Tag(std::size_t i) const { return rows[i].Tag; }
+    const ListRow &Row(std::size_t i) const { return rows[i]; }
+};
+
+struct RecordRows {
+    const mpq::FileList &records;
+    std::size_t size() const { return records.size(); }
+    QByteArrayView Tag(std::size_t i) const
+    {
+        const std::string_view name = records.Name(i);
+        return QByteArrayView(name.data(), static_cast<qsizetype>(name.size()));
+    }
+    ListRow Row(std::size_t i) const
+    {
+        const QByteArrayView name = Tag(i);
+        ListRow row;
+        row.Tag = QByteArray::fromRawData(name.data(), name.size());
+        row.FullSize = records[i].FullSize;
+        row.CompressedSize = records[i].CompressedSize;
+        row.Flags = records[i].Flags;
+        return row;
+    }
+};
+
+// The key of a named column: the name, or the extension behind its last dot.
+QByteArrayView NamedKey(QByteArrayView tag, int column)
+{
+    if (column != ListRow::Ext) return tag;
+    const qsizetype dot = tag.lastIndexOf('.');
+    return dot < 0 ? QByteArrayView() : tag.sliced(dot + 1);
+}
+
+bool IsNamedColumn(int column) { return column == ListRow::Name || column == ListRow::Ext; }
+
+bool IsAsciiText(const QString &text)
+{
+    for (QChar c : text)
+        if (c.unicode() >= 0x80) return false;
+    return true;
+}
+
+// The sort keys of one column where some key is not plain ASCII, made once
+// per sort and for that column only. A plain ASCII key is a run of bytes:
+// of the row's stored name for the name and the extension, of one buffer
+// for the numbers' texts. Any other key is a text of its own, compared
+// through Unicode case folding.
 class ColumnKeys {
 public:
-    ColumnKeys(const std::vector<ListRow> &rows, int column) : keys_(rows.size())
+    template <typename Rows>
+    ColumnKeys(const Rows &rows, int column) : keys_(rows.size())
     {
-        const bool named = column == ListRow::Name || column == ListRow::Ext;
+        const bool named = IsNamedColumn(column);
         std::vector<std::size_t> starts;  // of the numbers' texts in `buffer_`, which grows meanwhile
         if (!named) starts.reserve(rows.size());
         for (std::size_t i = 0; i < rows.size(); ++i) {
-            const QByteArray &tag = rows[i].Tag;
-            if (named && IsAsciiBytes(tag.constData(), static_cast<std::size_t>(tag.size()))) {
-                std::size_t from = 0;
-                if (column == ListRow::Ext) {
-                    const qsizetype dot = tag.lastIndexOf('.');
-                    from = dot < 0 ? static_cast<std::size_t>(tag.size()) : static_cast<std::size_t>(dot + 1);
-                }
-                keys_[i] = {tag.constData() + from, static_cast<std::size_t>(tag.size()) - from, -1};
+            const QByteArrayView tag = rows.Tag(i);
+            if (named && IsAsciiBytes(tag.data(), static_cast<std::size_t>(tag.size()))) {
+                const QByteArrayView key = NamedKey(tag, column);
+                keys_[i] = {key.data(), static_cast<std::size_t>(key.size()), -1};
                 continue;
             }
-            const QString text = ColumnText(rows[i], column);
-            if (!named && IsAscii(text)) {
+            const QString text = ColumnText(rows.Row(i), column);
+            if (!named && IsAsciiText(text)) {
                 starts.push_back(buffer_.size());
                 for (QChar c : text) buffer_.push_back(static_cast<char>(c.unicode()));
                 keys_[i] = {nullptr, static_cast<std::size_t>(text.size()), -1};
@@ -95,29 +141,6 @@ public:
             for (Key &key : keys_)
                 if (key.wide < 0) key.data = buffer_.data() + starts[next++];
     }
-
-    // Whether every key is a run of ASCII bytes.
-    bool AllAscii() const { return wide_.empty(); }
-
-    // How many folded bytes all keys begin with alike (ASCII keys only).
-    std::size_t CommonStart() const
-    {
-        if (keys_.empty()) return 0;
-        const Key &first = keys_.front();
-        std::size_t common = first.size;
-        for (const Key &key : keys_) {
-            std::size_t k = 0;
-            while (k < common && k < key.size && FoldAscii(char16_t(key.data[k])) == FoldAscii(char16_t(first.data[k])))
-                ++k;
-            common = k;
-            if (common == 0) break;
-        }
-        return common;
-    }
-
-    // The bytes of an ASCII key.
-    const char *Data(std::size_t i) const { return keys_[i].data; }
-    std::size_t Size(std::size_t i) const { return keys_[i].size; }
 
     int Compare(std::size_t a, std::size_t b) const
     {
@@ -137,13 +160,6 @@ private:
     {
         if (key.wide >= 0) return wide_[static_cast<std::size_t>(key.wide)];
         return QString::fromLatin1(key.data, static_cast<qsizetype>(key.size));
-    }
-
-    static bool IsAscii(const QString &text)
-    {
-        for (QChar c : text)
-            if (c.unicode() >= 0x80) return false;
-        return true;
     }
 
     std::vector<Key> keys_;
@@ -206,42 +222,91 @@ void SortAsciiRun(SortItem *first, SortItem *last, std::size_t from, bool descen
     }
 }
 
+// The ASCII keys of a column as sort items, in `buffer` for the numbers'
+// texts; none when some key is not plain ASCII.
+template <typename Rows>
+std::vector<SortItem> AsciiItems(const Rows &rows, int column, std::vector<char> &buffer)
+{
+    std::vector<SortItem> items(rows.size());
+    const bool named = IsNamedColumn(column);
+    for (std::size_t i = 0; i < items.size(); ++i) {
+        if (named) {
+            const QByteArrayView tag = rows.Tag(i);
+            if (!IsAsciiBytes(tag.data(), static_cast<std::size_t>(tag.size()))) return {};
+            const QByteArrayView key = NamedKey(tag, column);
+            items[i] = {0, key.data(), static_cast<std::uint32_t>(key.size()), static_cast<std::uint32_t>(i)};
+            continue;
+        }
+        const QString text = ColumnText(rows.Row(i), column);
+        if (!IsAsciiText(text)) return {};
+        // Where the text starts, until the buffer is whole.
+        items[i] = {buffer.size(), nullptr, static_cast<std::uint32_t>(text.size()), static_cast<std::uint32_t>(i)};
+        for (QChar c : text) buffer.push_back(static_cast<char>(c.unicode()));
+    }
+    if (!named)
+        for (SortItem &item : items) item.data = buffer.data() + item.head;
+    return items;
+}
+
+// How many folded bytes all the items' keys begin with alike.
+std::size_t CommonStart(const std::vector<SortItem> &items)
+{
+    if (items.empty()) return 0;
+    const SortItem &first = items.front();
+    std::size_t common = first.size;
+    for (const SortItem &item : items) {
+        std::size_t k = 0;
+        while (k < common && k < item.size && FoldAscii(char16_t(item.data[k])) == FoldAscii(char16_t(first.data[k])))
+            ++k;
+        common = k;
+        if (common == 0) break;
+    }
+    return common;
+}
+
+// Where each row of the sorted order comes from. Equal keys keep their
+// order by their places: a stable order.
+template <typename Rows>
+std::vector<std::uint32_t> SortOrder(const Rows &rows, int sortKey, int sortOrder)
+{
+    const int column = std::clamp(sortKey, 0, int(ListRow::ColumnCount) - 1);
+    const bool descending = sortOrder == 1;
+    std::vector<std::uint32_t> order(rows.size());
+    {
+        std::vector<char> buffer;
+        std::vector<SortItem> items = AsciiItems(rows, column, buffer);
+        if (items.size() == rows.size()) {
+            SortAsciiRun(items.data(), items.data() + items.size(), CommonStart(items), descending);
+            for (std::size_t i = 0; i < items.size(); ++i) order[i] = items[i].place;
+            return order;
+        }
+    }
+    std::iota(order.begin(), order.end(), std::uint32_t{0});
+    const ColumnKeys keys(rows, column);
+    std::sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
+        const int c = keys.Compare(a, b);
+        return c != 0 ? (descending ? c > 0 : c < 0) : a < b;
+    });
+    return order;
+}
+
 }  // namespace
 
 std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int sortOrder)
 {
-    const int column = std::clamp(sortKey, 0, int(ListRow::ColumnCount) - 1);
-    const bool descending = sortOrder == 1;
-    std::vector<std::size_t> order(rows.size());
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    {
-        // Equal keys keep their order by their places: a stable order.
-        const ColumnKeys keys(rows, column);
-        std::vector<SortItem> items;
-        if (keys.AllAscii() && rows.size() <= UINT32_MAX) {
-            items.resize(rows.size());
-            for (std::size_t i = 0; i < items.size() && !items.empty(); ++i) {
-                if (keys.Size(i) > UINT32_MAX) items.clear();  // no name is as long
-                else items[i] = {0, keys.Data(i), static_cast<std::uint32_t>(keys.Size(i)), static_cast<std::uint32_t>(i)};
-            }
-        }
-        if (!items.empty()) {
-            SortAsciiRun(items.data(), items.data() + items.size(), keys.CommonStart(), descending);
-            for (std::size_t i = 0; i < items.size(); ++i) order[i] = items[i].place;
-        } else {
-            std::sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
-                const int c = keys.Compare(a, b);
-                return c != 0 ? (descending ? c > 0 : c < 0) : a < b;
-            });
-        }
-    }
+    const std::vector<std::uint32_t> order = SortOrder(VectorRows{rows}, sortKey, sortOrder);
     // The rows, moved once each into a new array in their order, which is
     // written straight through.
     std::vector<ListRow> sorted;
     sorted.reserve(rows.size());
-    for (std::size_t from : order) sorted.push_back(std::move(rows[from]));
+    for (std::uint32_t from : order) sorted.push_back(std::move(rows[from]));
     rows.swap(sorted);
-    return order;
+    return std::vector<std::size_t>(order.begin(), order.end());
+}
+
+std::vector<std::uint32_t> SortRecords(const mpq::FileList &records, int sortKey, int sortOrder)
+{
+    return SortOrder(RecordRows{records}, sortKey, sortOrder);
 }
 
 std::size_t SortedPlace(const std::vector<ListRow> &rows, const ListRow &row, int sortKey, int sortOrder)

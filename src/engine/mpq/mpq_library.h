@@ -86,14 +86,38 @@ inline constexpr std::uint32_t MOAU_FORMAT_2 = 0x1000;         // create in form
 // The marker at the start of the name of a stored file that no list names.
 inline constexpr const char *kUnknownPrefix = "~unknowns\\";
 
-// One record that SFileListFiles makes per stored file.
+// What a listing finds of one stored file. The bytes of its name stand in
+// the FileList that holds it.
 struct FileListEntry {
-    std::uint32_t FileExists = 0;      // 0 = empty record
-    std::uint32_t Locale = 0;
     std::uint32_t CompressedSize = 0;
     std::uint32_t FullSize = 0;
     std::uint32_t Flags = 0;
-    std::string StoredName;            // exact bytes of the name
+    std::uint32_t NameAt = 0;  // where its name begins among the list's bytes
+};
+
+// The records of a listing, one per stored file, and the bytes of all their
+// names in two blocks: the list text the names came from, and the names
+// added to it (the engine's files, external lists, names given later), each
+// closed by a line break. A million names cost no allocation each.
+class FileList {
+public:
+    std::size_t size() const { return entries_.size(); }
+    bool empty() const { return entries_.empty(); }
+    const FileListEntry &operator[](std::size_t i) const { return entries_[i]; }
+    // The exact bytes of the name of record i.
+    std::string_view Name(std::size_t i) const;
+    // Gives record i the name `name`; its old bytes stay, unused. False,
+    // with nothing changed, for a name that is empty or holds a line break.
+    bool Rename(std::size_t i, std::string_view name);
+    // Lets go of everything.
+    void Clear();
+
+private:
+    friend bool SFileListFiles(MpqHandle archive, std::string listText, FileList &list);
+    std::uint32_t Append(std::string_view name);
+    std::string text_;
+    std::string added_;
+    std::vector<FileListEntry> entries_;
 };
 
 // Reading. An opening call that fails gives an empty handle.
@@ -107,16 +131,16 @@ StoredFile SFileOpenFileEx(MpqHandle archive, const std::string &storedName);
 // the end early is no failure: *bytesRead tells how much came.
 bool SFileReadFile(MpqHandle file, void *buffer, std::uint32_t count, std::uint32_t *bytesRead,
                    void *overlapped);
-// Makes `entries` one record per used hash slot (per stored file of an
+// Makes `list` one record per used hash slot (per stored file of an
 // archive with only the newer tables), in slot order, in storage reserved
-// once; what `entries` held goes. Names come from `listText` only: its lines are
-// stored names, and a line that is the absolute path of an existing file names
-// an external list file whose lines count as well. The engine's own files
-// ("(listfile)", "(attributes)", "(signature)", ...) are always named. A
-// stored file that nothing names gets a unique name beginning with
-// "~unknowns\".
-bool SFileListFiles(MpqHandle archive, std::string_view listText,
-                    std::vector<FileListEntry> &entries, std::uint32_t flags);
+// once; what `list` held goes, and the list text becomes its names' block.
+// Names come from `listText` only: its lines are stored names, and a line
+// that is the absolute path of an existing file names an external list file
+// whose lines count as well. The engine's own files ("(listfile)",
+// "(attributes)", "(signature)", ...) are always named. A stored file that
+// nothing names gets a unique name beginning with "~unknowns\". Lines past
+// the first 2 GiB of list text, or of external lists, name nothing.
+bool SFileListFiles(MpqHandle archive, std::string listText, FileList &list);
 
 // The records of a listing that SFileListFiles left nameless, by what their
 // slots hold of a name (its hashes), so that more candidate names can be
@@ -124,7 +148,7 @@ bool SFileListFiles(MpqHandle archive, std::string_view listText,
 // records and the archive.
 class NamelessRecords {
 public:
-    NamelessRecords(MpqHandle archive, std::vector<FileListEntry> &entries);
+    NamelessRecords(MpqHandle archive, FileList &list);
     ~NamelessRecords();
     NamelessRecords(const NamelessRecords &) = delete;
     NamelessRecords &operator=(const NamelessRecords &) = delete;

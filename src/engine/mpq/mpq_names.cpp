@@ -35,11 +35,24 @@ bool IsUsedSlot(TMPQArchive *ha, TMPQHash *hash)
 
 namespace {
 
+// A name's place in a listing's two blocks: the list text, and behind the
+// marker bit the block of names added to it.
+constexpr std::uint32_t kAddedBit = 0x80000000u;
+constexpr std::size_t kBlockLimit = kAddedBit - 1;
+
 // Candidate names by their pair of name hashes; the first spelling wins.
-// One open-addressed table of keys and places in the text, which doubles as
-// it fills: a million names cost no allocation each.
+// One open-addressed table of keys and places in the listing's blocks,
+// which doubles as it fills: a million names cost no allocation each, and
+// the blocks may grow meanwhile.
 class NameMap {
 public:
+    // A name's place: where it begins (kAddedBit set: in the added block)
+    // and its length.
+    struct Place {
+        std::uint32_t at = 0;
+        std::uint32_t size = 0;  // 0: no name
+    };
+
     void Reserve(std::size_t count)
     {
         std::size_t capacity = 64;
@@ -47,36 +60,34 @@ public:
         if (capacity > slots_.size()) Rehash(capacity);
     }
 
-    void Add(std::uint64_t key, std::string_view name)
+    void Add(std::uint64_t key, Place place)
     {
-        if (name.empty() || name.size() > UINT32_MAX) return;  // no stored name
+        if (place.size == 0) return;  // no stored name
         if ((used_ + 1) * 8 > slots_.size() * 7) Rehash(std::max<std::size_t>(64, slots_.size() * 2));
         Slot &slot = SlotOf(key);
-        if (slot.data != nullptr) return;
-        slot = {key, name.data(), static_cast<std::uint32_t>(name.size())};
+        if (slot.place.size != 0) return;
+        slot = {key, place};
         ++used_;
     }
 
-    // The name of `key`; empty when there is none.
-    std::string_view Find(std::uint64_t key) const
+    // The place of the name of `key`; of size 0 when there is none.
+    Place Find(std::uint64_t key) const
     {
         if (slots_.empty()) return {};
-        const Slot &slot = const_cast<NameMap *>(this)->SlotOf(key);
-        return slot.data != nullptr ? std::string_view(slot.data, slot.size) : std::string_view();
+        return const_cast<NameMap *>(this)->SlotOf(key).place;
     }
 
     template <typename Fn>
     void ForEach(Fn &&fn) const
     {
         for (const Slot &slot : slots_)
-            if (slot.data != nullptr) fn(std::string_view(slot.data, slot.size));
+            if (slot.place.size != 0) fn(slot.place);
     }
 
 private:
     struct Slot {
         std::uint64_t key = 0;
-        const char *data = nullptr;  // null: free
-        std::uint32_t size = 0;
+        Place place;
     };
 
     // The slot that holds `key`, or the free one where it would go.
@@ -84,7 +95,7 @@ private:
     {
         const std::size_t mask = slots_.size() - 1;
         std::size_t at = static_cast<std::size_t>((key * 0x9E3779B97F4A7C15ull) >> 32) & mask;
-        while (slots_[at].data != nullptr && slots_[at].key != key) at = (at + 1) & mask;
+        while (slots_[at].place.size != 0 && slots_[at].key != key) at = (at + 1) & mask;
         return slots_[at];
     }
 
@@ -93,27 +104,24 @@ private:
         std::vector<Slot> old(capacity);
         old.swap(slots_);
         for (const Slot &slot : old)
-            if (slot.data != nullptr) SlotOf(slot.key) = slot;
+            if (slot.place.size != 0) SlotOf(slot.key) = slot;
     }
 
     std::vector<Slot> slots_;
     std::size_t used_ = 0;
 };
 
-// The names point into the list text and into `sources`, which hold the
-// external list files read for one listing.
-struct NameTable {
-    NameMap names;
-    std::deque<std::string> sources;  // never moves what it holds
-};
+bool LineBreak(char c) { return c == '\r' || c == '\n'; }
 
+// Calls fn(at, length) for each line of block[from, to). Indices, not
+// pointers: fn may append to the block.
 template <typename Fn>
-void ForEachLine(const char *data, std::size_t size, Fn &&fn)
+void ForEachLine(const std::string &block, std::size_t from, std::size_t to, Fn &&fn)
 {
-    std::size_t start = 0;
-    for (std::size_t i = 0; i <= size; ++i) {
-        if (i == size || data[i] == '\r' || data[i] == '\n') {
-            if (i > start) fn(data + start, i - start);
+    std::size_t start = from;
+    for (std::size_t i = from; i <= to; ++i) {
+        if (i == to || LineBreak(block[i])) {
+            if (i > start) fn(start, i - start);
             start = i + 1;
         }
     }
@@ -127,33 +135,38 @@ bool ReadWholeFile(const std::string &path, std::string &out)
     return true;
 }
 
-void AddName(NameTable &table, const char *name, std::size_t length)
-{
-    table.names.Add(NameKey(name, length), std::string_view(name, length));
-}
-
 // The engine's own files, named whatever the list text says.
 constexpr std::array<const char *, 5> kEngineFiles = {LISTFILE_NAME, ATTRIBUTES_NAME, SIGNATURE_NAME,
                                                       PATCH_METADATA_NAME, "(user data)"};
 
-NameTable BuildNameTable(std::string_view listText)
+// The candidate names of the list text `text`: its lines, the lines of the
+// external list files it names, and the engine's own files; the last two
+// are appended to `added` as they come.
+NameMap BuildNameTable(std::string &text, std::string &added)
 {
-    NameTable names;
+    if (text.size() > kBlockLimit) text.resize(kBlockLimit);
+    NameMap names;
+    auto add = [&](bool inAdded, std::size_t at, std::size_t size) {
+        const char *data = (inAdded ? added.data() : text.data()) + at;
+        names.Add(NameKey(data, size), {static_cast<std::uint32_t>(at) | (inAdded ? kAddedBit : 0), static_cast<std::uint32_t>(size)});
+    };
     // Room for the lines of the list text, without a second growth.
-    names.names.Reserve(static_cast<std::size_t>(std::count(listText.begin(), listText.end(), '\n')) + 16);
-    for (const char *name : kEngineFiles) AddName(names, name, std::strlen(name));
+    names.Reserve(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) + 16);
+    for (const char *name : kEngineFiles) {
+        added.append(name).push_back('\n');
+        add(true, added.size() - 1 - std::strlen(name), std::strlen(name));
+    }
     std::unordered_set<std::string> listFilesRead;
-    ForEachLine(listText.data(), listText.size(), [&](const char *line, std::size_t length) {
-        AddName(names, line, length);
-        if (line[0] != '/') return;  // external list files are named by absolute paths
-        std::string path(line, length);
+    ForEachLine(text, 0, text.size(), [&](std::size_t at, std::size_t length) {
+        add(false, at, length);
+        if (text[at] != '/') return;  // external list files are named by absolute paths
+        std::string path(text, at, length);
         if (!IsRegularFile(path) || !listFilesRead.insert(path).second) return;
         std::string content;
-        if (!ReadWholeFile(path, content)) return;
-        names.sources.push_back(std::move(content));
-        const std::string &kept = names.sources.back();
-        ForEachLine(kept.data(), kept.size(),
-                    [&](const char *name, std::size_t n) { AddName(names, name, n); });
+        if (!ReadWholeFile(path, content) || added.size() + content.size() + 1 > kBlockLimit) return;
+        const std::size_t from = added.size();
+        added.append(content).push_back('\n');
+        ForEachLine(added, from, added.size(), [&](std::size_t line, std::size_t n) { add(true, line, n); });
     });
     return names;
 }
@@ -168,10 +181,10 @@ std::string UnknownName(std::uint32_t number)
 }
 
 // The number of a "~unknowns" name, also with an extension behind it.
-bool ParseUnknownName(const std::string &name, std::uint32_t &number)
+bool ParseUnknownName(std::string_view name, std::uint32_t &number)
 {
     const std::size_t stemLength = std::strlen(kUnknownStem);
-    if (name.size() < stemLength + 8 || name.compare(0, stemLength, kUnknownStem) != 0)
+    if (name.size() < stemLength + 8 || name.substr(0, stemLength) != kUnknownStem)
         return false;
     std::uint32_t value = 0;
     for (std::size_t i = stemLength; i < stemLength + 8; ++i) {
@@ -215,55 +228,82 @@ std::string EngineName(MpqHandle archive, const std::string &name)
     return buffer;
 }
 
-bool SFileListFiles(MpqHandle archive, std::string_view listText,
-                    std::vector<FileListEntry> &entries, std::uint32_t /*flags*/)
+std::string_view FileList::Name(std::size_t i) const
 {
+    const std::uint32_t at = entries_[i].NameAt;
+    const std::string &block = (at & kAddedBit) != 0 ? added_ : text_;
+    const std::size_t from = at & ~kAddedBit;
+    std::size_t end = from;
+    while (end < block.size() && !LineBreak(block[end])) ++end;
+    return std::string_view(block.data() + from, end - from);
+}
+
+std::uint32_t FileList::Append(std::string_view name)
+{
+    const std::size_t at = added_.size();
+    added_.append(name).push_back('\n');
+    return static_cast<std::uint32_t>(at) | kAddedBit;
+}
+
+bool FileList::Rename(std::size_t i, std::string_view name)
+{
+    if (name.empty() || std::any_of(name.begin(), name.end(), LineBreak)) return false;
+    if (added_.size() + name.size() + 1 > kBlockLimit) return false;
+    entries_[i].NameAt = Append(name);
+    return true;
+}
+
+void FileList::Clear()
+{
+    std::string().swap(text_);
+    std::string().swap(added_);
+    std::vector<FileListEntry>().swap(entries_);
+}
+
+bool SFileListFiles(MpqHandle archive, std::string listText, FileList &list)
+{
+    list.Clear();
     TMPQArchive *ha = StormArchive(archive);
     if (ha == nullptr) return false;
-    NameTable table = BuildNameTable(listText);
-
-    entries.clear();
-    auto fill = [&](const TFileEntry &file, std::uint32_t locale, std::string name) {
-        FileListEntry &entry = entries.emplace_back();
-        entry.FileExists = 1;
-        entry.Locale = locale;
-        entry.CompressedSize = file.dwCmpSize;
-        entry.FullSize = file.dwFileSize;
-        entry.Flags = file.dwFlags;
-        entry.StoredName = std::move(name);
+    list.text_ = std::move(listText);
+    NameMap table = BuildNameTable(list.text_, list.added_);
+    std::vector<FileListEntry> &entries = list.entries_;
+    auto add = [&](const TFileEntry &file, std::uint32_t nameAt) {
+        entries.push_back({file.dwCmpSize, file.dwFileSize, file.dwFlags, nameAt});
     };
 
     if (ha->pHashTable != nullptr) {
         const DWORD slots = ha->pHeader->dwHashTableSize;
         std::size_t used = 0;
         for (DWORD slot = 0; slot < slots; ++slot) used += IsUsedSlot(ha, ha->pHashTable + slot) ? 1 : 0;
-        // The name of each used slot first, as a place in the texts; the
-        // table goes before the records are made, so that the two never
-        // stand side by side in full.
-        std::vector<std::string_view> found;
+        // The name of each used slot first; the table goes before the
+        // records are made, so that the two never stand side by side in full.
+        std::vector<NameMap::Place> found;
         found.reserve(used);
         for (DWORD slot = 0; slot < slots; ++slot) {
             const TMPQHash *hash = ha->pHashTable + slot;
-            if (IsUsedSlot(ha, ha->pHashTable + slot))
-                found.push_back(table.names.Find((std::uint64_t{hash->dwName1} << 32) | hash->dwName2));
+            if (!IsUsedSlot(ha, ha->pHashTable + slot)) continue;
+            found.push_back(table.Find((std::uint64_t{hash->dwName1} << 32) | hash->dwName2));
         }
-        table.names = NameMap();
+        table = NameMap();
         entries.reserve(used);
         std::size_t next = 0;
         for (DWORD slot = 0; slot < slots; ++slot) {
             TMPQHash *hash = ha->pHashTable + slot;
             if (!IsUsedSlot(ha, hash)) continue;
-            const std::string_view name = found[next++];
-            fill(ha->pFileTable[MPQ_BLOCK_INDEX(hash)], hash->lcLocale,
-                 !name.empty() ? std::string(name) : UnknownName(slot));
+            const NameMap::Place place = found[next++];
+            add(ha->pFileTable[MPQ_BLOCK_INDEX(hash)], place.size != 0 ? place.at : list.Append(UnknownName(slot)));
         }
         return true;
     }
 
     // An archive with only the newer hash tables: StormLib matches the names,
     // and only names that the list text gives are taken.
-    std::unordered_set<std::string> given;
-    table.names.ForEach([&](std::string_view name) { given.emplace(name); });
+    std::unordered_set<std::string_view> given;
+    table.ForEach([&](NameMap::Place place) {
+        const std::string &block = (place.at & kAddedBit) != 0 ? list.added_ : list.text_;
+        given.emplace(block.data() + (place.at & ~kAddedBit), place.size);
+    });
     if (!given.empty()) {
         char pattern[] = "/tmp/arcavera-names-XXXXXX";
         const int fd = ::mkstemp(pattern);
@@ -276,43 +316,52 @@ bool SFileListFiles(MpqHandle archive, std::string_view listText,
             ::unlink(pattern);
         }
     }
+    table = NameMap();
     std::size_t used = 0;
     for (DWORD index = 0; index < ha->dwFileTableSize; ++index) used += (ha->pFileTable[index].dwFlags & MPQ_FILE_EXISTS) != 0;
-    entries.reserve(used);
+    // The given names point into the blocks: the names of the records go to
+    // an added block of their own, and the list text goes.
+    std::string names;
+    std::vector<std::uint32_t> at;
+    at.reserve(used);
     for (DWORD index = 0; index < ha->dwFileTableSize; ++index) {
         const TFileEntry &file = ha->pFileTable[index];
         if ((file.dwFlags & MPQ_FILE_EXISTS) == 0) continue;
-        std::string name;
-        if (file.szFileName != nullptr && given.count(file.szFileName) != 0)
-            name = file.szFileName;
-        else
-            name = UnknownName(index);
-        fill(file, 0, std::move(name));
+        const bool named = file.szFileName != nullptr && given.count(file.szFileName) != 0;
+        at.push_back(static_cast<std::uint32_t>(names.size()) | kAddedBit);
+        names.append(named ? std::string(file.szFileName) : UnknownName(index)).push_back('\n');
     }
+    given.clear();
+    std::string().swap(list.text_);
+    list.added_ = std::move(names);
+    entries.reserve(used);
+    std::size_t next = 0;
+    for (DWORD index = 0; index < ha->dwFileTableSize; ++index)
+        if ((ha->pFileTable[index].dwFlags & MPQ_FILE_EXISTS) != 0) add(ha->pFileTable[index], at[next++]);
     return true;
 }
 
 struct NamelessRecords::State {
     MpqHandle archive = nullptr;
     TMPQArchive *ha = nullptr;
-    std::vector<FileListEntry> *entries = nullptr;
+    FileList *list = nullptr;
     // Hash-table archives: the name key of each nameless slot, and the
     // records behind it. Others: the file-table index of each nameless record.
     std::unordered_map<std::uint64_t, std::vector<std::size_t>> byKey;
     std::unordered_map<std::uint32_t, std::size_t> byIndex;
 };
 
-NamelessRecords::NamelessRecords(MpqHandle archive, std::vector<FileListEntry> &entries)
+NamelessRecords::NamelessRecords(MpqHandle archive, FileList &list)
     : state_(std::make_unique<State>())
 {
     state_->archive = archive;
     state_->ha = StormArchive(archive);
-    state_->entries = &entries;
+    state_->list = &list;
     TMPQArchive *ha = state_->ha;
     if (ha == nullptr) return;
-    for (std::size_t i = 0; i < entries.size(); ++i) {
+    for (std::size_t i = 0; i < list.size(); ++i) {
         std::uint32_t number = 0;
-        if (entries[i].FileExists == 0 || !ParseUnknownName(entries[i].StoredName, number)) continue;
+        if (!ParseUnknownName(list.Name(i), number)) continue;
         if (ha->pHashTable == nullptr) {
             state_->byIndex.emplace(number, i);
         } else if (number < ha->pHeader->dwHashTableSize) {
@@ -328,7 +377,8 @@ bool NamelessRecords::Empty() const { return state_->byKey.empty() && state_->by
 
 bool NamelessRecords::Try(const std::string &name, std::vector<std::size_t> &named)
 {
-    if (name.empty() || EmbeddedZero(name) || Empty()) return false;
+    if (name.empty() || EmbeddedZero(name) || std::any_of(name.begin(), name.end(), LineBreak) || Empty())
+        return false;
     std::vector<std::size_t> found;
     if (state_->ha->pHashTable != nullptr) {
         auto slot = state_->byKey.find(NameKey(name.data(), name.size()));
@@ -347,7 +397,7 @@ bool NamelessRecords::Try(const std::string &name, std::vector<std::size_t> &nam
         found.push_back(record->second);
         state_->byIndex.erase(record);
     }
-    for (std::size_t i : found) (*state_->entries)[i].StoredName = name;
+    for (std::size_t i : found) state_->list->Rename(i, name);
     named.insert(named.end(), found.begin(), found.end());
     return true;
 }
