@@ -295,12 +295,20 @@ std::vector<std::uint32_t> SortOrder(const Rows &rows, int sortKey, int sortOrde
 std::vector<std::size_t> SortRows(std::vector<ListRow> &rows, int sortKey, int sortOrder)
 {
     const std::vector<std::uint32_t> order = SortOrder(VectorRows{rows}, sortKey, sortOrder);
-    // The rows, moved once each into a new array in their order, which is
-    // written straight through.
-    std::vector<ListRow> sorted;
-    sorted.reserve(rows.size());
-    for (std::uint32_t from : order) sorted.push_back(std::move(rows[from]));
-    rows.swap(sorted);
+    // The rows moved into their places in their own array, a cycle of the
+    // order at a time: no second array of rows stands beside the first.
+    std::vector<bool> placed(rows.size());
+    for (std::size_t start = 0; start < rows.size(); ++start) {
+        if (placed[start] || order[start] == start) continue;
+        ListRow held = std::move(rows[start]);
+        std::size_t at = start;
+        for (std::size_t from = order[at]; from != start; at = from, from = order[at]) {
+            rows[at] = std::move(rows[from]);
+            placed[at] = true;
+        }
+        rows[at] = std::move(held);
+        placed[at] = true;
+    }
     return std::vector<std::size_t>(order.begin(), order.end());
 }
 
