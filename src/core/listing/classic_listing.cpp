@@ -18,8 +18,9 @@ SlotProgress NameRecords(mpq::MpqHandle archive, const QString &path, const List
     SlotProgress shown(status, progress, options, static_cast<std::int64_t>(records.size()));
     shown.Start();
     for (std::size_t i = 0; i < records.size(); ++i) {
-        const std::string_view name = records.Name(i);
-        if (options.autoDetect && name.find(mpq::kUnknownPrefix) != std::string_view::npos) {
+        // The list text names no nameless record: its names stay unread here.
+        const std::string_view name = options.autoDetect && !records.FromListText(i) ? records.Name(i) : std::string_view();
+        if (name.find(mpq::kUnknownPrefix) != std::string_view::npos) {
             const QByteArray probed = ProbeUnknownEntry(archive, QByteArray(name.data(), static_cast<qsizetype>(name.size())), true, options.recoverNames);
             if (static_cast<std::size_t>(probed.size()) != name.size())  // its type's extension behind it
                 records.Rename(i, std::string_view(probed.constData(), static_cast<std::size_t>(probed.size())));

@@ -101,11 +101,17 @@ struct FileListEntry {
 // closed by a line break. A million names cost no allocation each.
 class FileList {
 public:
+    // The bit of FileListEntry::NameAt that places a name in the added block.
+    static constexpr std::uint32_t kAddedBit = 0x80000000u;
+
     std::size_t size() const { return entries_.size(); }
     bool empty() const { return entries_.empty(); }
     const FileListEntry &operator[](std::size_t i) const { return entries_[i]; }
     // The exact bytes of the name of record i.
     std::string_view Name(std::size_t i) const;
+    // Whether record i has a name from the list text, which no "~unknowns"
+    // name ever is: known without reading the name.
+    bool FromListText(std::size_t i) const { return (entries_[i].NameAt & kAddedBit) == 0; }
     // Gives record i the name `name`; its old bytes stay, unused. False,
     // with nothing changed, for a name that is empty or holds a line break.
     bool Rename(std::size_t i, std::string_view name);

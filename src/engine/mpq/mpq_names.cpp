@@ -37,7 +37,7 @@ namespace {
 
 // A name's place in a listing's two blocks: the list text, and behind the
 // marker bit the block of names added to it.
-constexpr std::uint32_t kAddedBit = 0x80000000u;
+constexpr std::uint32_t kAddedBit = FileList::kAddedBit;
 constexpr std::size_t kBlockLimit = kAddedBit - 1;
 
 // Candidate names by their pair of name hashes; the first spelling wins.
@@ -232,10 +232,21 @@ std::string_view FileList::Name(std::size_t i) const
 {
     const std::uint32_t at = entries_[i].NameAt;
     const std::string &block = (at & kAddedBit) != 0 ? added_ : text_;
-    const std::size_t from = at & ~kAddedBit;
-    std::size_t end = from;
-    while (end < block.size() && !LineBreak(block[end])) ++end;
-    return std::string_view(block.data() + from, end - from);
+    const std::size_t from = std::min<std::size_t>(at & ~kAddedBit, block.size());
+    const char *name = block.data() + from;
+    const std::size_t rest = block.size() - from;
+    // Eight bytes at a time: a byte is a line break when it equals '\n' or
+    // '\r', that is when the word xor either has a zero byte there.
+    constexpr std::uint64_t ones = 0x0101010101010101ull, highs = ones * 0x80;
+    std::size_t size = 0;
+    for (std::uint64_t word = 0; size + 8 <= rest; size += 8) {
+        std::memcpy(&word, name + size, 8);
+        const std::uint64_t lf = word ^ (ones * '\n'), cr = word ^ (ones * '\r');
+        const std::uint64_t breaks = ((lf - ones) & ~lf & highs) | ((cr - ones) & ~cr & highs);
+        if (breaks != 0) break;
+    }
+    while (size < rest && !LineBreak(name[size])) ++size;
+    return std::string_view(name, size);
 }
 
 std::uint32_t FileList::Append(std::string_view name)
@@ -361,7 +372,7 @@ NamelessRecords::NamelessRecords(MpqHandle archive, FileList &list)
     if (ha == nullptr) return;
     for (std::size_t i = 0; i < list.size(); ++i) {
         std::uint32_t number = 0;
-        if (!ParseUnknownName(list.Name(i), number)) continue;
+        if (list.FromListText(i) || !ParseUnknownName(list.Name(i), number)) continue;
         if (ha->pHashTable == nullptr) {
             state_->byIndex.emplace(number, i);
         } else if (number < ha->pHeader->dwHashTableSize) {
