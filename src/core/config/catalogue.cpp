@@ -5,7 +5,6 @@
 #include <QFileInfo>
 #include <QLibraryInfo>
 #include <QPointer>
-#include <QRegularExpression>
 #include <QStringList>
 #include <QTranslator>
 
@@ -293,12 +292,31 @@ LanguageEvents &LanguageEvents::Instance()
 
 namespace {
 
+// A locale's name: two or three ASCII letters, then parts of two to eight
+// ASCII letters or digits, each behind a "_" or a "-".
+bool IsLocaleName(const QString &name)
+{
+    const auto letter = [](QChar c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); };
+    qsizetype part = 0, length = 0;
+    for (qsizetype i = 0; i <= name.size(); ++i) {
+        if (i == name.size() || name[i] == u'_' || name[i] == u'-') {
+            if (part == 0 ? (length < 2 || length > 3) : (length < 2 || length > 8)) return false;
+            ++part;
+            length = 0;
+        } else if (letter(name[i]) || (part > 0 && name[i] >= u'0' && name[i] <= u'9')) {
+            ++length;
+        } else {
+            return false;
+        }
+    }
+    return true;
+}
+
 // The language of Qt's own texts that a language file names.
 QString QtLocaleOf(const IniDocument &languageFile)
 {
-    static const QRegularExpression kLocaleName(QStringLiteral("^[A-Za-z]{2,3}([_-][A-Za-z0-9]{2,8})*$"));
     const QString locale = languageFile.Get(QStringLiteral("Language"), QStringLiteral("QtLocale"), {}).trimmed();
-    if (!kLocaleName.match(locale).hasMatch()) return QStringLiteral("it");
+    if (!IsLocaleName(locale)) return QStringLiteral("it");
     return QString(locale).replace(u'-', u'_');
 }
 
