@@ -1,5 +1,8 @@
 #include "listing/name_sources.h"
 
+#include <algorithm>
+#include <vector>
+
 #include "listing/content_type.h"
 #include "listing/name_scanner.h"
 #include "listing/text_encoding.h"
@@ -23,14 +26,19 @@ void BuildFileLists(mpq::MpqHandle archive, const QString &archivePath, mpq::Fil
     std::string internalList;
     if (found) {
         status.SetStatusText(ListingOptions::Put(options.readingList, archivePath));
-        // Read once into room for the external lists' paths as well: the
-        // text is never copied on its way to the engine.
+        // Room for the external lists' paths as well, taken once: the text
+        // is never copied on its way to the engine. It fills chunk by chunk,
+        // so a list that is shorter than it claims costs what it holds.
         internalList.reserve(static_cast<std::size_t>(size) + 2 + static_cast<std::size_t>(options.listFiles.size()) * 3);
-        internalList.resize(static_cast<std::size_t>(size));
-        std::uint32_t read = 0;
-        if (size > 0)
-            mpq::SFileReadFile(listFile.get(), internalList.data(), static_cast<std::uint32_t>(size), &read, nullptr);
-        internalList.resize(read);
+        std::vector<char> chunk(std::min<std::size_t>(static_cast<std::size_t>(size), std::size_t{1} << 16));
+        for (std::size_t left = static_cast<std::size_t>(size); left > 0;) {
+            std::uint32_t read = 0;
+            const auto wanted = static_cast<std::uint32_t>(std::min(left, chunk.size()));
+            if (!mpq::SFileReadFile(listFile.get(), chunk.data(), wanted, &read, nullptr) && read == 0) break;
+            internalList.append(chunk.data(), read);
+            if (read < wanted) break;
+            left -= read;
+        }
     } else {
         status.SetStatusText(options.additionalList);
     }
