@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "listing/list_row.h"
-#include "mpq/mpq_library.h"
+#include "listing/row_order.h"  // a listing's records, as the core sorts them
 
 // What reaches the terminal is UTF-8 with the control characters of names
 // and paths written out as "\x1b" (EscapeControls).
