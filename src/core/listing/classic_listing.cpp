@@ -41,12 +41,13 @@ void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const Listi
     NameRecords(archive, path, options, status, progress, records, totalSize).Finish();
 }
 
-void ListArchiveRows(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
+void ListArchiveRows(mpq::Archive archive, const QString &path, const ListingOptions &options,
                      StatusPanel &status, ProgressBar &progress, RowSink &rows, qint64 *totalSize)
 {
-    if (mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return;
+    if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return;
     mpq::FileList records;
-    SlotProgress shown = NameRecords(archive, path, options, status, progress, records, totalSize);
+    SlotProgress shown = NameRecords(archive.get(), path, options, status, progress, records, totalSize);
+    archive.reset();  // the records hold all the rows need
     rows.SetSorted(false);
     rows.ReserveRows(records.size());
     for (std::size_t i = 0; i < records.size(); ++i) {
@@ -75,16 +76,10 @@ mpq::Archive OpenForListing(const QString &path, const ListingOptions &options, 
 bool LoadArchiveClassic(const QString &path, const ListingOptions &options, ListingPorts &ports,
                         qint64 &totalSize)
 {
-    const mpq::Archive archive = OpenForListing(path, options, ports.status);
+    mpq::Archive archive = OpenForListing(path, options, ports.status);
     if (path.isEmpty() || !IsFile(path)) return false;
-    return ListArchiveClassic(archive.get(), path, options, ports, totalSize);
-}
-
-bool ListArchiveClassic(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
-                        ListingPorts &ports, qint64 &totalSize)
-{
     totalSize = 0;
-    ListArchiveRows(archive, path, options, ports.status, ports.progress, ports.rows, &totalSize);
+    ListArchiveRows(std::move(archive), path, options, ports.status, ports.progress, ports.rows, &totalSize);
     return true;
 }
 

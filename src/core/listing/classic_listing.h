@@ -20,10 +20,11 @@
 void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
                         StatusPanel &status, ProgressBar &progress, mpq::FileList &records, qint64 *totalSize);
 
-// The row walk that both styles share, on an open archive: the records as
-// ListArchiveRecords makes them, then the row of each given to `rows` in
-// slot order, in storage reserved once, Sorted off while it fills.
-void ListArchiveRows(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
+// The row walk that both styles share, on an archive it takes: the records
+// as ListArchiveRecords makes them; then the archive is closed, so that its
+// tables are gone before the rows come; then the row of each is given to
+// `rows` in slot order, in storage reserved once, Sorted off while it fills.
+void ListArchiveRows(mpq::Archive archive, const QString &path, const ListingOptions &options,
                      StatusPanel &status, ProgressBar &progress, RowSink &rows, qint64 *totalSize);
 
 // The archive at `path` opened for a listing. A path that names no file, or
@@ -37,9 +38,6 @@ mpq::Archive OpenForListing(const QString &path, const ListingOptions &options, 
 // sum of the listed sizes.
 bool LoadArchiveClassic(const QString &path, const ListingOptions &options, ListingPorts &ports,
                         qint64 &totalSize);
-// The same on an archive open already (`path` is where it lies).
-bool ListArchiveClassic(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
-                        ListingPorts &ports, qint64 &totalSize);
 
 // The stored names of every file a Classic listing with `options` shows,
 // as the engine takes them (no guessed extension), in slot order, quietly.

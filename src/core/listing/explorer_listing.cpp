@@ -140,7 +140,7 @@ private:
 bool LoadArchiveExplorer(const QString &path, const ListingOptions &options, ListingPorts &ports, FolderTree &tree,
                          FolderIndex &index, qint64 &totalSize)
 {
-    const mpq::Archive archive = OpenForListing(path, options, ports.status);
+    mpq::Archive archive = OpenForListing(path, options, ports.status);
     if (path.isEmpty() || !IsFile(path)) return false;
     totalSize = 0;
     index.Clear();
@@ -148,7 +148,7 @@ bool LoadArchiveExplorer(const QString &path, const ListingOptions &options, Lis
     tree.AddRootNode(UpperKey(path), path);
     if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE) > 1) {
         IndexedRows indexed(index, tree);
-        ListArchiveRows(archive.get(), path, options, ports.status, ports.progress, indexed, &totalSize);
+        ListArchiveRows(std::move(archive), path, options, ports.status, ports.progress, indexed, &totalSize);
         index.Fill(QString(), ports.rows);
     }
     return true;
