@@ -13,6 +13,7 @@
 #include "support/archive_factory.h"
 #include "tools/embed_archive.h"
 #include "support/file_size_limit.h"
+#include "support/signed_archive.h"
 #include "tools/mpq_header.h"
 #include "tools/self_executing.h"
 #include "tools/verify_archive.h"
@@ -196,6 +197,10 @@ private slots:
         QTest::newRow("sector checksums longer than their table") << QStringList{"-M", "1", "-S"} << "checksums" << "small.txt=read, 4 checked, signature 0";
         QTest::newRow("compressed, says the block table of plain bytes") << QStringList() << "" << "x.wav=read, 2 checked, signature 0";
         QTest::newRow("a weak signature that does not match") << QStringList() << "signature" << "2 checked, signature 3";
+        // Written as map makers' tools write them: the engine's own files have no checksums of their own.
+        QTest::newRow("signed by its maker") << QStringList{"signed"} << "" << "5 checked, signature 1";
+        QTest::newRow("signed, a compressed file changed") << QStringList{"signed"} << "flip" << "big.txt=crc32+md5, 5 checked, signature 3";
+        QTest::newRow("(attributes) without MD5s") << QStringList{"crc32 only"} << "" << "4 checked, signature 0";
     }
     void verifyArchive()
     {
@@ -206,6 +211,10 @@ private slots:
             const HandFile second = damage == "signature" ? HandFile{"(signature)", QByteArray(8, '\0') + QByteArray(64, 's')}
                                                           : HandFile{"x.wav", QByteArray(1000, 'w'), 0xFFFFFFFF, 0x80000200, 500};
             WriteFile(archive, HandMadeArchive(16, {{"(listfile)", second.name + "\r\n"}, second}));
+        } else if (smpq.front() == "signed" || smpq.front() == "crc32 only") {
+            const QList<StoredFile> files{{"big.txt", TextData(200000)}, {"small.txt", TextData(100, 's')}};
+            const bool sign = smpq.front() == "signed";
+            QVERIFY(MakeStormArchive(archive, files, sign ? kAttributeCrc32 | kAttributeMd5 : kAttributeCrc32, sign));
         } else {
             if (!HaveSmpq()) QSKIP("smpq is not installed");
             WriteFile(folder + "/big.txt", TextData(200000));

@@ -6,6 +6,7 @@
 #include "mpq/mpq_library.h"
 
 #include <fcntl.h>
+#include <strings.h>
 #include <sys/stat.h>
 
 #include <array>
@@ -93,6 +94,14 @@ bool ReadsCompletely(MpqHandle file)
     return total == size;
 }
 
+// Whether "(attributes)" can hold a true CRC32 and MD5 of a file. It holds
+// none of itself, and of "(signature)" it holds those of the empty signature
+// that the signing then writes over: neither is held against them.
+bool HasChecksumsInAttributes(const std::string &name)
+{
+    return ::strcasecmp(name.c_str(), ATTRIBUTES_NAME) != 0 && ::strcasecmp(name.c_str(), SIGNATURE_NAME) != 0;
+}
+
 // The faults of one stored file. It is opened and read as any read does, the
 // guards first; only a file that passes them reaches StormLib's own check.
 std::uint32_t CheckFile(Handle &archive, const std::string &name, std::uint64_t fileSize)
@@ -103,7 +112,8 @@ std::uint32_t CheckFile(Handle &archive, const std::string &name, std::uint64_t 
     // A file that StormLib finds but the guards refuse cannot be read.
     if (!file) return ::SFileHasFile(archive.storm, engineName.c_str()) ? VERIFY_NOT_READ : VERIFY_NOT_OPENED;
     std::uint32_t faults = 0;
-    DWORD what = SFILE_VERIFY_SECTOR_CRC | SFILE_VERIFY_FILE_CRC | SFILE_VERIFY_FILE_MD5;
+    DWORD what = SFILE_VERIFY_SECTOR_CRC;
+    if (HasChecksumsInAttributes(engineName)) what |= SFILE_VERIFY_FILE_CRC | SFILE_VERIFY_FILE_MD5;
     if (RawChecksumsFit(static_cast<const TMPQFile *>(file->storm), fileSize)) what |= SFILE_VERIFY_RAW_MD5;
     else faults |= VERIFY_RAW_MD5;
     if (!ReadsCompletely(file.get())) faults |= VERIFY_NOT_READ;
