@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -586,6 +587,70 @@ private slots:
         QVERIFY(report.sizeBefore > 5 * report.sizeAfter);
         QCOMPARE(int(List(archive, InternalList(archive)).size()), 101);  // and the internal list
         for (const StoredFile &file : kept) QCOMPARE(ReadStored(archive, file.name.toStdString()), file.data);
+    }
+
+    // A change replaces or rewrites the archive itself: it keeps its mode, and through a link the
+    // file the link points to changes while the link stays a link. A link that leads nowhere is
+    // refused and leads nowhere after it.
+    void changesKeepTheFileAndItsLinks_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QString>("reach");  // "file", "link" or "dangling link"
+        QTest::addColumn<Refusal>("refusal");
+        for (const char *change : {"add", "delete", "rename", "compact"}) {
+            QTest::addRow("%s, mode 0600", change) << change << "file" << Refusal::None;
+            QTest::addRow("%s through a link", change) << change << "link" << Refusal::None;
+        }
+        QTest::newRow("add through a dangling link") << "add" << "dangling link" << Refusal::NotCreatable;
+        QTest::newRow("delete through a dangling link") << "delete" << "dangling link" << Refusal::NotCreatable;
+    }
+    void changesKeepTheFileAndItsLinks()
+    {
+        QFETCH(QString, change);
+        QFETCH(QString, reach);
+        const QString folder = CaseFolder(dir.path()), real = folder + "/real/map.w3x", link = folder + "/link.w3x";
+        if (reach != "dangling link") {
+            QVERIFY(MakeArchive(real, {{"a.txt", Noise(40000, 1)}, {"b.txt", Noise(40000, 2)}}, folder + "/src"));
+            QVERIFY(QFile::setPermissions(real, QFile::ReadOwner | QFile::WriteOwner));
+        }
+        if (reach != "file") QVERIFY(QFile::link(reach == "link" ? real : folder + "/real/gone.w3x", link));
+        const QString used = reach == "file" ? real : link;
+        const QByteArray before = ReadFile(real);
+        BatchTrace trace;
+        NoEvents events;
+        Refusal got = Refusal::None;
+        if (change == "add") {
+            WriteFile(folder + "/c.txt", "new");
+            got = AddFiles(used, {"c.txt"}, folder, {}, AppConfig{}, trace, events).archive;
+        } else if (change == "delete") {
+            got = DeleteStoredFiles(used, {"a.txt"}, 64, trace).archive;
+        } else if (change == "rename") {
+            got = RenameStoredFile(used, "a.txt", "z.txt", 64);
+        } else {
+            QCOMPARE(DeleteStoredFiles(used, {"a.txt"}, 64, trace).deleted, 1);
+            CollectingPorts ports;
+            got = CompactArchive(used, ListingOptions{}, ports, events).archive;
+        }
+        QTEST(got, "refusal");
+        if (reach == "dangling link") {
+            QVERIFY(QFileInfo(link).isSymLink() && !QFileInfo::exists(link) && !QFileInfo::exists(real));
+            return;
+        }
+        QVERIFY(ReadFile(real) != before);
+        const QStringList names = [&] {
+            QStringList listed;
+            for (const ListedFile &file : List(real, InternalList(real))) listed << QString::fromStdString(file.StoredName);
+            listed.sort();
+            return listed;
+        }();
+        const QMap<QString, QStringList> expected{{"add", {"(listfile)", "a.txt", "b.txt", "c.txt"}},
+            {"delete", {"(listfile)", "b.txt"}}, {"rename", {"(listfile)", "b.txt", "z.txt"}},
+            {"compact", {"(listfile)", "b.txt"}}};
+        QCOMPARE(names, expected[change]);
+        struct stat st {};
+        QVERIFY(::stat(QFile::encodeName(real).constData(), &st) == 0);
+        QCOMPARE(st.st_mode & 07777, 0600u);
+        if (reach == "link") QCOMPARE(QFileInfo(link).symLinkTarget(), real);
     }
 
     // A compaction that cannot finish leaves every byte of the archive.

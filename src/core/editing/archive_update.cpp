@@ -62,7 +62,10 @@ QString UnchangedArchiveText(Refusal why, const QString &archivePath)
 
 bool ArchiveWritable(const QString &archivePath)
 {
-    const QFileInfo file(archivePath);
+    // Through a link, the file it points to is the one written.
+    const QFileInfo link(archivePath);
+    const QFileInfo file(link.isSymLink() && link.exists() ? link.canonicalFilePath() : archivePath);
+    if (link.isSymLink() && !link.exists()) return false;
     const auto writable = [](const QString &path) { return ::access(PathBytes(path).constData(), W_OK) == 0; };
-    return (!file.exists() || writable(archivePath)) && writable(file.absolutePath());
+    return (!file.exists() || writable(file.filePath())) && writable(file.absolutePath());
 }

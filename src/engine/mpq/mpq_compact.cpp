@@ -4,6 +4,7 @@
 // Cancel or a killed process leave the archive as it was.
 #include "mpq/mpq_guards.h"
 #include "mpq/mpq_handle.h"
+#include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
 
 #include <dirent.h>
@@ -220,10 +221,12 @@ CompactResult CompactInChild(const CopyFiles &files, CompactProgress progress, v
 
 }  // namespace
 
-CompactResult MpqCompactArchive(const std::string &path, const std::vector<std::string> &names,
+CompactResult MpqCompactArchive(const std::string &givenPath, const std::vector<std::string> &names,
                                 CompactProgress progress, void *context)
 {
-    if (path.empty() || EmbeddedZero(path) || !IsRegularFile(path)) return CompactResult::NotAnArchive;
+    if (givenPath.empty() || EmbeddedZero(givenPath)) return CompactResult::NotAnArchive;
+    const std::string path = FollowLinks(givenPath);
+    if (!IsRegularFile(path)) return CompactResult::NotAnArchive;
     RecoverInterruptedUpdate(path);
     struct stat original {};
     if (::stat(path.c_str(), &original) != 0 || original.st_size == 0 || !guards::UpdateOpenIsSafe(path))
@@ -244,11 +247,16 @@ CompactResult MpqCompactArchive(const std::string &path, const std::vector<std::
         ::close(fd);
         return why;
     };
-    const bool copied = CopyInto(path, fd) && ::fchmod(fd, original.st_mode & 07777) == 0;
-    if (!copied || !WriteNames(files.names, names)) return fail(CompactResult::NotWritten);
+    if (!CopyInto(path, fd) || !WriteNames(files.names, names)) return fail(CompactResult::NotWritten);
 
     const CompactResult compacted = CompactInChild(files, progress, context);
     if (compacted != CompactResult::Done) return fail(compacted);
+    // StormLib puts a file of its own in the copy's place: the archive's
+    // mode goes onto that, and its owner and group where this user may
+    // give them (a group of the user's, or anyone's as root).
+    if (::chmod(files.copy.c_str(), original.st_mode & 07777) != 0) return fail(CompactResult::NotWritten);
+    if (::chown(files.copy.c_str(), original.st_uid, original.st_gid) != 0)
+        (void)!::chown(files.copy.c_str(), static_cast<uid_t>(-1), original.st_gid);
     // Only a copy that opens as an archive and is on the disk replaces it.
     HANDLE check = nullptr;
     const bool opens = ::SFileOpenArchive(files.copy.c_str(), 0, STREAM_FLAG_READ_ONLY, &check);

@@ -82,6 +82,12 @@ private:
 // writable): the archive is then left as it is.
 bool RecoverInterruptedUpdate(const std::string &archivePath);
 
+// The file a path names, links followed: an update, a compaction and a read
+// of an archive reached through a link work on the file it points to, and
+// the link stays a link. A path that is no link, or a link that leads
+// nowhere, comes back as it is (a dangling link then opens as nothing).
+std::string FollowLinks(const std::string &path);
+
 // The folder of a path ("." for a bare name), and a sync of a folder's
 // entries, for a rename or a new file to last.
 std::string FolderOf(const std::string &path);

@@ -36,9 +36,10 @@ bool IsUsableArchive(HANDLE storm)
     return ha != nullptr && ha->dwSectorSize != 0 && ha->dwSectorSize <= kLargestSector;
 }
 
-Archive SFileOpenArchive(const std::string &path)
+Archive SFileOpenArchive(const std::string &givenPath)
 {
-    if (path.empty() || EmbeddedZero(path)) return nullptr;
+    if (givenPath.empty() || EmbeddedZero(givenPath)) return nullptr;
+    const std::string path = FollowLinks(givenPath);
     // An update that was cut off is undone before anyone reads the archive.
     RecoverInterruptedUpdate(path);
     if (!IsRegularFile(path)) return nullptr;

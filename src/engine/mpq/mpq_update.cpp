@@ -190,10 +190,14 @@ bool CloseUpdate(Handle *update)
 
 }  // namespace
 
-Update MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
+Update MpqOpenArchiveForUpdate(const std::string &givenPath, std::uint32_t flags,
                                std::uint32_t maximumFiles)
 {
-    if (path.empty() || EmbeddedZero(path)) return nullptr;
+    if (givenPath.empty() || EmbeddedZero(givenPath)) return nullptr;
+    const std::string path = FollowLinks(givenPath);
+    // A link that leads nowhere is not made to lead to a new archive.
+    struct stat link {};
+    if (::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) return nullptr;
     RecoverInterruptedUpdate(path);
     long long size = -1;
     const bool exists = FileSize(path, size);
