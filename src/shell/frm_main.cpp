@@ -394,12 +394,23 @@ void frmMain::mnuDelete_Click()
     if (ShowMessageBox(this, Texts().MessageDelete, QString(), MessageButton::Yes | MessageButton::No,
                        MessageIcon::Question, MessageButton::No) != MessageButton::Yes)
         return;
-    const std::vector<int> rows = SelectedRows();
-    const QList<QByteArray> tags = SelectedTags();
-    // The rows go whatever the engine answered; the next listing shows the truth.
+    std::vector<int> rows = SelectedRows();
+    QList<QByteArray> tags = SelectedTags();
     const int current = CurrentRow();
     const DeleteReport report = DeleteStoredFiles(session_.FileName, tags, config_.DefaultMaxFiles, *reports_);
     if (!report.written()) return;  // the rows stay as the archive does
+    // A name the archive did not let go of keeps its row, and the status bar says why.
+    if (!report.refused.isEmpty()) {
+        const Refused<QByteArray> &first = report.refused.front();
+        reports_->SetStatusText(UnchangedFileText(first.why, first.name));
+        for (const Refused<QByteArray> &kept : report.refused) {
+            const qsizetype at = tags.indexOf(kept.name);
+            if (at < 0) continue;
+            tags.removeAt(at);
+            rows.erase(rows.begin() + at);
+        }
+    }
+    if (rows.empty()) return;
     model_->RemoveRows(rows);
     session_.Folders.Remove(tags);
     // The current row is the one that now stands in its place.
@@ -445,10 +456,12 @@ void frmMain::lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString)
                        MessageButton::OK, MessageIcon::Exclamation, MessageButton::OK);
         cancel = true;
         return;
-    case Refusal::None:
     case Refusal::NotStored:
-    case Refusal::EngineRefused:  // the row follows the user all the same; a refresh shows the truth
-        break;
+    case Refusal::EngineRefused:  // the row stays as the archive does
+        reports_->SetStatusText(UnchangedFileText(why, model_->Row(row).Tag));
+        cancel = true;
+        return;
+    case Refusal::None: break;
     }
     session_.Folders.Rename(model_->Row(row).Tag, newTag);
     model_->RenameRow(row, newTag);

@@ -380,6 +380,39 @@ private slots:
         QCOMPARE(Names(*window), remaining);
     }
 
+    // A name the archive keeps for itself keeps its row, and the status bar says why; the other
+    // names of the same delete go.
+    void refusedNamesKeepTheirRows_data()
+    {
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QStringList>("selected");
+        QTest::addColumn<QStringList>("gone");
+        QTest::newRow("delete the list") << "delete" << QStringList{"(listfile)"} << QStringList{};
+        QTest::newRow("delete the list and a file") << "delete" << QStringList{"(listfile)", "a.txt"} << QStringList{"a.txt"};
+        QTest::newRow("rename the list") << "rename" << QStringList{"(listfile)"} << QStringList{};
+    }
+    void refusedNamesKeepTheirRows()
+    {
+        QFETCH(QString, command);
+        QFETCH(QStringList, selected);
+        QFETCH(QStringList, gone);
+        const QString archive = FreshArchive();
+        auto window = Start(archive);
+        ScriptedDialogs dialogs;
+        dialogs.messageAnswers = {MessageButton::Yes};
+        Select(*window, selected, selected.front());
+        bool cancel = false;
+        if (command == "delete") window->mnuDelete_Click();
+        else window->lwMPQ_AfterLabelEdit(cancel, "renamed.txt");
+        QCOMPARE(cancel, command == "rename");
+        QCOMPARE(StatusText(*window), QStringLiteral("(listfile) non si può eliminare né rinominare: l'archivio lo tiene per sé."));
+        QStringList remaining = QStringList(files.keys());
+        for (const QString &name : gone) remaining.removeAll(name);
+        QCOMPARE(Names(*window), remaining);
+        window->mnuRefresh_Click();  // the archive agrees
+        QCOMPARE(Names(*window), remaining);
+    }
+
     // The editor opens on the current row, Enter asks the question; a click on another row ends
     // the edit for the row edited. Names with controls show their marks.
     void renameInPlace()

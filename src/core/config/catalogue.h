@@ -46,7 +46,9 @@ struct MessageStrings {
         StatusBarNotWritten,   // the archive could not be written and was left as it was
         StatusBarNotWritable,  // the archive cannot be opened for a change: nothing was changed
         StatusBarNotOpened,    // "%v": the path, which does not open as an archive
-        StatusBarNotAdded;     // "%v": how many files of an add did not go in
+        StatusBarNotAdded,     // "%v": how many files of an add did not go in
+        StatusBarNotStored,    // "%v": a name the archive does not store (any more)
+        StatusBarKept;         // "%v": a stored name the archive keeps for itself
     // Message
     QString MessageDelete, MessageRemoveFileList, MessageCreateDir;
     // Compaction: the menu entry, its status texts and why it was not done.

@@ -60,6 +60,12 @@ QString UnchangedArchiveText(Refusal why, const QString &archivePath)
     }
 }
 
+QString UnchangedFileText(Refusal why, const QByteArray &storedName)
+{
+    const QString name = MarkControls(DecodeBytes(storedName));
+    return ReplaceValue(why == Refusal::NotStored ? Texts().StatusBarNotStored : Texts().StatusBarKept, name);
+}
+
 bool ArchiveWritable(const QString &archivePath)
 {
     // Through a link, the file it points to is the one written.

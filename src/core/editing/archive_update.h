@@ -22,6 +22,11 @@ mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFi
 // cannot be opened for a change, or it does not open as an archive.
 QString UnchangedArchiveText(Refusal why, const QString &archivePath);
 
+// What the status bar says when a delete or rename left the stored file
+// `storedName` (a stored name's bytes) as it was for `why`: the archive does
+// not store it, or keeps it for itself (NotStored, EngineRefused).
+QString UnchangedFileText(Refusal why, const QByteArray &storedName);
+
 // Whether a change could be written at `archivePath`: the file, when there is
 // one, and its folder are writable, on a file system mounted for writing
 // (what holds root back too). Asked before anything is tried.
