@@ -20,6 +20,7 @@
 #include "editing/archive_update.h"
 #include "editing/delete_rename.h"
 #include "editing/drag_drop.h"
+#include "editing/window_scratch.h"
 #include "editing/extract_files.h"
 #include "editing/find_pattern.h"
 #include "editing/helpers/dialogs.h"
@@ -550,6 +551,7 @@ void frmMain::ShowSortOrder()
 // ---------------------------------------------------------------------------
 // Drag and drop on the list, opening a stored file
 
+QString frmMain::TransferScratchFolder() const { return scratch_ ? scratch_->DragFolder() : QString(); }
 StatusPanel &frmMain::TransferStatus() { return *reports_; }
 EventQueue &frmMain::TransferEvents() { return *reports_; }
 
@@ -569,7 +571,7 @@ void frmMain::lwMPQ_DblClick()
 {
     const int row = CurrentRow();
     if (row < 0) return;
-    const QString copy = ExtractForViewing(session_.FileName, model_->Row(row).Tag, session_.TempPath, *reports_, *reports_);
+    const QString copy = ExtractForViewing(session_.FileName, model_->Row(row).Tag, scratch_->OpenFolder(), *reports_, *reports_);
     if (copy.isEmpty()) return;
     writeBack_->Watch(copy, session_.FileName, model_->Row(row).Tag);
     ShellOpen(QUrl::fromLocalFile(copy));

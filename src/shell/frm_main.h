@@ -35,6 +35,7 @@ class frmInfoFile;
 class frmInfoMPQ;
 class frmMPQEmbedder;
 class WriteBackWatcher;
+class WindowScratch;
 
 // Where the window finds its files. Empty fields take the program's own:
 // the executable's folder, the settings file found from there, the user's
@@ -98,7 +99,7 @@ public:
     // Drag and drop on the list (the model carries them), and opening a
     // stored file.
     QString TransferArchive() const override { return session_.FileName; }
-    QString TransferScratchFolder() const override { return session_.TempPath; }
+    QString TransferScratchFolder() const override;
     StatusPanel &TransferStatus() override;
     EventQueue &TransferEvents() override;
     // Into the folder selected in the tree, in Explorer style.
@@ -203,6 +204,8 @@ private:
     frmInfoFile *infoFile_ = nullptr;
     frmInfoMPQ *infoMPQ_ = nullptr;
     WriteBackWatcher *writeBack_ = nullptr;
+    // This window's own scratch folder (session_.TempPath), gone with the window.
+    std::unique_ptr<WindowScratch> scratch_;
     // What New asked for the archive at `newArchivePath_`, made at its first add.
     QString newArchivePath_;
     NewArchiveChoice newArchive_;

@@ -22,6 +22,7 @@
 #include "config/startup.h"
 #include "editing/helpers/paths.h"
 #include "editing/helpers/shell_open.h"
+#include "editing/window_scratch.h"
 #include "layout/twips.h"
 #include "shell/archive_list_model.h"
 
@@ -30,7 +31,9 @@ void frmMain::Form_Load(const QString &commandLine)
     // The current folder stays where the program was started, so that the
     // first file dialog opens there; the program's own files are found by
     // their full paths.
-    session_.TempPath = paths_.tempPath.isEmpty() ? ComputeTempPath() : paths_.tempPath;
+    // Each window has a scratch folder of its own below the user's.
+    scratch_ = std::make_unique<WindowScratch>(paths_.tempPath.isEmpty() ? ComputeTempPath() : paths_.tempPath);
+    session_.TempPath = scratch_->Path();
     config_.IniPath = paths_.iniPath.isEmpty() ? LocateIniPath(paths_.programFolder) : paths_.iniPath;
     // The program's registry lives beside its settings.
     SetRegistryStorePath(QFileInfo(config_.IniPath).absoluteDir().filePath(QStringLiteral("Arcavera.reg")));
@@ -115,8 +118,7 @@ void frmMain::Form_Unload()
     unloaded_ = true;
     WriteWindowSettings(CurrentWindowSettings(), config_.IniPath);
     WriteRecentFiles(session_.RecentFiles, config_.IniPath);
-    EmptyScratchFolder(session_.TempPath);
-    if (IsOwnFolder(session_.TempPath)) QDir().rmdir(session_.TempPath);
+    if (scratch_) scratch_->Release();
 }
 
 void frmMain::closeEvent(QCloseEvent *event)

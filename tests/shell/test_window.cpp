@@ -141,7 +141,7 @@ private slots:
     {
         const StartupPaths paths = Paths();
         const QString other = FreshArchive();
-        WriteFile(paths.tempPath + "/dragged/a.txt", "x");
+        WriteFile(paths.tempPath + "/window-gone/dragged/a.txt", "x");  // a window that crashed
         {
             auto window = StartWindow(paths, "\"" + other + "\"", QSize(820, 540));
             QCOMPARE(window->windowTitle() + " " + StatusText(*window), "Arcavera - " + other + " Pronto");
@@ -470,7 +470,7 @@ private slots:
         QList<QUrl> shown;  // past the last the current row stays, and it alone opens
         SetShellOpener([&](const QUrl &url) { shown.append(url); });
         window->MenuEntry("mnuPopupOpen")->trigger();
-        QCOMPARE(shown, QList<QUrl>{QUrl::fromLocalFile(window->Session().TempPath + "/units/footman.mdx")});
+        QCOMPARE(shown, QList<QUrl>{QUrl::fromLocalFile(window->Session().TempPath + "/open/units/footman.mdx")});
     }
 
     // Explorer style: the tree beside the list, a folder's click lists its
@@ -575,23 +575,37 @@ private slots:
 
     // A stored file opened with a double click and saved in another program
     // goes back after the question; not once another command changed the
-    // archive since it was opened.
+    // archive since it was opened. Another window of the same user, opened and closed meanwhile,
+    // leaves the copy alone.
     void writeBack_data()
     {
         QTest::addColumn<bool>("changedSince");
-        QTest::newRow("saved") << false;
-        QTest::newRow("archive changed since") << true;
+        QTest::addColumn<bool>("anotherWindow");
+        QTest::newRow("saved") << false << false;
+        QTest::newRow("archive changed since") << true << false;
+        QTest::newRow("another window opened and closed") << false << true;
     }
     void writeBack()
     {
         QFETCH(bool, changedSince);
+        QFETCH(bool, anotherWindow);
         const QString archive = FreshArchive();
-        auto window = Start(archive);
+        const StartupPaths paths = Paths();
+        auto window = StartWindow(paths, archive);
         QList<QUrl> opened;
         SetShellOpener([&](const QUrl &url) { opened.append(url); });
         Select(*window, {"data\\d.txt"}, "data\\d.txt");
         window->lwMPQ_DblClick();
         QCOMPARE(opened.size(), 1);
+        if (anotherWindow) {
+            auto other = StartWindow(paths, FreshArchive());
+            QVERIFY(other && other->Session().TempPath != window->Session().TempPath);
+            Select(*other, {"a.txt"}, "a.txt");
+            other->lwMPQ_DblClick();
+            other->close();
+            QVERIFY(QFileInfo::exists(opened.first().toLocalFile()) && !QFileInfo::exists(opened.last().toLocalFile()));
+            opened.removeLast();
+        }
         if (changedSince) {
             Select(*window, {"a.txt"}, "a.txt");
             ScriptedDialogs yes;
