@@ -3,7 +3,7 @@
 # they are missing. Runs apt-get through sudo when not root.
 set -euo pipefail
 
-packages=(g++ cmake ninja-build pkg-config qt6-base-dev qt6-qpa-plugins libstorm-dev smpq xvfb xauth
+packages=(g++ cmake ninja-build pkg-config qt6-base-dev qt6-qpa-plugins libstorm-dev libtomcrypt-dev smpq xvfb xauth
           fonts-dejavu-core xdg-utils shared-mime-info libfile-mimeinfo-perl
           desktop-file-utils appstream groff-base  # the installed desktop files checked
           qt6-translations-l10n     # Qt's own texts (Yes, No, the file dialogs) in the program's language

@@ -200,6 +200,7 @@ private slots:
         // Written as map makers' tools write them: the engine's own files have no checksums of their own.
         QTest::newRow("signed by its maker") << QStringList{"signed"} << "" << "5 checked, signature 1";
         QTest::newRow("signed, a compressed file changed") << QStringList{"signed"} << "flip" << "big.txt=crc32+md5, 5 checked, signature 3";
+        QTest::newRow("signed, a file added since") << QStringList{"signed"} << "add" << "6 checked, signature 1";
         QTest::newRow("(attributes) without MD5s") << QStringList{"crc32 only"} << "" << "4 checked, signature 0";
     }
     void verifyArchive()
@@ -230,6 +231,13 @@ private slots:
             qToLittleEndian<quint32>(qFromLittleEndian<quint32>(bytes.constData() + at + 4) + 8, bytes.data() + at + 8);
         }
         WriteFile(archive, bytes);
+        if (damage == "add") {  // the update signs the archive anew
+            mpq::Update update = mpq::MpqOpenArchiveForUpdate(Bytes(archive), mpq::MOAU_OPEN_EXISTING | mpq::MOAU_MAINTAIN_LISTFILE, 64);
+            const QString added = WriteFile(folder + "/added.txt", "added");
+            QVERIFY(update && mpq::MpqAddFileToArchiveEx(update.get(), Bytes(added), "added.txt", mpq::MAFA_COMPRESS, mpq::MAFA_COMPRESS_STANDARD, -1));
+            QVERIFY(update.Close());
+            bytes = ReadFile(archive);
+        }
         CollectingPorts ports;
         NoEvents events;
         const VerifyReport report = VerifyArchive(archive, ListingOptions{}, ports, ports, events);

@@ -4,42 +4,13 @@
 
 #include <QFile>
 
-#include <StormLib.h>
-#include <dlfcn.h>
-#include <link.h>
-
-#include <cstring>
+#include "mpq/mpq_handle.h"
 
 namespace fixtures {
 
-namespace {
-
-// StormLib signs with libtomcrypt's RSA, whose private-key operation asks the
-// math descriptor for random numbers and a pseudo-random generator for its
-// blinding. Debian's StormLib copies a descriptor shorter than the one its
-// libtomcrypt has, which leaves the random call empty, and registers no
-// generator: both are made whole here, as the library's own symbols.
-bool PrepareSigning()
-{
-    void *full = ::dlsym(RTLD_DEFAULT, "ltm_desc");
-    void *used = ::dlsym(RTLD_DEFAULT, "ltc_mp");
-    void *generator = ::dlsym(RTLD_DEFAULT, "sprng_desc");
-    auto registerGenerator = reinterpret_cast<int (*)(const void *)>(::dlsym(RTLD_DEFAULT, "register_prng"));
-    Dl_info info{};
-    void *entry = nullptr;
-    if (!full || !used || !generator || !registerGenerator || !::dladdr1(full, &info, &entry, RTLD_DL_SYMENT) ||
-        entry == nullptr)
-        return false;
-    const auto *symbol = static_cast<const ElfW(Sym) *>(entry);
-    std::memcpy(used, full, symbol->st_size);
-    return registerGenerator(generator) >= 0;
-}
-
-}  // namespace
-
 bool MakeStormArchive(const QString &path, const QList<StoredFile> &files, std::uint32_t attributes, bool sign)
 {
-    if (sign && !PrepareSigning()) return false;
+    mpq::PrepareSigning();
     QFile::remove(path);
     DWORD flags = MPQ_CREATE_ARCHIVE_V1 | MPQ_CREATE_LISTFILE | (attributes ? MPQ_CREATE_ATTRIBUTES : 0);
     if (sign) flags |= MPQ_CREATE_SIGNATURE;

@@ -227,6 +227,7 @@ CompactResult MpqCompactArchive(const std::string &givenPath, const std::vector<
     if (givenPath.empty() || EmbeddedZero(givenPath)) return CompactResult::NotAnArchive;
     const std::string path = FollowLinks(givenPath);
     if (!IsRegularFile(path)) return CompactResult::NotAnArchive;
+    PrepareSigning();
     RecoverInterruptedUpdate(path);
     struct stat original {};
     if (::stat(path.c_str(), &original) != 0 || original.st_size == 0 || !guards::UpdateOpenIsSafe(path))

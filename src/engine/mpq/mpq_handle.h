@@ -16,6 +16,10 @@
 
 namespace mpq {
 
+// Makes StormLib's signing of an archive safe to run (mpq_signing.cpp): called
+// before any archive is opened for writing.
+void PrepareSigning();
+
 struct Handle {
     enum class Kind { Reading, Updating, File };
     Kind kind = Kind::Reading;

@@ -195,6 +195,7 @@ Update MpqOpenArchiveForUpdate(const std::string &givenPath, std::uint32_t flags
 {
     if (givenPath.empty() || EmbeddedZero(givenPath)) return nullptr;
     const std::string path = FollowLinks(givenPath);
+    PrepareSigning();
     // A link that leads nowhere is not made to lead to a new archive.
     struct stat link {};
     if (::lstat(path.c_str(), &link) == 0 && S_ISLNK(link.st_mode)) return nullptr;
