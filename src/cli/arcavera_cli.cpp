@@ -203,6 +203,7 @@ constexpr std::pair<FileFault, const char *> kFaultTexts[] = {
     {FaultCrc32, "CRC32 differs from (attributes)"},
     {FaultMd5, "MD5 differs from (attributes)"},
     {FaultRawMd5, "MD5 of the stored data differs"},
+    {FaultEngine, "damaged: reading it stopped the engine"},
 };
 
 const char *SignatureText(SignatureVerdict signature)

@@ -218,7 +218,8 @@ void frmMain::mnuVerify_Click()
                       ReplaceValue(t.MessageVerifyFaulty, QString::number(report.faulty.size()))};
     const std::pair<FileFault, const QString *> kinds[] = {
         {FaultNotOpened, &t.FaultNotOpened}, {FaultNotRead, &t.FaultNotRead}, {FaultSectorChecksum, &t.FaultSectorChecksum},
-        {FaultCrc32, &t.FaultCrc32},         {FaultMd5, &t.FaultMd5},         {FaultRawMd5, &t.FaultRawMd5}};
+        {FaultCrc32, &t.FaultCrc32},         {FaultMd5, &t.FaultMd5},         {FaultRawMd5, &t.FaultRawMd5},
+        {FaultEngine, &t.FaultEngine}};
     constexpr qsizetype kShown = 20;  // a box of a reasonable height; the rest are counted
     for (const FaultyFile &file : report.faulty.mid(0, kShown)) {
         QStringList faults;

@@ -52,7 +52,8 @@ QString Findings(const VerifyReport &report)
 {
     QStringList said;
     const std::pair<quint32, const char *> kinds[] = {{FaultNotOpened, "open"}, {FaultNotRead, "read"},
-        {FaultSectorChecksum, "sector"}, {FaultCrc32, "crc32"}, {FaultMd5, "md5"}, {FaultRawMd5, "raw"}};
+        {FaultSectorChecksum, "sector"}, {FaultCrc32, "crc32"}, {FaultMd5, "md5"}, {FaultRawMd5, "raw"},
+        {FaultEngine, "engine"}};
     for (const FaultyFile &file : report.faulty) {
         QStringList faults;
         for (const auto &[bit, kind] : kinds)
@@ -197,6 +198,7 @@ private slots:
         QTest::newRow("sector checksums longer than their table") << QStringList{"-M", "1", "-S"} << "checksums" << "small.txt=read, 4 checked, signature 0";
         QTest::newRow("compressed, says the block table of plain bytes") << QStringList() << "" << "x.wav=read, 2 checked, signature 0";
         QTest::newRow("a weak signature that does not match") << QStringList() << "signature" << "2 checked, signature 3";
+        QTest::newRow("a bzip2 sector that never ends") << QStringList() << "bzip2" << "x.wav=engine, 2 checked, signature 0";
         // Written as map makers' tools write them: the engine's own files have no checksums of their own.
         QTest::newRow("signed by its maker") << QStringList{"signed"} << "" << "5 checked, signature 1";
         QTest::newRow("signed, a compressed file changed") << QStringList{"signed"} << "flip" << "big.txt=crc32+md5, 5 checked, signature 3";
@@ -209,7 +211,14 @@ private slots:
         QFETCH(QString, damage);
         const QString folder = CaseFolder(dir.path()), archive = folder + "/made.mpq";
         if (smpq.isEmpty()) {
+            // A sector of 100 bytes whose bzip2 data holds 5000.
+            const QByteArray bzip2("\x10\x42\x5a\x68\x39\x31\x41\x59\x26\x53\x59\x39\x64\xe9\xf9\x00\x00\x09\x81\x20\xa0\x00\x00"
+                                   "\x80\x00\x08\x20\x00\x20\xa5\x34\x19\x8d\x46\xc1\x3c\x5d\xc9\x14\xe1\x42\x40\xe5\x93\xa7\xe4", 46);
+            QByteArray sectors(8, '\0');
+            qToLittleEndian<quint32>(8, sectors.data());
+            qToLittleEndian<quint32>(quint32(8 + bzip2.size()), sectors.data() + 4);
             const HandFile second = damage == "signature" ? HandFile{"(signature)", QByteArray(8, '\0') + QByteArray(64, 's')}
+                                  : damage == "bzip2"     ? HandFile{"x.wav", sectors + bzip2, 0xFFFFFFFF, 0x80000200, 0, 100}
                                                           : HandFile{"x.wav", QByteArray(1000, 'w'), 0xFFFFFFFF, 0x80000200, 500};
             WriteFile(archive, HandMadeArchive(16, {{"(listfile)", second.name + "\r\n"}, second}));
         } else if (smpq.front() == "signed" || smpq.front() == "crc32 only") {

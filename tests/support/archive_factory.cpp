@@ -153,7 +153,7 @@ QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files
         body += file.data;
         const auto size = static_cast<std::uint32_t>(file.data.size());
         const std::uint32_t stored = file.storedSizeOverride ? file.storedSizeOverride : size;
-        blocks.insert(blocks.end(), {position, stored, size, file.flags});
+        blocks.insert(blocks.end(), {position, stored, file.fullSizeOverride ? file.fullSizeOverride : size, file.flags});
     }
     std::vector<std::uint32_t> hashes(slotCount * 4, 0xFFFFFFFF);
     for (int i = 0; i < files.size(); ++i) {

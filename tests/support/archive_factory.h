@@ -69,6 +69,7 @@ struct HandFile {
     std::uint32_t blockIndexOverride = 0xFFFFFFFF;  // a broken hash entry when set
     std::uint32_t flags = 0x80000000;               // as the block table says
     std::uint32_t storedSizeOverride = 0;           // a lying stored size when set
+    std::uint32_t fullSizeOverride = 0;             // the full size of compressed data when set
 };
 QByteArray HandMadeArchive(std::uint32_t slotCount, const QList<HandFile> &files, QByteArray prefix = {});
 

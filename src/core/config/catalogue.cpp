@@ -234,6 +234,7 @@ const CatalogueEntry kCatalogue[] = {
     {"Verify", "Crc32", &M::FaultCrc32, "CRC32 diverso da (attributes)"},
     {"Verify", "Md5", &M::FaultMd5, "MD5 diverso da (attributes)"},
     {"Verify", "RawMd5", &M::FaultRawMd5, "MD5 dei dati memorizzati errato"},
+    {"Verify", "Engine", &M::FaultEngine, "danneggiato: la sua lettura ha fermato il motore"},
     {"Verify", "SignatureNone", &M::SignatureNone, "Firma: nessuna"},
     {"Verify", "SignatureWeak", &M::SignatureWeak, "Firma: debole, valida"},
     {"Verify", "SignatureStrong", &M::SignatureStrong, "Firma: forte, valida"},

@@ -65,6 +65,7 @@ struct MessageStrings {
     // Verify: the menu entry, the report's lines, the faults, the signature.
     QString MenuVerify, StatusBarVerifying, MessageVerifyChecked, MessageVerifyFaulty, MessageVerifyMore,
         MessageVerifyStopped, FaultNotOpened, FaultNotRead, FaultSectorChecksum, FaultCrc32, FaultMd5, FaultRawMd5,
+        FaultEngine,
         SignatureNone, SignatureWeak, SignatureStrong, SignatureMismatch;
     // InfoMPQ: the archive's property dialog
     QString InfoMPQProperty, InfoMPQCompression, InfoMPQPath, InfoMPQName, InfoMPQSize,

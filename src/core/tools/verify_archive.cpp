@@ -13,6 +13,7 @@ constexpr std::pair<std::uint32_t, FileFault> kFaults[] = {
     {mpq::VERIFY_NOT_OPENED, FaultNotOpened}, {mpq::VERIFY_NOT_READ, FaultNotRead},
     {mpq::VERIFY_SECTOR_CRC, FaultSectorChecksum}, {mpq::VERIFY_CRC32, FaultCrc32},
     {mpq::VERIFY_MD5, FaultMd5}, {mpq::VERIFY_RAW_MD5, FaultRawMd5},
+    {mpq::VERIFY_ENGINE_FAILED, FaultEngine},
 };
 
 quint32 FaultsOf(std::uint32_t engineFaults)

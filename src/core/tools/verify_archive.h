@@ -19,6 +19,7 @@ enum FileFault : quint32 {
     FaultCrc32 = 0x08,           // it differs from the CRC32 "(attributes)" keeps of it
     FaultMd5 = 0x10,             // it differs from the MD5 "(attributes)" keeps of it
     FaultRawMd5 = 0x20,          // its stored bytes differ from their MD5s, or these are missing
+    FaultEngine = 0x40,          // reading it took the engine down, or left it busy past every limit
 };
 
 // What the archive's signature says of it. An archive without one is not

@@ -199,6 +199,8 @@ inline constexpr std::uint32_t VERIFY_CRC32 = 0x08;         // it differs from i
 inline constexpr std::uint32_t VERIFY_MD5 = 0x10;           // it differs from its MD5 in "(attributes)"
 inline constexpr std::uint32_t VERIFY_RAW_MD5 = 0x20;       // its stored bytes differ from their MD5s
                                                             // (format 4), or these are missing
+inline constexpr std::uint32_t VERIFY_ENGINE_FAILED = 0x40; // reading it crashed the engine, or kept it
+                                                            // busy past its limits: it is damaged
 
 // What the check of the archive's signature found.
 enum class SignatureCheck { None, WeakValid, StrongValid, Mismatch };

@@ -3,6 +3,7 @@
 // guards, as any other read does (mpq_guards.h).
 #include "mpq/mpq_guards.h"
 #include "mpq/mpq_handle.h"
+#include "mpq/mpq_isolation.h"
 #include "mpq/mpq_library.h"
 
 #include <fcntl.h>
@@ -10,6 +11,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <cstring>
 
 // StormLib's loader of "(attributes)" into the file table, exported by the
 // library though not declared in its header. The archive is opened without
@@ -104,9 +106,11 @@ bool HasChecksumsInAttributes(const std::string &name)
 
 // The faults of one stored file. It is opened and read as any read does, the
 // guards first; only a file that passes them reaches StormLib's own check.
-std::uint32_t CheckFile(Handle &archive, const std::string &name, std::uint64_t fileSize)
+std::uint32_t CheckFile(Handle &archive, const std::string &name, std::uint64_t fileSize,
+                        const std::function<void(std::uint64_t)> &starting)
 {
     const StoredFile file = SFileOpenFileEx(&archive, name);
+    starting(file ? static_cast<std::uint64_t>(std::max<std::int64_t>(SFileGetFileInfo(file.get(), SFILE_INFO_SIZE), 0)) : 0);
     if (name.empty() || EmbeddedZero(name)) return VERIFY_NOT_OPENED;
     const std::string engineName = EngineName(&archive, name);
     // A file that StormLib finds but the guards refuse cannot be read.
@@ -157,28 +161,106 @@ bool ReadArchiveLayout(const std::string &path, ArchiveLayout &layout)
     return true;
 }
 
-ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std::string> &storedNames,
-                                  const std::function<bool(std::size_t)> &onFile)
+namespace {
+
+// What the child of a check tells its parent, a record each.
+struct CheckRecord {
+    char kind;            // 'O' opened, 'S' a file's check starts, 'F' its faults, 'G' the signature
+    std::uint32_t index;  // the file's index among the names
+    std::uint64_t value;  // its full size; its faults; the signature's check
+};
+
+// How long the check of a file of `size` bytes may go without a word: it is
+// read twice, at no less than 8 MB a second.
+unsigned StallLimit(std::uint64_t size)
 {
-    ArchiveVerdict verdict;
+    return static_cast<unsigned>(std::min<std::uint64_t>(5000 + size / 4000, 3600 * 1000));
+}
+
+// In the child: opens the archive and checks the files from `from` on, then
+// the signature, telling each step.
+int CheckInChild(const std::string &path, const std::vector<std::string> &storedNames, std::size_t from,
+                 ChildChannel &channel)
+{
     const Archive archive = SFileOpenArchive(path);
-    if (!archive) return verdict;
-    verdict.opened = true;
+    if (!archive) return 1;
+    const auto tell = [&](char kind, std::size_t index, std::uint64_t value) {
+        const CheckRecord record{kind, static_cast<std::uint32_t>(index), value};
+        return channel.Send(&record, sizeof record);
+    };
+    if (!tell('O', 0, 0)) return 1;
     struct stat st {};
     const std::uint64_t fileSize =
         ArchiveDescriptor(*archive) >= 0 && ::fstat(archive->fd, &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
     LoadAttributes(*archive);
-    for (std::size_t n = 0; n < storedNames.size(); ++n) {
-        if (onFile && !onFile(n)) {
-            verdict.stopped = true;
+    for (std::size_t n = from; n < storedNames.size(); ++n) {
+        const std::uint32_t faults =
+            CheckFile(*archive, storedNames[n], fileSize, [&](std::uint64_t size) { tell('S', n, size); });
+        if (!tell('F', n, faults)) return 1;
+    }
+    tell('G', 0, static_cast<std::uint32_t>(CheckSignature(archive->storm)));
+    return 0;
+}
+
+}  // namespace
+
+// The check runs in a child process. A file whose check crashes it, or keeps
+// it busy past its limits, is named as damaged, and a fresh child goes on
+// with the next one.
+ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std::string> &storedNames,
+                                  const std::function<bool(std::size_t)> &onFile)
+{
+    ArchiveVerdict verdict;
+    const std::size_t none = storedNames.size();
+    ChildLimits limits;
+    for (std::size_t next = 0;;) {
+        std::size_t current = none;  // the file in work
+        bool signatureChecked = false;
+        const ChildResult run = RunInChild(
+            [&](ChildChannel &channel) { return CheckInChild(path, storedNames, next, channel); },
+            [&](std::string_view bytes) {
+                if (bytes.size() != sizeof(CheckRecord)) return !onFile || onFile(current == none ? next : current);
+                CheckRecord record;
+                std::memcpy(&record, bytes.data(), sizeof record);
+                switch (record.kind) {
+                case 'O': verdict.opened = true; break;
+                case 'S':
+                    current = record.index;
+                    limits.stallMilliseconds = StallLimit(record.value);
+                    return !onFile || onFile(current);
+                case 'F':
+                    if (record.value != 0)
+                        verdict.faulty.push_back({storedNames[record.index], static_cast<std::uint32_t>(record.value)});
+                    ++verdict.filesChecked;
+                    next = record.index + 1;
+                    current = none;
+                    break;
+                case 'G':
+                    verdict.signature = static_cast<SignatureCheck>(record.value);
+                    signatureChecked = true;
+                    break;
+                default: break;
+                }
+                return true;
+            },
+            limits);
+        switch (run.outcome) {
+        case ChildOutcome::Cancelled: verdict.stopped = true; return verdict;
+        case ChildOutcome::Finished:
+        case ChildOutcome::NotStarted: return verdict;
+        case ChildOutcome::Crashed:
+        case ChildOutcome::Stalled: break;
+        }
+        if (!verdict.opened) return verdict;  // the archive itself takes the engine down
+        if (current == none) {
+            // Past the files: the signature could not be checked.
+            if (!signatureChecked) verdict.signature = SignatureCheck::Mismatch;
             return verdict;
         }
-        if (const std::uint32_t faults = CheckFile(*archive, storedNames[n], fileSize))
-            verdict.faulty.push_back({storedNames[n], faults});
+        verdict.faulty.push_back({storedNames[current], VERIFY_ENGINE_FAILED});
         ++verdict.filesChecked;
+        next = current + 1;
     }
-    verdict.signature = CheckSignature(archive->storm);
-    return verdict;
 }
 
 }  // namespace mpq

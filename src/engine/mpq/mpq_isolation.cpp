@@ -1,0 +1,119 @@
+#include "mpq/mpq_isolation.h"
+
+#include <poll.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <vector>
+
+namespace mpq {
+
+bool ChildChannel::Send(const void *bytes, std::size_t size)
+{
+    if (size > kMaxRecord) return false;
+    for (;;) {
+        const ssize_t sent = ::send(socket_, bytes, size, MSG_NOSIGNAL);
+        if (sent >= 0) return true;
+        if (errno != EINTR) return false;
+    }
+}
+
+namespace {
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kAddressSanitizer = true;
+#elif defined(__has_feature)
+constexpr bool kAddressSanitizer = __has_feature(address_sanitizer);
+#else
+constexpr bool kAddressSanitizer = false;
+#endif
+
+void LimitChild(const ChildLimits &limits)
+{
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // AddressSanitizer reserves terabytes of address space: no limit fits it.
+    if (!kAddressSanitizer) {
+        const rlimit memory{limits.memoryBytes, limits.memoryBytes};
+        ::setrlimit(RLIMIT_AS, &memory);
+    }
+    const rlimit cpu{limits.cpuSeconds, limits.cpuSeconds + 1};
+    ::setrlimit(RLIMIT_CPU, &cpu);
+    // A fault writes no core file for every damaged archive.
+    const rlimit core{0, 0};
+    ::setrlimit(RLIMIT_CORE, &core);
+}
+
+}  // namespace
+
+ChildResult RunInChild(const std::function<int(ChildChannel &)> &work,
+                       const std::function<bool(std::string_view)> &onRecord, const ChildLimits &limits)
+{
+    ChildResult result;
+    int sockets[2];
+    if (::socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, sockets) != 0) return result;
+    const pid_t parent = ::getpid();
+    const pid_t child = ::fork();
+    if (child < 0) {
+        ::close(sockets[0]);
+        ::close(sockets[1]);
+        return result;
+    }
+    if (child == 0) {
+        ::close(sockets[0]);
+        LimitChild(limits);
+        if (::getppid() != parent) ::_exit(127);
+        ChildChannel channel(sockets[1]);
+        ::_exit(work(channel));
+    }
+    ::close(sockets[1]);
+    using Clock = std::chrono::steady_clock;
+    auto lastHeard = Clock::now();
+    std::vector<char> record(ChildChannel::kMaxRecord);
+    bool stopped = false;
+    for (bool open = true; open;) {
+        pollfd waiting{sockets[0], POLLIN, 0};
+        const int ready = ::poll(&waiting, 1, 50);
+        if (ready < 0 && errno != EINTR) break;
+        if (ready > 0) {
+            const ssize_t got = ::recv(sockets[0], record.data(), record.size(), 0);
+            if (got < 0 && errno == EINTR) continue;
+            if (got <= 0) break;  // the child is gone
+            lastHeard = Clock::now();
+            if (!onRecord(std::string_view(record.data(), static_cast<std::size_t>(got)))) {
+                result.outcome = ChildOutcome::Cancelled;
+                stopped = true;
+                open = false;
+            }
+            continue;
+        }
+        if (!onRecord({})) {
+            result.outcome = ChildOutcome::Cancelled;
+            stopped = true;
+        } else if (Clock::now() - lastHeard > std::chrono::milliseconds(limits.stallMilliseconds)) {
+            result.outcome = ChildOutcome::Stalled;
+            stopped = true;
+        }
+        open = !stopped;
+    }
+    if (stopped) ::kill(child, SIGKILL);
+    ::close(sockets[0]);
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (stopped) return result;
+    if (WIFEXITED(status)) {
+        result.outcome = ChildOutcome::Finished;
+        result.status = WEXITSTATUS(status);
+    } else {
+        result.outcome = ChildOutcome::Crashed;
+    }
+    return result;
+}
+
+}  // namespace mpq

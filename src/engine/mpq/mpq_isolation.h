@@ -1,0 +1,60 @@
+// Work on an archive's data in a process of its own. StormLib trusts what an
+// archive says of itself: a damaged one can make it assert, fault, allocate
+// without end or loop for ever. Work run here cannot take the program with
+// it: the child has limits on its memory and processor time, dies with its
+// parent, and is ended when it makes no progress for a while; whatever ends
+// it comes back as an outcome, and the caller goes on with a fresh child.
+//
+// The child is forked, so it sees the caller's data as it was at the call
+// and needs none sent to it; it sends back small records through a socket,
+// one message each, which the caller hears while it waits.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string_view>
+
+namespace mpq {
+
+// How a child's records reach its parent.
+class ChildChannel {
+public:
+    explicit ChildChannel(int socket) : socket_(socket) {}
+    // Sends one record (at most kMaxRecord bytes); false when the parent is gone.
+    bool Send(const void *bytes, std::size_t size);
+    static constexpr std::size_t kMaxRecord = 64 * 1024;
+
+private:
+    int socket_;
+};
+
+struct ChildLimits {
+    std::uint64_t memoryBytes = std::uint64_t{4} << 30;  // address space
+    unsigned cpuSeconds = 600;                            // processor time in all
+    unsigned stallMilliseconds = 10000;                   // longest wait for a record
+};
+
+enum class ChildOutcome {
+    Finished,   // the work returned; the child's exit status is its value
+    Crashed,    // it died of a signal: an assertion, a fault, a limit
+    Stalled,    // no record came for too long: it was ended
+    Cancelled,  // the caller stopped it
+    NotStarted, // no child could be made
+};
+
+struct ChildResult {
+    ChildOutcome outcome = ChildOutcome::NotStarted;
+    int status = 0;  // the work's value, when Finished
+};
+
+// Runs `work` in a child process and hands each record it sends to
+// `onRecord`, in order, until the child ends. `onRecord` returning false
+// ends the child (Cancelled). `onRecord` is also called with an empty
+// record at least every 50 ms while the child is quiet, so that a caller can
+// keep a window alive and hear a Cancel. `limits` are read as the child
+// runs: `onRecord` may give the work ahead a longer or shorter stall limit.
+ChildResult RunInChild(const std::function<int(ChildChannel &)> &work,
+                       const std::function<bool(std::string_view)> &onRecord, const ChildLimits &limits = {});
+
+}  // namespace mpq
