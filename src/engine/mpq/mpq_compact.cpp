@@ -1,24 +1,22 @@
 // Compaction. StormLib compacts an archive in place; here it compacts a copy
-// in the archive's folder, in a child process, and only a complete, synced
-// copy is renamed over the archive, so a full disk, a read-only folder, a
-// Cancel or a killed process leave the archive as it was.
+// in the archive's folder, in a child process (mpq_isolation.h), and only a
+// complete, synced copy is renamed over the archive, so a full disk, a
+// read-only folder, a Cancel or a killed process leave the archive as it was.
 #include "mpq/mpq_guards.h"
 #include "mpq/mpq_handle.h"
+#include "mpq/mpq_isolation.h"
 #include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/file.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -123,10 +121,10 @@ void RemoveAbandonedCopies(const std::string &folder)
 // What the child process tells by its exit status.
 enum ChildExit : int { ChildDone = 0, ChildNotAnArchive = 1, ChildNameless = 2, ChildNotWritten = 3 };
 
-// The child's progress goes to its parent through a pipe, a record of two
-// numbers whenever another thousandth of the work is done.
+// The child's progress, a record of two numbers whenever another thousandth
+// of the work is done.
 struct ChildReporter {
-    int pipe;
+    ChildChannel &channel;
     std::uint64_t lastShown = ~std::uint64_t{0};
 };
 
@@ -138,13 +136,11 @@ void WINAPI OnCompactStep(void *user, DWORD work, ULONGLONG done, ULONGLONG tota
     if (shown == reporter->lastShown) return;
     reporter->lastShown = shown;
     const std::uint64_t record[2] = {done, total};
-    // Records are shorter than PIPE_BUF: a write puts all of one or nothing.
-    while (::write(reporter->pipe, record, sizeof record) < 0 && errno == EINTR) {
-    }
+    reporter->channel.Send(record, sizeof record);
 }
 
 // In the child: StormLib compacts the copy under the given names.
-int CompactCopy(const CopyFiles &files, int pipe)
+int CompactCopy(const CopyFiles &files, ChildChannel &channel)
 {
     HANDLE storm = nullptr;
     if (!::SFileOpenArchive(files.copy.c_str(), 0, 0, &storm)) return ChildNotAnArchive;
@@ -157,60 +153,34 @@ int CompactCopy(const CopyFiles &files, int pipe)
         ::SFileCloseArchive(storm);
         return ChildNameless;
     }
-    ChildReporter reporter{pipe};
+    ChildReporter reporter{channel};
     ::SFileSetCompactCallback(storm, OnCompactStep, &reporter);
     const bool compacted = ::SFileCompactArchive(storm, nullptr, false);
     return ::SFileCloseArchive(storm) && compacted ? ChildDone : ChildNotWritten;
 }
 
 // StormLib's compaction cannot be stopped once begun, so it runs in a child
-// process that the caller's Cancel kills; the child dies with its parent too.
-// The caller hears of progress before it starts and then at least every 50 ms.
+// process that the caller's Cancel ends. The caller hears of progress before
+// it starts and then at least every 50 ms.
 CompactResult CompactInChild(const CopyFiles &files, CompactProgress progress, void *context)
 {
     // A Cancel before it starts.
     if (progress != nullptr && !progress(context, 0, 0)) return CompactResult::Cancelled;
-    int pipe[2];
-    if (::pipe2(pipe, O_CLOEXEC) != 0) return CompactResult::NotWritten;
-    const pid_t parent = ::getpid();
-    const pid_t child = ::fork();
-    if (child < 0) {
-        ::close(pipe[0]);
-        ::close(pipe[1]);
-        return CompactResult::NotWritten;
-    }
-    if (child == 0) {
-        ::close(pipe[0]);
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        if (::getppid() != parent) ::_exit(ChildNotWritten);
-        ::_exit(CompactCopy(files, pipe[1]));
-    }
-    ::close(pipe[1]);
     std::uint64_t record[2] = {0, 0};
-    std::size_t filled = 0;  // bytes of `record` read so far
-    bool cancelled = false;
-    for (bool open = true; open;) {
-        pollfd waiting{pipe[0], POLLIN, 0};
-        if (::poll(&waiting, 1, 50) > 0) {
-            const ssize_t got = ::read(pipe[0], reinterpret_cast<char *>(record) + filled, sizeof record - filled);
-            if (got < 0 && errno == EINTR) continue;
-            open = got > 0;
-            filled = got > 0 ? (filled + static_cast<std::size_t>(got)) % sizeof record : filled;
-        }
-        if (!open || progress == nullptr || filled != 0) continue;
-        if (!progress(context, record[0], record[1])) {
-            ::kill(child, SIGKILL);
-            cancelled = true;
-            open = false;
-        }
+    ChildLimits limits;
+    limits.stallMilliseconds = 60000;  // the tables of a large archive are written with no word
+    const ChildResult run = RunInChild([&](ChildChannel &channel) { return CompactCopy(files, channel); },
+                                       [&](std::string_view bytes) {
+                                           if (bytes.size() == sizeof record) std::memcpy(record, bytes.data(), sizeof record);
+                                           return progress == nullptr || progress(context, record[0], record[1]);
+                                       },
+                                       limits);
+    switch (run.outcome) {
+    case ChildOutcome::Cancelled: return CompactResult::Cancelled;
+    case ChildOutcome::Finished: break;
+    default: return CompactResult::NotWritten;
     }
-    ::close(pipe[0]);
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    if (cancelled) return CompactResult::Cancelled;
-    if (!WIFEXITED(status)) return CompactResult::NotWritten;
-    switch (WEXITSTATUS(status)) {
+    switch (run.status) {
     case ChildDone: return CompactResult::Done;
     case ChildNotAnArchive: return CompactResult::NotAnArchive;
     case ChildNameless: return CompactResult::Nameless;
