@@ -2,7 +2,9 @@
 // through Arcavera's engine layer (plain, compressed, encrypted, waves, with
 // and without internal list, behind a 512-byte map header or user data), and
 // a few written byte by byte for layouts the layer never writes (format
-// version 2, a "(signature)" entry).
+// version 2, a "(signature)" entry), and archives of formats 3 and 4 (HET and
+// BET tables, MD5s of raw chunks) made by StormLib's own create call, with
+// sectors in bzip2, LZMA and sparse compression.
 //
 //   arcavera-fuzz-seeds FOLDER
 #include <cmath>
@@ -13,6 +15,8 @@
 #include <iterator>
 #include <string>
 #include <vector>
+
+#include <StormLib.h>
 
 #include "mpq/mpq_hash.h"
 #include "mpq/mpq_library.h"
@@ -99,6 +103,37 @@ Bytes Made(const std::string &folder, const std::vector<Stored> &files, bool kee
     return bytes;
 }
 
+// An archive of format `version` (3 or 4) made by StormLib, its files
+// compressed by `compression` in sectors of 4096 bytes; its bytes.
+Bytes MadeByEngine(const std::string &folder, DWORD version, const std::vector<std::pair<const char *, Bytes>> &files,
+                   DWORD compression)
+{
+    const std::string path = folder + "/made-engine.tmp";
+    std::remove(path.c_str());
+    SFILE_CREATE_MPQ create{};
+    create.cbSize = sizeof create;
+    create.dwMpqVersion = version - 1;
+    create.dwFileFlags1 = create.dwFileFlags2 = MPQ_FILE_DEFAULT_INTERNAL;
+    create.dwAttrFlags = MPQ_ATTRIBUTE_CRC32 | MPQ_ATTRIBUTE_MD5;
+    create.dwSectorSize = 4096;
+    create.dwRawChunkSize = version == 4 ? 1024 : 0;
+    create.dwMaxFileCount = 16;
+    HANDLE archive = nullptr;
+    if (!SFileCreateArchive2(path.c_str(), &create, &archive)) return {};
+    for (const auto &[name, data] : files) {
+        HANDLE file = nullptr;
+        const auto size = static_cast<DWORD>(data.size());
+        if (SFileCreateFile(archive, name, 0, size, 0, MPQ_FILE_COMPRESS | MPQ_FILE_SECTOR_CRC, &file)) {
+            SFileWriteFile(file, data.data(), size, compression);
+            SFileFinishFile(file);
+        }
+    }
+    SFileCloseArchive(archive);
+    Bytes bytes = ReadFile(path);
+    std::remove(path.c_str());
+    return bytes;
+}
+
 std::uint32_t Hash(const char *name, mpq::HashType type) { return mpq::HashString(name, std::strlen(name), type); }
 
 // An archive of files stored plain, written byte by byte, of format version
@@ -160,6 +195,9 @@ int main(int argc, char **argv)
     const Bytes nameless = Made(folder, mixed, false);
     const Bytes encrypted = Made(folder, {{"hidden.txt", Text(9000, 'h'), encrypt, mpq::MAFA_COMPRESS_DEFLATE},
                                           {"small.txt", Text(20, 'z'), encrypt, mpq::MAFA_COMPRESS_STANDARD}}, false);
+    Bytes sparse = Text(1500, 'q') + Bytes(3000, '\0') + Text(700, 'r');
+    const std::vector<std::pair<const char *, Bytes>> modern = {
+        {"Base.SC2Data\\GameData\\a.xml", Text(6000, 'x')}, {"Minimap.tga", sparse}, {"small.txt", Text(40, 's')}};
     Bytes mapHeader = "HM3W" + Bytes(4, '\0') + "seed map";
     mapHeader.resize(512, '\0');
     Bytes userData = "MPQ\x1B";
@@ -178,6 +216,10 @@ int main(int argc, char **argv)
         {"hand-v1.mpq", HandMade(1, {{"(listfile)", 0x80000000u}, {"a.txt", 0x80000000u}})},
         {"hand-v2.mpq", HandMade(2, {{"a.txt", 0x80000000u}, {"b.txt", 0x80000000u}})},
         {"hand-signature.mpq", HandMade(1, {{"(signature)", 0x80000000u}, {"a.txt", 0x80000000u}})},
+        {"v3-bzip2.mpq", MadeByEngine(folder, 3, modern, MPQ_COMPRESSION_BZIP2)},
+        {"v4-lzma.mpq", MadeByEngine(folder, 4, modern, MPQ_COMPRESSION_LZMA)},
+        {"v4-sparse.mpq", MadeByEngine(folder, 4, modern, MPQ_COMPRESSION_SPARSE | MPQ_COMPRESSION_ZLIB)},
+        {"v3-bzip2-user-data.SC2Replay", userData + MadeByEngine(folder, 3, modern, MPQ_COMPRESSION_BZIP2)},
     };
     int failed = 0;
     for (const auto &seed : seeds) {
