@@ -467,6 +467,8 @@ int ExtractCommand(const QStringList &arguments, const std::optional<QString> &f
     const ExtractReport report = ExtractFiles(archive, names, folder, panel, events);
     for (const QByteArray &name : RefusedFor(report.refused, Refusal::NotRead))
         PrintError(QStringLiteral("%1: not in the archive, or unreadable").arg(DecodeBytes(name)));
+    for (const QByteArray &name : RefusedFor(report.refused, Refusal::Damaged))
+        PrintError(QStringLiteral("%1: damaged, reading it stopped the engine; not written").arg(DecodeBytes(name)));
     for (const QByteArray &name : RefusedFor(report.refused, Refusal::OutsideFolder))
         PrintError(QStringLiteral("%1: refused, it would be written outside %2").arg(DecodeBytes(name), folder));
     for (const QByteArray &name : RefusedFor(report.refused, Refusal::Linked))

@@ -25,6 +25,7 @@ constexpr StatusRow kStatuses[] = {
     {Refusal::EngineRefused, 4},
     {Refusal::UnknownCompression, 4},
     {Refusal::NotRead, 4},
+    {Refusal::Damaged, 4},
     {Refusal::OutsideFolder, 4},
     {Refusal::Linked, 4},
     {Refusal::DiskFailure, 4},

@@ -121,6 +121,7 @@ void frmMain::mnuExtractAll_Click()
     const MessageStrings &t = Texts();
     QStringList summary{ReplaceValue(t.MessageExtractedAll, QString::number(report.extracted))};
     const std::pair<Refusal, const QString *> reasons[] = {{Refusal::NotRead, &t.MessageExtractNotRead},
+                                                           {Refusal::Damaged, &t.MessageExtractDamaged},
                                                            {Refusal::OutsideFolder, &t.MessageExtractOutside},
                                                            {Refusal::Linked, &t.MessageExtractLinked}};
     for (const auto &[why, text] : reasons)

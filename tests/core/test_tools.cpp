@@ -11,6 +11,7 @@
 #include "config/registry.h"
 #include "properties/archive_properties.h"
 #include "support/archive_factory.h"
+#include "support/damaged_data.h"
 #include "tools/embed_archive.h"
 #include "support/file_size_limit.h"
 #include "support/signed_archive.h"
@@ -211,14 +212,8 @@ private slots:
         QFETCH(QString, damage);
         const QString folder = CaseFolder(dir.path()), archive = folder + "/made.mpq";
         if (smpq.isEmpty()) {
-            // A sector of 100 bytes whose bzip2 data holds 5000.
-            const QByteArray bzip2("\x10\x42\x5a\x68\x39\x31\x41\x59\x26\x53\x59\x39\x64\xe9\xf9\x00\x00\x09\x81\x20\xa0\x00\x00"
-                                   "\x80\x00\x08\x20\x00\x20\xa5\x34\x19\x8d\x46\xc1\x3c\x5d\xc9\x14\xe1\x42\x40\xe5\x93\xa7\xe4", 46);
-            QByteArray sectors(8, '\0');
-            qToLittleEndian<quint32>(8, sectors.data());
-            qToLittleEndian<quint32>(quint32(8 + bzip2.size()), sectors.data() + 4);
             const HandFile second = damage == "signature" ? HandFile{"(signature)", QByteArray(8, '\0') + QByteArray(64, 's')}
-                                  : damage == "bzip2"     ? HandFile{"x.wav", sectors + bzip2, 0xFFFFFFFF, 0x80000200, 0, 100}
+                                  : damage == "bzip2"     ? EndlessBzip2File("x.wav")
                                                           : HandFile{"x.wav", QByteArray(1000, 'w'), 0xFFFFFFFF, 0x80000200, 500};
             WriteFile(archive, HandMadeArchive(16, {{"(listfile)", second.name + "\r\n"}, second}));
         } else if (smpq.front() == "signed" || smpq.front() == "crc32 only") {

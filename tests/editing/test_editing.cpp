@@ -29,6 +29,7 @@
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
 #include "support/archive_factory.h"
+#include "support/damaged_data.h"
 #include "support/file_size_limit.h"
 
 using namespace fixtures;
@@ -360,6 +361,22 @@ private slots:
     }
 
     // A failure of the disk ends the batch; what came before stays.
+    // A file whose reading keeps the engine busy for ever is refused as damaged, within seconds;
+    // the files before and after it are written, and nothing half-written stays.
+    void extractGoesOnPastADamagedFile()
+    {
+        const QString folder = CaseFolder(dir.path()), archive = folder + "/damaged.mpq";
+        WriteFile(archive, HandMadeArchive(16, {{"a.txt", "first"}, EndlessBzip2File("x.bin"), {"z.txt", "last"}}));
+        QVERIFY(QDir().mkpath(folder + "/out"));
+        BatchTrace trace;
+        const ExtractReport report = ExtractFiles(archive, {"a.txt", "x.bin", "z.txt"}, folder + "/out", trace, trace);
+        QCOMPARE(report.refused, (QList<Refused<QByteArray>>{{"x.bin", Refusal::Damaged}}));
+        QCOMPARE(report.extracted, 2);
+        QCOMPARE(Tree(folder + "/out"), (QMap<QString, QByteArray>{{"a.txt", "first"}, {"z.txt", "last"}}));
+        QCOMPARE(trace.events.count("<yield>"), 3);
+        QCOMPARE(trace.events.last(), QStringLiteral("Pronto"));
+    }
+
     void extractDiskFailure_data()
     {
         QTest::addColumn<QString>("blocker");

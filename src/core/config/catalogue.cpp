@@ -247,6 +247,7 @@ const CatalogueEntry kCatalogue[] = {
     {"Message", "Cancelled", &M::MessageCancelled, "Interrotto: il resto non è stato fatto."},
     {"Message", "ExtractedAll", &M::MessageExtractedAll, "File estratti: %v"},
     {"Message", "ExtractNotRead", &M::MessageExtractNotRead, "Non leggibili nell'archivio: %v"},
+    {"Message", "ExtractDamaged", &M::MessageExtractDamaged, "Danneggiati, la loro lettura ha fermato il motore: %v"},
     {"Message", "ExtractOutside", &M::MessageExtractOutside, "Rifiutati perché finirebbero fuori dalla cartella: %v"},
     {"Message", "ExtractLinked", &M::MessageExtractLinked, "Rifiutati perché al loro posto c'è un link: %v"},
     {"Message", "ExtractStopped", &M::MessageExtractStopped, "Impossibile scrivere %v: l'estrazione si è fermata lì."},

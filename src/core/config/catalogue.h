@@ -54,7 +54,7 @@ struct MessageStrings {
     // Compaction: the menu entry, its status texts and why it was not done.
     QString MenuCompact, StatusBarCompacting, StatusBarCompacted, MessageCompactNameless;
     // Extract all: the menu entry and the lines of its summary.
-    QString MenuExtractAll, MessageExtractedAll, MessageExtractNotRead, MessageExtractOutside, MessageExtractLinked,
+    QString MenuExtractAll, MessageExtractedAll, MessageExtractNotRead, MessageExtractDamaged, MessageExtractOutside, MessageExtractLinked,
         MessageExtractStopped;
     // A stored file saved in another program: the question, and why it is not put back.
     QString MessageWriteBack, MessageWriteBackStale;

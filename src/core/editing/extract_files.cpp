@@ -11,8 +11,13 @@
 #include <utility>
 #include <vector>
 
+#include <QDir>
+#include <QFileInfo>
 #include <QStringList>
 
+#include <functional>
+
+#include "boundary/child_work.h"
 #include "config/catalogue.h"
 #include "editing/helpers/paths.h"
 #include "mpq/mpq_library.h"
@@ -153,9 +158,9 @@ bool WriteAll(int fd, const char *data, std::size_t size)
 // takes the name only once every byte is there: a file that does not read
 // to its end, or a full disk, leaves what stood at the name as it was. A link
 // in the name's place is neither followed nor replaced, and a pipe or device
-// there is no file to replace.
+// there is no file to replace. `beat` hears of each chunk.
 Streamed StreamStoredFileAt(mpq::MpqHandle file, std::uint32_t size, int dirfd, const QByteArray &name,
-                            std::vector<char> &chunk)
+                            std::vector<char> &chunk, EventQueue &beat)
 {
     struct stat st {};
     if (::fstatat(dirfd, name.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
@@ -174,6 +179,7 @@ Streamed StreamStoredFileAt(mpq::MpqHandle file, std::uint32_t size, int dirfd, 
         else if (!WriteAll(fd.get(), chunk.data(), read))
             result = Streamed::Failed;
         done += read;
+        beat.Wait();
     }
     if (!fd.Close() && result == Streamed::Written) result = Streamed::Failed;
     if (result == Streamed::Written && ::renameat(dirfd, scratch.constData(), dirfd, name.constData()) != 0)
@@ -182,14 +188,21 @@ Streamed StreamStoredFileAt(mpq::MpqHandle file, std::uint32_t size, int dirfd, 
     return result;
 }
 
-}  // namespace
 
-ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &names, const QString &folder,
-                           StatusPanel &status, EventQueue &events)
+// What became of one name, as the child tells it: its refusal (None:
+// written) and, for a failed disk, the path that failed.
+QByteArray ItemOutcome(Refusal why, const QString &failedPath)
+{
+    return QByteArray(1, static_cast<char>(why)) + failedPath.toUtf8();
+}
+
+// The extraction itself, in this process: each name's outcome goes to
+// `onItem` (None when it was written) as it is known, once per name.
+ExtractReport ExtractHere(const QString &archivePath, const QList<QByteArray> &names, const QString &base,
+                          StatusPanel &status, EventQueue &events,
+                          const std::function<void(Refusal, const QString &)> &onItem)
 {
     ExtractReport report;
-    if (folder.isEmpty()) return report;
-    const QString base = folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
 
     // Not checked: an archive that does not open makes every name missing.
     const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(archivePath).toStdString());
@@ -209,6 +222,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         const QString target = DiskPathBelow(base, shown);
         if (target.isEmpty()) {
             report.refused.append({name, Refusal::OutsideFolder});
+            onItem(Refusal::OutsideFolder, {});
             events.Yield();
             continue;
         }
@@ -217,6 +231,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         const std::int64_t size = mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE);
         if (size < 0) {
             report.refused.append({name, Refusal::NotRead});
+            onItem(Refusal::NotRead, {});
         } else {
             QStringList levels = target.mid(base.size()).split(QLatin1Char('/'));
             const QString leaf = levels.takeLast();
@@ -227,9 +242,11 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
                 placed == Placed::Link   ? Streamed::Link
                 : placed != Placed::Ready ? Streamed::Failed
                                           : StreamStoredFileAt(file.get(), static_cast<std::uint32_t>(size),
-                                                               walk.Fd(), PathBytes(leaf), chunk);
+                                                               walk.Fd(), PathBytes(leaf), chunk, events);
             if (streamed == Streamed::NotRead || streamed == Streamed::Link) {
-                report.refused.append({name, streamed == Streamed::Link ? Refusal::Linked : Refusal::NotRead});
+                const Refusal why = streamed == Streamed::Link ? Refusal::Linked : Refusal::NotRead;
+                report.refused.append({name, why});
+                onItem(why, {});
                 events.Yield();
                 continue;
             }
@@ -238,12 +255,75 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
                 // so the user sees where it stopped.
                 report.refused.append({name, Refusal::DiskFailure});
                 report.failedPath = failedPath;
+                onItem(Refusal::DiskFailure, failedPath);
                 return report;
             }
             ++report.extracted;
+            onItem(Refusal::None, {});
         }
         events.Yield();
     }
     status.SetStatusText(Texts().StatusBarReady);
+    return report;
+}
+
+// Removes the half-written file a child that was ended left below `base`
+// for `name`: the scratch files are named after its process.
+void RemoveLeftovers(const QString &base, const QByteArray &name, int pid)
+{
+    const QString target = DiskPathBelow(base, DecodeBytes(name));
+    if (target.isEmpty() || pid <= 0) return;
+    const QDir folder = QFileInfo(target).dir();
+    const QString pattern = QStringLiteral(".arcavera-extract-%1-*").arg(pid);
+    for (const QString &leftover : folder.entryList({pattern}, QDir::Files | QDir::Hidden | QDir::System))
+        QFile::remove(folder.filePath(leftover));
+}
+
+}  // namespace
+
+// The extraction runs in a child process. A name whose reading takes the
+// engine down, or keeps it busy past its limits, is refused as Damaged, and
+// a fresh child goes on with the next one.
+ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &names, const QString &folder,
+                           StatusPanel &status, EventQueue &events)
+{
+    ExtractReport report;
+    if (folder.isEmpty()) return report;
+    const QString base = folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
+    mpq::ChildLimits limits;
+    limits.stallMilliseconds = 5000;  // a word comes for every name, and every mebibyte of a large one
+    for (qsizetype from = 0; from < names.size();) {
+        const QList<QByteArray> batch = names.mid(from);
+        qsizetype done = 0;
+        const ChildRun run = RunInChildProcess(
+            [&](ChildPorts &ports) {
+                const ExtractReport part = ExtractHere(archivePath, batch, base, ports, ports,
+                    [&](Refusal why, const QString &failedPath) { ports.ItemDone(ItemOutcome(why, failedPath)); });
+                return part.cancelled ? 1 : 0;
+            },
+            status, nullptr, events,
+            [&](QByteArrayView item) {
+                const auto why = static_cast<Refusal>(item.isEmpty() ? 0 : item.front());
+                if (why == Refusal::None) ++report.extracted;
+                else report.refused.append({batch[done], why});
+                if (why == Refusal::DiskFailure) report.failedPath = QString::fromUtf8(item.sliced(1));
+                ++done;
+            },
+            limits);
+        if (run.outcome == mpq::ChildOutcome::NotStarted) {
+            for (const QByteArray &name : batch) report.refused.append({name, Refusal::NotRead});
+            break;
+        }
+        if (!run.Failed() || done >= batch.size()) {
+            report.cancelled = run.status == 1 || (run.outcome == mpq::ChildOutcome::Cancelled && done < batch.size() &&
+                                                   report.failedPath.isEmpty());
+            break;
+        }
+        report.refused.append({batch[done], Refusal::Damaged});
+        RemoveLeftovers(base, batch[done], run.pid);
+        events.Yield();
+        from += done + 1;
+        if (from >= names.size()) status.SetStatusText(Texts().StatusBarReady);
+    }
     return report;
 }

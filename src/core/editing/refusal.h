@@ -23,6 +23,8 @@ enum class Refusal {
                          // name it keeps (the internal list), an empty new name
     UnknownCompression,  // add: the rule of its extension has a compression type this program does not know
     NotRead,             // extract: the archive could not open it or read it whole
+    Damaged,             // extract, add, delete, rename: reading it crashed the engine or kept it busy past
+                         // its limits; the rest of the batch went on without it
     OutsideFolder,       // extract: its name would climb out of the folder
     Linked,              // extract: a link stands in its place below the folder; nothing went through it
     DiskFailure,         // extract: a folder or the file could not be made; the batch ended there

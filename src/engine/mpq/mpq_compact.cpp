@@ -169,6 +169,7 @@ CompactResult CompactInChild(const CopyFiles &files, CompactProgress progress, v
     std::uint64_t record[2] = {0, 0};
     ChildLimits limits;
     limits.stallMilliseconds = 60000;  // the tables of a large archive are written with no word
+    limits.stopByKill = true;
     const ChildResult run = RunInChild([&](ChildChannel &channel) { return CompactCopy(files, channel); },
                                        [&](std::string_view bytes) {
                                            if (bytes.size() == sizeof record) std::memcpy(record, bytes.data(), sizeof record);

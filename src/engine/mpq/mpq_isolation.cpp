@@ -24,6 +24,14 @@ bool ChildChannel::Send(const void *bytes, std::size_t size)
     }
 }
 
+bool ChildChannel::StopAsked()
+{
+    if (stopped_) return true;
+    char byte = 0;
+    stopped_ = ::recv(socket_, &byte, 1, MSG_DONTWAIT) == 1;
+    return stopped_;
+}
+
 namespace {
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -72,11 +80,20 @@ ChildResult RunInChild(const std::function<int(ChildChannel &)> &work,
         ::_exit(work(channel));
     }
     ::close(sockets[1]);
+    result.pid = child;
     using Clock = std::chrono::steady_clock;
     auto lastHeard = Clock::now();
     std::vector<char> record(ChildChannel::kMaxRecord);
-    bool stopped = false;
-    for (bool open = true; open;) {
+    bool cancelled = false, killed = false;
+    const auto cancel = [&] {
+        if (!cancelled) {
+            cancelled = true;
+            lastHeard = Clock::now();  // it has a stall limit's time to stop
+            const char stop = 's';
+            killed = limits.stopByKill || ::send(sockets[0], &stop, 1, MSG_NOSIGNAL) != 1;
+        }
+    };
+    while (!killed) {
         pollfd waiting{sockets[0], POLLIN, 0};
         const int ready = ::poll(&waiting, 1, 50);
         if (ready < 0 && errno != EINTR) break;
@@ -85,34 +102,24 @@ ChildResult RunInChild(const std::function<int(ChildChannel &)> &work,
             if (got < 0 && errno == EINTR) continue;
             if (got <= 0) break;  // the child is gone
             lastHeard = Clock::now();
-            if (!onRecord(std::string_view(record.data(), static_cast<std::size_t>(got)))) {
-                result.outcome = ChildOutcome::Cancelled;
-                stopped = true;
-                open = false;
-            }
+            if (!onRecord(std::string_view(record.data(), static_cast<std::size_t>(got)))) cancel();
             continue;
         }
-        if (!onRecord({})) {
-            result.outcome = ChildOutcome::Cancelled;
-            stopped = true;
-        } else if (Clock::now() - lastHeard > std::chrono::milliseconds(limits.stallMilliseconds)) {
-            result.outcome = ChildOutcome::Stalled;
-            stopped = true;
+        if (!cancelled && !onRecord({})) cancel();
+        if (!killed && Clock::now() - lastHeard > std::chrono::milliseconds(limits.stallMilliseconds)) {
+            if (!cancelled) result.outcome = ChildOutcome::Stalled;
+            killed = true;
         }
-        open = !stopped;
     }
-    if (stopped) ::kill(child, SIGKILL);
+    if (killed) ::kill(child, SIGKILL);
     ::close(sockets[0]);
     int status = 0;
     while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    if (stopped) return result;
-    if (WIFEXITED(status)) {
-        result.outcome = ChildOutcome::Finished;
-        result.status = WEXITSTATUS(status);
-    } else {
-        result.outcome = ChildOutcome::Crashed;
-    }
+    result.returned = WIFEXITED(status);
+    if (result.returned) result.status = WEXITSTATUS(status);
+    if (cancelled) result.outcome = ChildOutcome::Cancelled;
+    else if (!killed) result.outcome = result.returned ? ChildOutcome::Finished : ChildOutcome::Crashed;
     return result;
 }
 

@@ -23,20 +23,25 @@ public:
     explicit ChildChannel(int socket) : socket_(socket) {}
     // Sends one record (at most kMaxRecord bytes); false when the parent is gone.
     bool Send(const void *bytes, std::size_t size);
+    // Whether the parent asked the work to stop (a Cancel): work that can
+    // stop between two steps does so, and returns as usual.
+    bool StopAsked();
     static constexpr std::size_t kMaxRecord = 64 * 1024;
 
 private:
     int socket_;
+    bool stopped_ = false;
 };
 
 struct ChildLimits {
     std::uint64_t memoryBytes = std::uint64_t{4} << 30;  // address space
     unsigned cpuSeconds = 600;                            // processor time in all
     unsigned stallMilliseconds = 10000;                   // longest wait for a record
+    bool stopByKill = false;  // work that cannot stop by itself is ended at a Cancel
 };
 
 enum class ChildOutcome {
-    Finished,   // the work returned; the child's exit status is its value
+    Finished,   // the work returned, unasked; the child's exit status is its value
     Crashed,    // it died of a signal: an assertion, a fault, a limit
     Stalled,    // no record came for too long: it was ended
     Cancelled,  // the caller stopped it
@@ -45,12 +50,16 @@ enum class ChildOutcome {
 
 struct ChildResult {
     ChildOutcome outcome = ChildOutcome::NotStarted;
-    int status = 0;  // the work's value, when Finished
+    int status = 0;  // the work's value, when Finished (or Cancelled and it returned)
+    bool returned = false;  // the work returned: it was not ended halfway
+    int pid = 0;     // the child's process id, for what it left behind
 };
 
 // Runs `work` in a child process and hands each record it sends to
 // `onRecord`, in order, until the child ends. `onRecord` returning false
-// ends the child (Cancelled). `onRecord` is also called with an empty
+// asks the work to stop (ChildChannel::StopAsked), or ends the child at once
+// with `stopByKill`; either way the outcome is Cancelled, and a child that
+// does not stop within the stall limit is ended. `onRecord` is also called with an empty
 // record at least every 50 ms while the child is quiet, so that a caller can
 // keep a window alive and hear a Cancel. `limits` are read as the child
 // runs: `onRecord` may give the work ahead a longer or shorter stall limit.

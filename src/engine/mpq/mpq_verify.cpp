@@ -213,6 +213,7 @@ ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std
     ArchiveVerdict verdict;
     const std::size_t none = storedNames.size();
     ChildLimits limits;
+    limits.stopByKill = true;  // it only reads
     for (std::size_t next = 0;;) {
         std::size_t current = none;  // the file in work
         bool signatureChecked = false;

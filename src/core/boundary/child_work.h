@@ -1,0 +1,53 @@
+// Core routines that read or write an archive run in a child process (see
+// mpq/mpq_isolation.h): the child reports to ports that hand every call on
+// to the caller's, in order, and tells the outcome of each item of its batch
+// as it goes, so that the caller knows what was done when the child is ended
+// halfway, and which item the engine failed on.
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+
+#include <functional>
+
+#include "listing/reporting.h"
+#include "mpq/mpq_isolation.h"
+
+// The ports of work in a child: each call becomes a record for the parent.
+class ChildPorts final : public StatusPanel, public ProgressBar, public EventQueue {
+public:
+    explicit ChildPorts(mpq::ChildChannel &channel) : channel_(channel) {}
+    void SetStatusText(const QString &text) override;
+    void SetProgressMax(int max) override;
+    void SetProgressValue(int value) override;
+    void SetProgressVisible(bool visible) override;
+    void BeginBatch(int turns) override;
+    void Yield() override;
+    void Wait() override;
+    // Whether the caller's Cancel reached the child.
+    bool Cancelled() override { return channel_.StopAsked(); }
+    // The outcome of the next item of the batch, as the work words it (at
+    // most 60 KiB).
+    void ItemDone(const QByteArray &outcome);
+
+private:
+    void Send(char kind, const char *bytes, std::size_t size);
+    mpq::ChildChannel &channel_;
+};
+
+struct ChildRun {
+    mpq::ChildOutcome outcome = mpq::ChildOutcome::NotStarted;
+    int status = 0;      // what the work returned, when it returned
+    qsizetype items = 0; // the items whose outcome came
+    int pid = 0;         // the child's process id
+    // The engine failed: the child died or stalled, not asked to.
+    bool Failed() const { return outcome == mpq::ChildOutcome::Crashed || outcome == mpq::ChildOutcome::Stalled; }
+};
+
+// Runs `work` in a child process. Its status texts, progress and turns
+// reach `status`, `progress` (when given) and `events`; `events`' Cancel asks
+// it to stop; each item outcome it tells reaches `onItem` in order.
+ChildRun RunInChildProcess(const std::function<int(ChildPorts &)> &work, StatusPanel &status, ProgressBar *progress,
+                           EventQueue &events, const std::function<void(QByteArrayView)> &onItem,
+                           const mpq::ChildLimits &limits = {});
