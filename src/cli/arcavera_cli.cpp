@@ -71,6 +71,9 @@ int ReportArchiveCheck(const QString &path, Refusal why)
     case Refusal::NotAnArchive:
         PrintError(QStringLiteral("%1: holds no MPQ archive").arg(path));
         break;
+    case Refusal::Damaged:
+        PrintError(QStringLiteral("%1: damaged, reading it stopped the engine").arg(path));
+        break;
     default:
         break;
     }
@@ -134,13 +137,16 @@ int ListCommand(const QStringList &arguments, const Settings &settings)
     }
     // Checked and listed with one opening.
     const QString path = QFileInfo(arguments[0]).absoluteFilePath();
-    Refusal why = Refusal::None;
-    const mpq::Archive archive = OpenArchiveToRead(path, why);
-    if (why != Refusal::None) return ReportArchiveCheck(path, why);
+    if (const Refusal why = CheckPath(path); why != Refusal::None) return ReportArchiveCheck(path, why);
     // The records are sorted and printed as they are: no row is made.
     CollectingPorts quiet;
     mpq::FileList records;
-    ListArchiveRecords(archive.get(), path, settings.listing, quiet, quiet, records, nullptr);
+    switch (ReadArchiveRecords(path, settings.listing, quiet, quiet, records, nullptr)) {
+    case RecordsRead::NoArchive: return ReportArchiveCheck(path, Refusal::NotAnArchive);
+    case RecordsRead::Damaged: return ReportArchiveCheck(path, Refusal::Damaged);
+    case RecordsRead::Listed:
+    case RecordsRead::Empty: break;
+    }
     PrintRecords(records, SortRecords(records, settings.window.SortKey, settings.window.SortOrder));
     return 0;
 }

@@ -15,6 +15,7 @@
 #include "listing/row_order.h"
 #include "listing/text_encoding.h"
 #include "support/archive_factory.h"
+#include "support/damaged_data.h"
 #include "support/recording_ports.h"
 
 using namespace fixtures;
@@ -25,7 +26,7 @@ namespace {
 // Texts of our own, so that a listing shows it takes what it is handed.
 ListingOptions Options(bool autoDetect = true, qint16 useLists = 1, const QString &listFiles = {})
 {
-    return ListingOptions{"open %v", "list of %v", "external lists", "ready", "no archive: %v",
+    return ListingOptions{"open %v", "list of %v", "external lists", "ready", "no archive: %v", "damaged: %v",
                           useLists,  listFiles,    autoDetect,       false,   {}};
 }
 
@@ -321,6 +322,20 @@ private slots:
         }
         found.sort();
         QCOMPARE(found, extensions);
+    }
+
+    // A nameless file whose probe keeps the engine busy for ever still lists, untyped, beside the
+    // others; the listing says nothing of damage.
+    void aProbeThatStopsTheEngineStillLists()
+    {
+        const QString path = WriteFile(Path("probe-stops.mpq"),
+                                       HandMadeArchive(8, {{"pic", "GIF89a......"}, EndlessBzip2File("stuck")}));
+        const RecordingPorts out = Classic(path, Options());
+        QStringList found;
+        for (const ListRow &r : out.rows) found.append(ColumnText(r, ListRow::Ext));
+        found.sort();
+        QCOMPARE(found, (QStringList{"", "gif"}));
+        QVERIFY(!out.statusTexts.join('|').contains("damaged"));
     }
 
     // What more of the first bytes tell where the three-byte signatures find nothing; a size of 0 is the head's own.

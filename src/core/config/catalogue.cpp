@@ -210,6 +210,7 @@ const CatalogueEntry kCatalogue[] = {
     {"StatusBar", "NotWritable", &M::StatusBarNotWritable,
      "Impossibile scrivere l'archivio: nulla è stato cambiato."},
     {"StatusBar", "NotOpened", &M::StatusBarNotOpened, "Impossibile aprire %v come archivio MPQ"},
+    {"StatusBar", "Damaged", &M::StatusBarDamaged, "%v è danneggiato: la sua lettura ha fermato il motore"},
     {"StatusBar", "NotAdded", &M::StatusBarNotAdded, "File non aggiunti all'archivio: %v"},
     {"StatusBar", "NotStored", &M::StatusBarNotStored, "%v non è nell'archivio: nulla è stato cambiato."},
     {"StatusBar", "Kept", &M::StatusBarKept,

@@ -46,6 +46,7 @@ struct MessageStrings {
         StatusBarNotWritten,   // the archive could not be written and was left as it was
         StatusBarNotWritable,  // the archive cannot be opened for a change: nothing was changed
         StatusBarNotOpened,    // "%v": the path, which does not open as an archive
+        StatusBarDamaged,      // "%v": the path, whose reading takes the engine down
         StatusBarNotAdded,     // "%v": how many files of an add did not go in
         StatusBarNotStored,    // "%v": a name the archive does not store (any more)
         StatusBarKept;         // "%v": a stored name the archive keeps for itself

@@ -20,6 +20,7 @@ ListingOptions ListingOptionsOf(const AppConfig &config)
     options.additionalList = t.StatusBarAdditionalList;
     options.ready = t.StatusBarReady;
     options.notOpened = t.StatusBarNotOpened;
+    options.damaged = t.StatusBarDamaged;
     options.useLists = config.UseLists;
     options.listFiles = config.ListFiles;
     options.autoDetect = config.AutoDetectFile != 0;

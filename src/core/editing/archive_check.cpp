@@ -15,6 +15,12 @@ bool OpensAsArchive(const QString &path)
 
 }  // namespace
 
+Refusal CheckPath(const QString &path)
+{
+    if (!QFileInfo::exists(path)) return Refusal::Missing;
+    return IsDirectory(path) ? Refusal::WrongKind : Refusal::None;
+}
+
 Refusal CheckArchive(const QString &path, ArchiveUse use)
 {
     if (use == ArchiveUse::Change && IsFile(path) && QFileInfo(path).size() == 0) return Refusal::EmptyFile;

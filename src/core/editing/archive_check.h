@@ -16,6 +16,10 @@ enum class ArchiveUse {
              // empty file would become a new one
 };
 
+// None when something other than a folder stands at `path`; else Missing or
+// WrongKind (a folder).
+Refusal CheckPath(const QString &path);
+
 // None when the file at `path` opens as an archive. Else Missing, WrongKind
 // (a folder), EmptyFile (for a change only) or NotAnArchive.
 Refusal CheckArchive(const QString &path, ArchiveUse use);

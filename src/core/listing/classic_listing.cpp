@@ -2,6 +2,15 @@
 
 #include <QFileInfo>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <functional>
+#include <set>
+
+#include "boundary/child_work.h"
+
 #include "listing/name_sources.h"
 #include "listing/names.h"
 #include "listing/slot_progress.h"
@@ -9,10 +18,20 @@
 
 namespace {
 
+// What the engine must not read again in a listing: the nameless records
+// whose probe took it down, and the archive's own files when reading them
+// for names did.
+struct ListingSkips {
+    std::set<std::size_t> unprobed;
+    bool noRecovery = false;
+};
+
 // Reads the records and names them, with the progress of the walk over
-// them; the progress is left at its end for the caller to finish.
+// them; the progress is left at its end for the caller to finish. Before a
+// nameless record is probed for its type, `probing` hears of it.
 SlotProgress NameRecords(mpq::MpqHandle archive, const QString &path, const ListingOptions &options, StatusPanel &status,
-                         ProgressBar &progress, mpq::FileList &records, qint64 *totalSize)
+                         ProgressBar &progress, mpq::FileList &records, qint64 *totalSize,
+                         const ListingSkips &skips = {}, const std::function<void(std::size_t)> &probing = {})
 {
     BuildFileLists(archive, path, records, options, status);
     SlotProgress shown(status, progress, options, static_cast<std::int64_t>(records.size()));
@@ -20,7 +39,8 @@ SlotProgress NameRecords(mpq::MpqHandle archive, const QString &path, const List
     for (std::size_t i = 0; i < records.size(); ++i) {
         // The list text names no nameless record: its names stay unread here.
         const std::string_view name = options.autoDetect && !records.FromListText(i) ? records.Name(i) : std::string_view();
-        if (name.find(mpq::kUnknownPrefix) != std::string_view::npos) {
+        if (name.find(mpq::kUnknownPrefix) != std::string_view::npos && !skips.unprobed.count(i)) {
+            if (probing) probing(i);
             const QByteArray probed = ProbeUnknownEntry(archive, QByteArray(name.data(), static_cast<qsizetype>(name.size())), true, options.recoverNames);
             if (static_cast<std::size_t>(probed.size()) != name.size())  // its type's extension behind it
                 records.Rename(i, std::string_view(probed.constData(), static_cast<std::size_t>(probed.size())));
@@ -33,21 +53,94 @@ SlotProgress NameRecords(mpq::MpqHandle archive, const QString &path, const List
 
 }  // namespace
 
-void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
-                        StatusPanel &status, ProgressBar &progress, mpq::FileList &records, qint64 *totalSize)
+namespace {
+
+// What the child of a listing returns.
+enum ListingExit : int { kListed = 0, kNotOpened = 1, kNoTable = 2, kNotSaved = 3 };
+
+}  // namespace
+
+RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &options, StatusPanel &status,
+                               ProgressBar &progress, mpq::FileList &records, qint64 *totalSize)
 {
     records.Clear();
-    if (mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return;
-    NameRecords(archive, path, options, status, progress, records, totalSize).Finish();
+    const bool file = IsFile(path);
+    const bool content = file && QFileInfo(path).size() > 0;
+    const auto say = [&](const QString &text) {
+        if (!path.isEmpty() && !text.isEmpty() && (!file || content)) status.SetStatusText(ListingOptions::Put(text, path));
+    };
+    if (!content) {
+        say(options.notOpened);
+        return RecordsRead::NoArchive;
+    }
+    // The child writes the records here; this process reads them back.
+    const int shared = ::memfd_create("arcavera-listing", MFD_CLOEXEC);
+    if (shared < 0) return RecordsRead::NoArchive;
+    // A listing that takes the engine down is tried again without what it
+    // was reading then: the probe of that nameless record, or the reading of
+    // the archive's own files for names. Only what is left is damage.
+    ListingSkips skips;
+    ListingOptions tried = options;
+    RecordsRead result = RecordsRead::NoArchive;
+    mpq::ChildLimits limits;
+    limits.stallMilliseconds = 5000;  // progress comes at every percent
+    for (int attempt = 0; attempt < 3; ++attempt) {
+        qint64 total = 0;
+        std::int64_t inProbe = -1;
+        NoEvents quiet;
+        if (::ftruncate(shared, 0) != 0 || ::lseek(shared, 0, SEEK_SET) != 0) break;
+        const ChildRun run = RunInChildProcess(
+            [&](ChildPorts &ports) {
+                const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
+                if (!archive) return int(kNotOpened);
+                if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return int(kNoTable);
+                mpq::FileList named;
+                qint64 sizes = 0;
+                NameRecords(archive.get(), path, tried, ports, ports, named, &sizes, skips, [&](std::size_t i) {
+                    const std::int64_t index = static_cast<std::int64_t>(i);
+                    ports.ItemDone(QByteArray(1, 'p') + QByteArray(reinterpret_cast<const char *>(&index), sizeof index));
+                }).Finish();
+                ports.ItemDone(QByteArray(1, 't') + QByteArray(reinterpret_cast<const char *>(&sizes), sizeof sizes));
+                return named.Save(shared) ? int(kListed) : int(kNotSaved);
+            },
+            status, &progress, quiet,
+            [&](QByteArrayView item) {
+                if (item.size() != 1 + 8) return;
+                if (item.front() == 'p') std::memcpy(&inProbe, item.data() + 1, 8);
+                if (item.front() == 't') {
+                    std::memcpy(&total, item.data() + 1, 8);
+                    inProbe = -1;
+                }
+            },
+            limits);
+        if (run.Failed()) {
+            if (inProbe >= 0) skips.unprobed.insert(static_cast<std::size_t>(inProbe));
+            else if (tried.recoverNames) tried.recoverNames = false;
+            else break;
+            continue;
+        }
+        if (run.outcome == mpq::ChildOutcome::Finished && run.status == kListed) {
+            result = ::lseek(shared, 0, SEEK_SET) == 0 && records.Load(shared) ? RecordsRead::Listed : RecordsRead::NoArchive;
+            if (result == RecordsRead::Listed && totalSize != nullptr) *totalSize += total;
+        } else if (run.outcome == mpq::ChildOutcome::Finished && run.status == kNoTable) {
+            result = RecordsRead::Empty;
+        } else {
+            say(options.notOpened);
+        }
+        ::close(shared);
+        return result;
+    }
+    say(options.damaged);
+    ::close(shared);
+    return RecordsRead::Damaged;
 }
 
-void ListArchiveRows(mpq::Archive archive, const QString &path, const ListingOptions &options,
-                     StatusPanel &status, ProgressBar &progress, RowSink &rows, qint64 *totalSize)
+RecordsRead ListArchiveRows(const QString &path, const ListingOptions &options, StatusPanel &status,
+                            ProgressBar &progress, RowSink &rows, qint64 *totalSize)
 {
-    if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return;
     mpq::FileList records;
-    SlotProgress shown = NameRecords(archive.get(), path, options, status, progress, records, totalSize);
-    archive.reset();  // the records hold all the rows need
+    const RecordsRead read = ReadArchiveRecords(path, options, status, progress, records, totalSize);
+    if (records.empty()) return read;
     rows.SetSorted(false);
     rows.ReserveRows(records.size());
     for (std::size_t i = 0; i < records.size(); ++i) {
@@ -61,25 +154,18 @@ void ListArchiveRows(mpq::Archive archive, const QString &path, const ListingOpt
     }
     records.Clear();  // the rows hold it all: gone before they are sorted
     rows.SetSorted(true);
-    shown.Finish();
-}
-
-mpq::Archive OpenForListing(const QString &path, const ListingOptions &options, StatusPanel &status)
-{
-    const bool file = IsFile(path);
-    mpq::Archive archive = file ? mpq::SFileOpenArchive(PathBytes(path).toStdString()) : nullptr;
-    if (!archive && !path.isEmpty() && !options.notOpened.isEmpty() && (!file || QFileInfo(path).size() > 0))
-        status.SetStatusText(ListingOptions::Put(options.notOpened, path));
-    return archive;
+    return read;
 }
 
 bool LoadArchiveClassic(const QString &path, const ListingOptions &options, ListingPorts &ports,
                         qint64 &totalSize)
 {
-    mpq::Archive archive = OpenForListing(path, options, ports.status);
-    if (path.isEmpty() || !IsFile(path)) return false;
+    if (path.isEmpty() || !IsFile(path)) {
+        ListArchiveRows(path, options, ports.status, ports.progress, ports.rows, nullptr);  // says why
+        return false;
+    }
     totalSize = 0;
-    ListArchiveRows(std::move(archive), path, options, ports.status, ports.progress, ports.rows, &totalSize);
+    ListArchiveRows(path, options, ports.status, ports.progress, ports.rows, &totalSize);
     return true;
 }
 

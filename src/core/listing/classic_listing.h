@@ -12,25 +12,28 @@
 #include "listing/reporting.h"
 #include "mpq/mpq_library.h"
 
-// The records of every stored file of an open archive, named as a listing
-// with `options` names them (a nameless one probed for its type), with
-// status and progress as the percentage moves. `totalSize`, when given,
-// gets their sizes. An archive of one hash slot or none (also no archive)
-// lists nothing and reports nothing.
-void ListArchiveRecords(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
-                        StatusPanel &status, ProgressBar &progress, mpq::FileList &records, qint64 *totalSize);
+// How a listing of an archive's records ended.
+enum class RecordsRead {
+    Listed,     // every stored file has its record
+    Empty,      // an archive of one hash slot or none: nothing to list, nothing said
+    NoArchive,  // the path names no file, or one that holds no archive (or an empty one)
+    Damaged,    // reading the archive crashed the engine or kept it busy past its limits
+};
 
-// The row walk that both styles share, on an archive it takes: the records
-// as ListArchiveRecords makes them; then the archive is closed, so that its
-// tables are gone before the rows come; then the row of each is given to
-// `rows` in slot order, in storage reserved once, Sorted off while it fills.
-void ListArchiveRows(mpq::Archive archive, const QString &path, const ListingOptions &options,
-                     StatusPanel &status, ProgressBar &progress, RowSink &rows, qint64 *totalSize);
+// The records of every stored file of the archive at `path`, named as a
+// listing with `options` names them (a nameless one probed for its type),
+// with status and progress as the percentage moves. `totalSize`, when given,
+// gets their sizes. The engine reads the archive in a child process, which
+// leaves nothing of its tables behind. A file with content that does not open,
+// or that takes the engine down, says so in the status.
+RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &options, StatusPanel &status,
+                               ProgressBar &progress, mpq::FileList &records, qint64 *totalSize);
 
-// The archive at `path` opened for a listing. A path that names no file, or
-// a file with content that holds no archive, says so in the status; an empty
-// file (a new archive before its first add) opens to nothing, silently.
-mpq::Archive OpenForListing(const QString &path, const ListingOptions &options, StatusPanel &status);
+// The row walk that both styles share: the records as ReadArchiveRecords
+// makes them, then the row of each given to `rows` in slot order, in storage
+// reserved once, Sorted off while it fills.
+RecordsRead ListArchiveRows(const QString &path, const ListingOptions &options, StatusPanel &status,
+                            ProgressBar &progress, RowSink &rows, qint64 *totalSize);
 
 // Lists the archive at `path` into `ports.rows`, with status and progress.
 // False only when the path is empty or names no file; an empty file, or one

@@ -140,16 +140,16 @@ private:
 bool LoadArchiveExplorer(const QString &path, const ListingOptions &options, ListingPorts &ports, FolderTree &tree,
                          FolderIndex &index, qint64 &totalSize)
 {
-    mpq::Archive archive = OpenForListing(path, options, ports.status);
-    if (path.isEmpty() || !IsFile(path)) return false;
+    if (path.isEmpty() || !IsFile(path)) {
+        ListArchiveRows(path, options, ports.status, ports.progress, ports.rows, nullptr);  // says why
+        return false;
+    }
     totalSize = 0;
     index.Clear();
     // Every file that gets this far has its root, archive or not.
     tree.AddRootNode(UpperKey(path), path);
-    if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE) > 1) {
-        IndexedRows indexed(index, tree);
-        ListArchiveRows(std::move(archive), path, options, ports.status, ports.progress, indexed, &totalSize);
+    IndexedRows indexed(index, tree);
+    if (ListArchiveRows(path, options, ports.status, ports.progress, indexed, &totalSize) == RecordsRead::Listed)
         index.Fill(QString(), ports.rows);
-    }
     return true;
 }

@@ -117,6 +117,11 @@ public:
     bool Rename(std::size_t i, std::string_view name);
     // Lets go of everything.
     void Clear();
+    // Writes the list to the file `fd` from where it stands, and reads a list
+    // so written back in its place: how a listing made in another process
+    // comes over. False when the file could not take it, or holds no list.
+    bool Save(int fd) const;
+    bool Load(int fd);
 
 private:
     friend bool SFileListFiles(MpqHandle archive, std::string listText, FileList &list);
