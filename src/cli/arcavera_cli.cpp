@@ -93,6 +93,9 @@ int ReportUpdateNotOpened(const QString &archive, Refusal why)
     case Refusal::NotAnArchive:
         PrintError(QStringLiteral("%1: holds no MPQ archive; left as it is").arg(archive));
         break;
+    case Refusal::Damaged:
+        PrintError(QStringLiteral("%1: damaged, reading it stopped the engine; left as it was").arg(archive));
+        break;
     default:
         break;
     }

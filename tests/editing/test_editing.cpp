@@ -670,6 +670,21 @@ private slots:
         if (reach == "link") QCOMPARE(QFileInfo(link).symLinkTarget(), real);
     }
 
+    // An archive whose own list keeps the engine busy for ever: an add is refused as damaged, and
+    // the archive is left as it was.
+    void anUpdateThatStopsTheEngineChangesNothing()
+    {
+        const QString folder = CaseFolder(dir.path());
+        const QString archive = WriteFile(folder + "/stuck.mpq", HandMadeArchive(8, {EndlessBzip2File("(listfile)"), {"a.txt", "aaa"}}));
+        WriteFile(folder + "/new.txt", "new");
+        const QByteArray before = ReadFile(archive);
+        BatchTrace trace;
+        const AddReport report = AddFiles(archive, {"new.txt"}, folder, {}, AppConfig{}, trace, trace);
+        QCOMPARE(report.archive, Refusal::Damaged);
+        QCOMPARE(ReadFile(archive), before);
+        QCOMPARE(trace.events.last(), archive + " è danneggiato: la sua lettura ha fermato il motore");
+    }
+
     // A compaction that cannot finish leaves every byte of the archive.
     void compactFailsWhole_data()
     {

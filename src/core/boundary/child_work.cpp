@@ -33,9 +33,19 @@ void ChildPorts::Yield() { Send('y', nullptr, 0); }
 void ChildPorts::Wait() { Send('w', nullptr, 0); }
 void ChildPorts::ItemDone(const QByteArray &outcome) { Send('i', outcome.constData(), static_cast<std::size_t>(outcome.size())); }
 
-ChildRun RunInChildProcess(const std::function<int(ChildPorts &)> &work, StatusPanel &status, ProgressBar *progress,
-                           EventQueue &events, const std::function<void(QByteArrayView)> &onItem,
-                           const mpq::ChildLimits &limits)
+void ChildPorts::SendResult(const QByteArray &bytes)
+{
+    constexpr qsizetype kPiece = 60 * 1024;
+    for (qsizetype at = 0; at < bytes.size(); at += kPiece)
+        Send('r', bytes.constData() + at, static_cast<std::size_t>(std::min(kPiece, bytes.size() - at)));
+    Send('e', nullptr, 0);
+}
+
+namespace {
+
+ChildRun RunChild(const std::function<int(ChildPorts &)> &work, StatusPanel &status, ProgressBar *progress,
+                  EventQueue &events, const std::function<void(QByteArrayView)> &onItem, const mpq::ChildLimits &limits,
+                  QByteArray &resultBytes, bool &resultComplete)
 {
     ChildRun run;
     const mpq::ChildResult result = mpq::RunInChild(
@@ -67,6 +77,8 @@ ChildRun RunInChildProcess(const std::function<int(ChildPorts &)> &work, StatusP
                 ++run.items;
                 onItem(body);
                 break;
+            case 'r': resultBytes.append(body); break;
+            case 'e': resultComplete = true; break;
             default: break;
             }
             return !events.Cancelled();
@@ -76,4 +88,30 @@ ChildRun RunInChildProcess(const std::function<int(ChildPorts &)> &work, StatusP
     run.status = result.status;
     run.pid = result.pid;
     return run;
+}
+
+}  // namespace
+
+ChildRun RunInChildProcess(const std::function<int(ChildPorts &)> &work, StatusPanel &status, ProgressBar *progress,
+                           EventQueue &events, const std::function<void(QByteArrayView)> &onItem,
+                           const mpq::ChildLimits &limits)
+{
+    QByteArray unused;
+    bool complete = false;
+    return RunChild(work, status, progress, events, onItem, limits, unused, complete);
+}
+
+std::optional<QByteArray> RunForResult(const std::function<QByteArray(ChildPorts &)> &work, StatusPanel &status,
+                                       ProgressBar *progress, EventQueue &events, const mpq::ChildLimits &limits)
+{
+    QByteArray result;
+    bool complete = false;
+    const ChildRun run = RunChild(
+        [&](ChildPorts &ports) {
+            ports.SendResult(work(ports));
+            return 0;
+        },
+        status, progress, events, [](QByteArrayView) {}, limits, result, complete);
+    if (!complete || run.Failed()) return std::nullopt;
+    return result;
 }

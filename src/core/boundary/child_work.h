@@ -10,6 +10,7 @@
 #include <QString>
 
 #include <functional>
+#include <optional>
 
 #include "listing/reporting.h"
 #include "mpq/mpq_isolation.h"
@@ -30,6 +31,8 @@ public:
     // The outcome of the next item of the batch, as the work words it (at
     // most 60 KiB).
     void ItemDone(const QByteArray &outcome);
+    // The work's whole result, of any length, for RunForResult.
+    void SendResult(const QByteArray &bytes);
 
 private:
     void Send(char kind, const char *bytes, std::size_t size);
@@ -44,6 +47,13 @@ struct ChildRun {
     // The engine failed: the child died or stalled, not asked to.
     bool Failed() const { return outcome == mpq::ChildOutcome::Crashed || outcome == mpq::ChildOutcome::Stalled; }
 };
+
+// Runs `work` in a child process and brings back the bytes it returns
+// (its report, written with QDataStream); nothing when the engine failed
+// there (the child crashed, or stalled past `limits`) or no child could run.
+// A Cancel of `events` asks the work to stop, and its report still comes.
+std::optional<QByteArray> RunForResult(const std::function<QByteArray(ChildPorts &)> &work, StatusPanel &status,
+                                       ProgressBar *progress, EventQueue &events, const mpq::ChildLimits &limits = {});
 
 // Runs `work` in a child process. Its status texts, progress and turns
 // reach `status`, `progress` (when given) and `events`; `events`' Cancel asks

@@ -1,8 +1,11 @@
 #include "editing/add_files.h"
 
+#include <QDataStream>
+
 #include <algorithm>
 #include <string>
 
+#include "boundary/child_work.h"
 #include "config/app_config.h"
 #include "config/catalogue.h"
 #include "editing/archive_update.h"
@@ -48,9 +51,12 @@ AddMethod ChooseAddMethod(const QString &name, const AppConfig &config)
     }
 }
 
-AddReport AddFiles(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
-                   const QByteArray &prefix, const AppConfig &config, StatusPanel &status,
-                   EventQueue &events, int newFormat)
+namespace {
+
+// The add itself, in this process.
+AddReport AddHere(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
+                  const QByteArray &prefix, const AppConfig &config, StatusPanel &status, EventQueue &events,
+                  int newFormat)
 {
     AddReport report;
     mpq::Update update = OpenArchiveForUpdate(archivePath, config.DefaultMaxFiles, report.archive, newFormat);
@@ -95,5 +101,54 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
                                              ? Refusal::UnknownCompression
                                              : Refusal::ArchiveNotWritten});
     }
+    return report;
+}
+
+QByteArray AddReportBytes(const AddReport &report)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out << int(report.archive) << report.added << report.cancelled << qsizetype(report.refused.size());
+    for (const Refused<QString> &refused : report.refused) out << refused.name << int(refused.why);
+    return bytes;
+}
+
+AddReport AddReportFrom(const QByteArray &bytes)
+{
+    AddReport report;
+    QDataStream in(bytes);
+    int archive = 0;
+    qsizetype count = 0;
+    in >> archive >> report.added >> report.cancelled >> count;
+    report.archive = static_cast<Refusal>(archive);
+    for (qsizetype n = 0; n < count && in.status() == QDataStream::Ok; ++n) {
+        Refused<QString> refused{{}, Refusal::None};
+        int why = 0;
+        in >> refused.name >> why;
+        refused.why = static_cast<Refusal>(why);
+        report.refused.append(refused);
+    }
+    return report;
+}
+
+}  // namespace
+
+// The engine works in a child process: an archive that takes it down is
+// left as it was, and the add is refused as damaged.
+AddReport AddFiles(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
+                   const QByteArray &prefix, const AppConfig &config, StatusPanel &status, EventQueue &events,
+                   int newFormat)
+{
+    const std::optional<QByteArray> result = RunForResult(
+        [&](ChildPorts &ports) {
+            return AddReportBytes(AddHere(archivePath, names, sourceFolder, prefix, config, ports, ports, newFormat));
+        },
+        status, nullptr, events, UpdateLimits());
+    if (result) return AddReportFrom(*result);
+    UndoFailedUpdate(archivePath);
+    AddReport report;
+    report.archive = Refusal::Damaged;
+    for (const QString &name : names) report.refused.append({name, Refusal::Damaged});
+    status.SetStatusText(UnchangedArchiveText(Refusal::Damaged, archivePath));
     return report;
 }

@@ -9,6 +9,7 @@
 #include "config/catalogue.h"
 #include "editing/archive_check.h"
 #include "listing/text_encoding.h"
+#include "mpq/mpq_journal.h"
 
 namespace {
 
@@ -50,9 +51,22 @@ Refusal CreateArchive(const QString &archivePath, int format, qint32 maxFiles)
     return update && update.Close() ? Refusal::None : Refusal::NotCreatable;
 }
 
+mpq::ChildLimits UpdateLimits()
+{
+    mpq::ChildLimits limits;
+    limits.stallMilliseconds = 15000;  // the engine tells of every piece of a file it writes
+    return limits;
+}
+
+void UndoFailedUpdate(const QString &archivePath)
+{
+    mpq::RecoverInterruptedUpdate(mpq::FollowLinks(PathBytes(archivePath).toStdString()));
+}
+
 QString UnchangedArchiveText(Refusal why, const QString &archivePath)
 {
     switch (why) {
+    case Refusal::Damaged: return ReplaceValue(Texts().StatusBarDamaged, archivePath);
     case Refusal::ArchiveNotWritten: return Texts().StatusBarNotWritten;
     case Refusal::NotWritable:
     case Refusal::NotCreatable: return Texts().StatusBarNotWritable;

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include "editing/refusal.h"
+#include "mpq/mpq_isolation.h"
 #include "mpq/mpq_library.h"
 
 // Opens the archive at `archivePath` for update, keeping its internal list
@@ -21,6 +22,14 @@ mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFi
 // as it was for `why` (not None): it could not be written at the end, it
 // cannot be opened for a change, or it does not open as an archive.
 QString UnchangedArchiveText(Refusal why, const QString &archivePath);
+
+// How long an update in a child may go without a word: the engine tells of
+// each piece of a file it writes, but writes its tables at the close with
+// none.
+mpq::ChildLimits UpdateLimits();
+// After an update whose child the engine took down: the journal puts the
+// archive back as it was, now rather than at its next open.
+void UndoFailedUpdate(const QString &archivePath);
 
 // What the status bar says when a delete or rename left the stored file
 // `storedName` (a stored name's bytes) as it was for `why`: the archive does

@@ -1,13 +1,18 @@
 #include "editing/delete_rename.h"
 
+#include <QDataStream>
+
+#include "boundary/child_work.h"
 #include "config/catalogue.h"
 #include "editing/archive_check.h"
 #include "editing/archive_update.h"
 #include "mpq/mpq_library.h"
 #include "listing/text_encoding.h"
 
-DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArray> &names, qint32 defaultMaxFiles,
-                               StatusPanel &status)
+namespace {
+
+DeleteReport DeleteHere(const QString &archivePath, const QList<QByteArray> &names, qint32 defaultMaxFiles,
+                        StatusPanel &status)
 {
     DeleteReport report;
     mpq::Update update = OpenArchiveForUpdate(archivePath, defaultMaxFiles, report.archive);
@@ -39,8 +44,8 @@ DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArra
     return report;
 }
 
-Refusal RenameStoredFile(const QString &archivePath, const QByteArray &oldName, const QByteArray &newName,
-                         qint32 defaultMaxFiles)
+Refusal RenameHere(const QString &archivePath, const QByteArray &oldName, const QByteArray &newName,
+                  qint32 defaultMaxFiles)
 {
     Refusal why = Refusal::None;
     mpq::Update update = OpenArchiveForUpdate(archivePath, defaultMaxFiles, why);
@@ -50,4 +55,64 @@ Refusal RenameStoredFile(const QString &archivePath, const QByteArray &oldName, 
     if (!update.Close()) return Refusal::ArchiveNotWritten;
     if (renamed) return Refusal::None;
     return AreStored(archivePath, {oldName}).first() ? Refusal::EngineRefused : Refusal::NotStored;
+}
+
+QByteArray DeleteReportBytes(const DeleteReport &report)
+{
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out << int(report.archive) << report.deleted << qsizetype(report.refused.size());
+    for (const Refused<QByteArray> &refused : report.refused) out << refused.name << int(refused.why);
+    return bytes;
+}
+
+DeleteReport DeleteReportFrom(const QByteArray &bytes)
+{
+    DeleteReport report;
+    QDataStream in(bytes);
+    int archive = 0;
+    qsizetype count = 0;
+    in >> archive >> report.deleted >> count;
+    report.archive = static_cast<Refusal>(archive);
+    for (qsizetype n = 0; n < count && in.status() == QDataStream::Ok; ++n) {
+        Refused<QByteArray> refused{{}, Refusal::None};
+        int why = 0;
+        in >> refused.name >> why;
+        refused.why = static_cast<Refusal>(why);
+        report.refused.append(refused);
+    }
+    return report;
+}
+
+}  // namespace
+
+// Both work in a child process: an archive that takes the engine down is
+// left as it was, and the change is refused as damaged.
+DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArray> &names, qint32 defaultMaxFiles,
+                               StatusPanel &status)
+{
+    NoEvents events;
+    const std::optional<QByteArray> result = RunForResult(
+        [&](ChildPorts &ports) { return DeleteReportBytes(DeleteHere(archivePath, names, defaultMaxFiles, ports)); }, status,
+        nullptr, events, UpdateLimits());
+    if (result) return DeleteReportFrom(*result);
+    UndoFailedUpdate(archivePath);
+    DeleteReport report;
+    report.archive = Refusal::Damaged;
+    for (const QByteArray &name : names) report.refused.append({name, Refusal::Damaged});
+    status.SetStatusText(UnchangedArchiveText(Refusal::Damaged, archivePath));
+    return report;
+}
+
+Refusal RenameStoredFile(const QString &archivePath, const QByteArray &oldName, const QByteArray &newName,
+                         qint32 defaultMaxFiles)
+{
+    NoEvents events;
+    CollectingPorts quiet;
+    const std::optional<QByteArray> result = RunForResult(
+        [&](ChildPorts &) { return QByteArray(1, static_cast<char>(RenameHere(archivePath, oldName, newName, defaultMaxFiles))); },
+        quiet, nullptr, events, UpdateLimits());
+    if (result && result->size() == 1) return static_cast<Refusal>(result->front());
+    UndoFailedUpdate(archivePath);
+    return Refusal::Damaged;
 }

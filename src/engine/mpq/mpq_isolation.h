@@ -55,6 +55,11 @@ struct ChildResult {
     int pid = 0;     // the child's process id, for what it left behind
 };
 
+// In a child of RunInChild: tells the parent the work is moving (a record
+// of one byte, 'h'), so that a long step is not taken for a stalled one. In
+// any other process it does nothing.
+void Beat();
+
 // Runs `work` in a child process and hands each record it sends to
 // `onRecord`, in order, until the child ends. `onRecord` returning false
 // asks the work to stop (ChildChannel::StopAsked), or ends the child at once

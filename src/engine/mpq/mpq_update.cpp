@@ -5,6 +5,7 @@
 #include "mpq/mpq_guards.h"
 #include "mpq/mpq_handle.h"
 #include "mpq/mpq_hash.h"
+#include "mpq/mpq_isolation.h"
 #include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
 
@@ -248,6 +249,8 @@ Update MpqOpenArchiveForUpdate(const std::string &givenPath, std::uint32_t flags
         const DWORD engineMaximum = wanted > reserved + 1 ? wanted - reserved : 1;
         if (!::SFileCreateArchive(path.c_str(), createFlags, engineMaximum, &storm)) return nullptr;
     }
+    // Each piece of a file written is a sign of progress for a watchdog.
+    ::SFileSetAddFileCallback(storm, [](void *, DWORD, DWORD, bool) { Beat(); }, nullptr);
     Update update(new Handle{Handle::Kind::Updating, storm, nullptr, path, -1, (flags & MOAU_MAINTAIN_LISTFILE) != 0});
     update->journal = std::move(journal);
     return update;
