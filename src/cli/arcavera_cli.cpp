@@ -119,7 +119,7 @@ std::vector<ListRow> ListedRows(const QString &path, const Settings &settings, q
 
 // The archive named by a command of one argument, made absolute; empty with
 // the exit status in `status` when there is none to take.
-QString OneArchive(const QStringList &arguments, const char *command, int &status)
+QString OneArchive(const QStringList &arguments, const char *command, int &status, bool open = true)
 {
     status = 0;
     if (arguments.size() != 1) {
@@ -128,7 +128,7 @@ QString OneArchive(const QStringList &arguments, const char *command, int &statu
         return {};
     }
     const QString path = QFileInfo(arguments[0]).absoluteFilePath();
-    status = ReportArchiveCheck(path, CheckArchive(path, ArchiveUse::Read));
+    status = ReportArchiveCheck(path, open ? CheckArchive(path, ArchiveUse::Read) : CheckPath(path));
     return status ? QString() : path;
 }
 
@@ -229,7 +229,7 @@ const char *SignatureText(SignatureVerdict signature)
 int VerifyCommand(const QStringList &arguments, const Settings &settings)
 {
     int status = 0;
-    const QString path = OneArchive(arguments, "verify", status);
+    const QString path = OneArchive(arguments, "verify", status, false);  // the check says why it opens not
     if (status) return status;
     CollectingPorts quiet;
     NoEvents events;
@@ -250,7 +250,7 @@ int VerifyCommand(const QStringList &arguments, const Settings &settings)
 int CompactCommand(const QStringList &arguments, const Settings &settings)
 {
     int status = 0;
-    const QString path = OneArchive(arguments, "compact", status);
+    const QString path = OneArchive(arguments, "compact", status, false);
     if (status) return status;
     CollectingPorts quiet;
     NoEvents events;

@@ -2,16 +2,29 @@
 
 #include <QFileInfo>
 
+#include "boundary/child_work.h"
 #include "editing/helpers/paths.h"
 #include "listing/text_encoding.h"
 #include "mpq/mpq_library.h"
 
 namespace {
 
-bool OpensAsArchive(const QString &path)
+// None when the archive opens; NotAnArchive, or Damaged when the engine's
+// child died or stalled opening it.
+Refusal OpenInChild(const QString &path)
 {
-    return static_cast<bool>(mpq::SFileOpenArchive(PathBytes(path).toStdString()));
+    CollectingPorts quiet;
+    NoEvents events;
+    const std::optional<QByteArray> opened = RunForResult(
+        [&](ChildPorts &) {
+            return QByteArray(mpq::SFileOpenArchive(PathBytes(path).toStdString()) ? "1" : "0");
+        },
+        quiet, nullptr, events);
+    if (!opened) return Refusal::Damaged;
+    return *opened == "1" ? Refusal::None : Refusal::NotAnArchive;
 }
+
+bool OpensAsArchive(const QString &path) { return OpenInChild(path) == Refusal::None; }
 
 }  // namespace
 
@@ -24,18 +37,8 @@ Refusal CheckPath(const QString &path)
 Refusal CheckArchive(const QString &path, ArchiveUse use)
 {
     if (use == ArchiveUse::Change && IsFile(path) && QFileInfo(path).size() == 0) return Refusal::EmptyFile;
-    if (!QFileInfo::exists(path)) return Refusal::Missing;
-    if (IsDirectory(path)) return Refusal::WrongKind;
-    return OpensAsArchive(path) ? Refusal::None : Refusal::NotAnArchive;
-}
-
-mpq::Archive OpenArchiveToRead(const QString &path, Refusal &why)
-{
-    why = !QFileInfo::exists(path) ? Refusal::Missing : IsDirectory(path) ? Refusal::WrongKind : Refusal::None;
-    if (why != Refusal::None) return nullptr;
-    mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
-    if (!archive) why = Refusal::NotAnArchive;
-    return archive;
+    if (const Refusal why = CheckPath(path); why != Refusal::None) return why;
+    return OpenInChild(path);
 }
 
 bool HasContent(const QString &path)

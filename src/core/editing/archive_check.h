@@ -21,13 +21,9 @@ enum class ArchiveUse {
 Refusal CheckPath(const QString &path);
 
 // None when the file at `path` opens as an archive. Else Missing, WrongKind
-// (a folder), EmptyFile (for a change only) or NotAnArchive.
+// (a folder), EmptyFile (for a change only), NotAnArchive, or Damaged (the
+// engine, which opens it in a child process, failed there).
 Refusal CheckArchive(const QString &path, ArchiveUse use);
-
-// The archive at `path` opened to read, with `why` None; else an empty
-// handle with `why` Missing, WrongKind or NotAnArchive, as CheckArchive
-// gives them for a read. For a command that checks and reads with one opening.
-mpq::Archive OpenArchiveToRead(const QString &path, Refusal &why);
 
 // Whether a file with at least one byte stands at `path`: an update of
 // anything else makes a new archive there.

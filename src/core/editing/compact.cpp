@@ -54,14 +54,24 @@ CompactReport CompactArchive(const QString &path, const ListingOptions &options,
                              EventQueue &events)
 {
     CompactReport report;
-    report.archive = CheckArchive(path, ArchiveUse::Change);
+    // The listing is the check: no other opening before it.
+    report.archive = IsFile(path) && QFileInfo(path).size() == 0 ? Refusal::EmptyFile : CheckPath(path);
     if (report.archive != Refusal::None) return report;
     report.sizeBefore = report.sizeAfter = QFileInfo(path).size();
 
+    ListingOptions names = options;
+    names.autoDetect = false;  // the stored names, as the engine takes them
+    CollectingPorts quiet;
+    switch (ListArchiveRows(path, names, quiet, quiet, quiet, nullptr)) {
+    case RecordsRead::NoArchive: report.archive = Refusal::NotAnArchive; return report;
+    case RecordsRead::Damaged: report.archive = Refusal::Damaged; return report;
+    case RecordsRead::Listed:
+    case RecordsRead::Empty: break;
+    }
     std::vector<std::string> stored;
-    for (const QByteArray &name : ListStoredNames(path, options)) {
-        if (name.startsWith(mpq::kUnknownPrefix)) report.nameless.append(name);
-        stored.push_back(name.toStdString());
+    for (const ListRow &row : quiet.rows) {
+        if (row.Tag.startsWith(mpq::kUnknownPrefix)) report.nameless.append(row.Tag);
+        stored.push_back(row.Tag.toStdString());
     }
     if (!report.nameless.isEmpty()) {
         report.archive = Refusal::Nameless;

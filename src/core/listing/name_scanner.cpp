@@ -1,5 +1,7 @@
 #include "listing/name_scanner.h"
 
+#include "boundary/child_work.h"
+
 #include <QFile>
 
 #include <algorithm>
@@ -280,14 +282,21 @@ QList<QByteArray> RecoverNames(mpq::MpqHandle archive, mpq::FileList &records,
 QList<QByteArray> ScanArchiveNames(const QString &path, const ListingOptions &options, StatusPanel &status)
 {
     if (path.isEmpty() || !IsFile(path)) return {};
-    const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
-    const std::int64_t n = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
-    if (n <= 1) return {};
-    mpq::FileList records;
-    ListingOptions listsAlone = options;
-    listsAlone.recoverNames = false;
-    BuildFileLists(archive.get(), path, records, listsAlone, status);
-    QList<QByteArray> names = RecoverNames(archive.get(), records, options.standardNames);
+    NoEvents events;
+    const std::optional<QByteArray> found = RunForResult(
+        [&](ChildPorts &ports) {
+            const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
+            const std::int64_t n = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
+            if (n <= 1) return QByteArray();
+            mpq::FileList records;
+            ListingOptions listsAlone = options;
+            listsAlone.recoverNames = false;
+            BuildFileLists(archive.get(), path, records, listsAlone, ports);
+            return RecoverNames(archive.get(), records, options.standardNames).join('\n');
+        },
+        status, nullptr, events);
+    if (!found || found->isEmpty()) return {};
+    QList<QByteArray> names = found->split('\n');
     std::sort(names.begin(), names.end(), [](const QByteArray &a, const QByteArray &b) {
         return qstricmp(a.constData(), b.constData()) < 0;
     });

@@ -4,16 +4,31 @@
 #include <QLocale>
 #include <QtEndian>
 
+#include <cstring>
+
+#include "boundary/child_work.h"
 #include "listing/text_encoding.h"
 #include "mpq/mpq_library.h"
 #include "tools/mpq_header.h"
 
 namespace {
 
+// The engine reads the layout in a child process; an archive that takes it
+// down has no details to show.
 std::optional<ArchiveDetails> ReadDetails(const QString &path)
 {
+    CollectingPorts quiet;
+    NoEvents events;
+    const std::optional<QByteArray> read = RunForResult(
+        [&](ChildPorts &) {
+            mpq::ArchiveLayout found;
+            if (!mpq::ReadArchiveLayout(PathBytes(path).toStdString(), found)) return QByteArray();
+            return QByteArray(reinterpret_cast<const char *>(&found), sizeof found);
+        },
+        quiet, nullptr, events);
+    if (!read || read->size() != sizeof(mpq::ArchiveLayout)) return std::nullopt;
     mpq::ArchiveLayout layout;
-    if (!mpq::ReadArchiveLayout(PathBytes(path).toStdString(), layout)) return std::nullopt;
+    std::memcpy(&layout, read->constData(), sizeof layout);
     ArchiveDetails details{layout.formatVersion, static_cast<qint64>(layout.headerOffset), layout.sectorSize,
                            layout.hashTableSize, layout.usedSlots, layout.blockTableSize, ArchiveSignature::None};
     if (layout.signature == mpq::SignatureKind::Weak) details.signature = ArchiveSignature::Weak;

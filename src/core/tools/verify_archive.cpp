@@ -41,13 +41,16 @@ VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, S
                            ProgressBar &progress, EventQueue &events)
 {
     VerifyReport report;
-    report.archive = CheckArchive(path, ArchiveUse::Read);
+    // The listing is the check: no other opening before it.
+    report.archive = CheckPath(path);
     if (report.archive != Refusal::None) return report;
-
     CollectingPorts rows;
-    ListingPorts ports{status, progress, rows};
-    qint64 totalSize = 0;
-    LoadArchiveClassic(path, options, ports, totalSize);
+    switch (ListArchiveRows(path, options, status, progress, rows, nullptr)) {
+    case RecordsRead::NoArchive: report.archive = Refusal::NotAnArchive; return report;
+    case RecordsRead::Damaged: report.archive = Refusal::Damaged; return report;
+    case RecordsRead::Listed:
+    case RecordsRead::Empty: break;
+    }
     std::vector<std::string> names;
     names.reserve(rows.rows.size());
     for (const ListRow &row : rows.rows) names.push_back(row.Tag.toStdString());

@@ -33,7 +33,7 @@ struct FaultyFile {
 };
 
 struct VerifyReport {
-    Refusal archive = Refusal::None;  // Missing, WrongKind or NotAnArchive: nothing was checked
+    Refusal archive = Refusal::None;  // Missing, WrongKind, NotAnArchive or Damaged: nothing was checked
     qint64 filesChecked = 0;
     QList<FaultyFile> faulty;         // in the order of the listing
     SignatureVerdict signature = SignatureVerdict::None;
