@@ -139,11 +139,13 @@ void WINAPI OnCompactStep(void *user, DWORD work, ULONGLONG done, ULONGLONG tota
     reporter->channel.Send(record, sizeof record);
 }
 
-// In the child: StormLib compacts the copy under the given names.
+// In the child: StormLib compacts the copy under the given names, and the
+// result must open again.
 int CompactCopy(const CopyFiles &files, ChildChannel &channel)
 {
     HANDLE storm = nullptr;
-    if (!::SFileOpenArchive(files.copy.c_str(), 0, 0, &storm)) return ChildNotAnArchive;
+    if (!guards::UpdateOpenIsSafe(files.copy) || !::SFileOpenArchive(files.copy.c_str(), 0, 0, &storm))
+        return ChildNotAnArchive;
     if (!IsUsableArchive(storm)) {
         ::SFileCloseArchive(storm);
         return ChildNotAnArchive;
@@ -156,7 +158,11 @@ int CompactCopy(const CopyFiles &files, ChildChannel &channel)
     ChildReporter reporter{channel};
     ::SFileSetCompactCallback(storm, OnCompactStep, &reporter);
     const bool compacted = ::SFileCompactArchive(storm, nullptr, false);
-    return ::SFileCloseArchive(storm) && compacted ? ChildDone : ChildNotWritten;
+    if (!::SFileCloseArchive(storm) || !compacted) return ChildNotWritten;
+    HANDLE check = nullptr;
+    if (!::SFileOpenArchive(files.copy.c_str(), 0, STREAM_FLAG_READ_ONLY, &check)) return ChildNotWritten;
+    ::SFileCloseArchive(check);
+    return ChildDone;
 }
 
 // StormLib's compaction cannot be stopped once begun, so it runs in a child
@@ -201,8 +207,7 @@ CompactResult MpqCompactArchive(const std::string &givenPath, const std::vector<
     PrepareSigning();
     RecoverInterruptedUpdate(path);
     struct stat original {};
-    if (::stat(path.c_str(), &original) != 0 || original.st_size == 0 || !guards::UpdateOpenIsSafe(path))
-        return CompactResult::NotAnArchive;
+    if (::stat(path.c_str(), &original) != 0 || original.st_size == 0) return CompactResult::NotAnArchive;
     const std::string folder = FolderOf(path);
     if (::access(path.c_str(), W_OK) != 0 || ::access(folder.c_str(), W_OK | X_OK) != 0)
         return CompactResult::NotWritable;
@@ -229,11 +234,8 @@ CompactResult MpqCompactArchive(const std::string &givenPath, const std::vector<
     if (::chmod(files.copy.c_str(), original.st_mode & 07777) != 0) return fail(CompactResult::NotWritten);
     if (::chown(files.copy.c_str(), original.st_uid, original.st_gid) != 0)
         (void)!::chown(files.copy.c_str(), static_cast<uid_t>(-1), original.st_gid);
-    // Only a copy that opens as an archive and is on the disk replaces it.
-    HANDLE check = nullptr;
-    const bool opens = ::SFileOpenArchive(files.copy.c_str(), 0, STREAM_FLAG_READ_ONLY, &check);
-    if (opens) ::SFileCloseArchive(check);
-    if (!opens || !SyncFile(files.copy) || ::rename(files.copy.c_str(), path.c_str()) != 0)
+    // Only a copy that opened as an archive (in the child) and is on the disk replaces it.
+    if (!SyncFile(files.copy) || ::rename(files.copy.c_str(), path.c_str()) != 0)
         return fail(CompactResult::NotWritten);
     ::unlink(files.names.c_str());
     ::close(fd);
