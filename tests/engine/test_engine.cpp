@@ -13,6 +13,7 @@
 #include <functional>
 #include <set>
 
+#include "mpq/mpq_guards.h"
 #include "mpq/mpq_header.h"
 #include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
@@ -422,13 +423,6 @@ private slots:
         gap.replace(32, 12, QByteArray(12, '\0'));
         gap.replace(16, 4, Word(qFromLittleEndian<quint32>(gap.constData() + 16) - 24));
         QTest::newRow("version 2 hash table with a gap") << gap << 0 << none;
-        // Tables far larger than the file, found behind a map header or through user data.
-        const QByteArray mapHeader = QByteArray("HM3W") + QByteArray(508, '\0');
-        const QByteArray userData = "MPQ\x1B" + Word(16) + Word(512) + Word(16) + QByteArray(496, '\0');
-        QTest::newRow("hash table behind a map header")
-            << HandMadeArchive(8, {list, a}, mapHeader).replace(512 + 24, 4, Word(0x00400000u)) << 0 << none;
-        QTest::newRow("block table behind user data")
-            << HandMadeArchive(8, {list, a}, userData).replace(512 + 28, 4, Word(0x00400000u)) << 0 << none;
         QTest::newRow("hash entry past the block table")
             << with(HandFile{"b.bin", TextData(80), 0x0FFFFFF0}) << 2 << QByteArray("b.bin");
         QTest::newRow("list file in LZMA, for an update")
@@ -451,6 +445,86 @@ private slots:
         QCOMPARE(ReadFile(path), archive);  // a screened archive is left as it was
         const bool updatable = entries > 0 && !unreadable.startsWith('(') && !archive.contains(kEmptySignature.data);
         QCOMPARE(bool(mpq::MpqOpenArchiveForUpdate(Bytes(path), mpq::MOAU_OPEN_EXISTING, 16)), updatable);
+    }
+
+    // Protected maps claim more than the file holds, and the game plays
+    // them: garbage text in the header's size fields, tables far past the
+    // end, the header behind a user-data redirect. Each archive here was
+    // refused or cost gigabytes; every file now lists and reads in a child
+    // bound to 10 seconds and 1 GiB, and the archive stays as it was.
+    void format1TablesAreBoundByTheFile_data()
+    {
+        QTest::addColumn<QByteArray>("archive");
+        const QList<HandFile> files = {{"(listfile)", "a.txt\r\nb.txt\r\n"}, {"a.txt", TextData(600)}, {"b.txt", "bee"}};
+        const auto patched = [&](const QByteArray &prefix, QList<QPair<int, QByteArray>> fields) {
+            QByteArray bytes = HandMadeArchive(8, files, prefix);
+            for (const auto &[at, field] : fields) bytes.replace(prefix.size() + at, field.size(), field);
+            return bytes;
+        };
+        const QByteArray garbage = "(c)prot!", allBlocks = Word(0x0FFFFFFFu);  // header and archive size; entries
+        const QByteArray userData = "MPQ\x1B" + Word(16) + Word(512) + Word(16) + QByteArray(496, '\0');
+        const QByteArray mapHeader = QByteArray("HM3W") + QByteArray(508, '\0');
+        // A redirect to where no header is: the search goes on from there.
+        const QByteArray missed = "MPQ\x1B" + Word(16) + Word(16) + Word(16) + QByteArray(512, '\0');
+        QTest::newRow("garbage sizes, block table past the end") << patched({}, {{4, garbage}, {28, allBlocks}});
+        QTest::newRow("hash table past the end") << patched({}, {{24, allBlocks}});
+        QTest::newRow("behind user data, garbage sizes") << patched(userData, {{4, garbage}, {28, allBlocks}});
+        QTest::newRow("behind a map header") << patched(mapHeader, {{24, Word(0x00400000u)}, {28, allBlocks}});
+        QTest::newRow("behind a redirect that misses") << patched(missed, {{28, allBlocks}});
+    }
+
+    void format1TablesAreBoundByTheFile()
+    {
+        QFETCH(QByteArray, archive);
+        const QString path = WriteFile(Path(DataTagFileName() + ".w3x"), archive);
+        QCOMPARE(ListAndReadInChild(path), 3);
+        QCOMPARE(ReadStored(path, "a.txt"), TextData(600));
+        QCOMPARE(ReadStored(path, "b.txt"), QByteArray("bee"));
+        QCOMPARE(ReadFile(path), archive);
+    }
+
+    // HET and BET tables of formats 3 and 4 with a field changed, on which
+    // StormLib aborts, crashes or writes past a buffer: the engine opens the
+    // archive through its classic tables, or refuses it when it has none.
+    void extTablesStormLibCannotReadAreLeftOut_data()
+    {
+        QTest::addColumn<QByteArray>("archive");
+        QTest::addColumn<int>("verdict");
+        QTest::addColumn<int>("entries");
+        const QList<StoredFile> files = Files(4);
+        const QByteArray v3 = StormArchiveBytes(Path("v3.mpq"), 3, files);
+        const QByteArray v4 = StormArchiveBytes(Path("v4.mpq"), 4, files);
+        QList<StoredFile> same;  // whose BET table compresses
+        for (int n = 0; n < 40; ++n) same.append({"same" + QByteArray::number(n), TextData(100)});
+        const QByteArray many = StormArchiveBytes(Path("many.mpq"), 4, same);
+        QVERIFY(!v3.isEmpty() && !v4.isEmpty() && !many.isEmpty());
+        const int safe = int(mpq::guards::OpenVerdict::Safe), screened = int(mpq::guards::OpenVerdict::Screened);
+        const bool het = false, bet = true;
+        QTest::newRow("sound tables") << v4 << safe << 5;
+        QTest::newRow("HET of another version") << WithExtTableWord(v3, het, 4, 2) << screened << 5;
+        QTest::newRow("HET slots past its table") << WithExtTableWord(v4, het, 20, 0x1000) << screened << 5;
+        QTest::newRow("BET entries off the block table") << WithExtTableWord(v3, bet, 16, 0x1000) << screened << 5;
+        QTest::newRow("BET flag index past its entry") << WithExtTableWord(v4, bet, 60, 20) << screened << 5;
+        const QByteArray packed = WithCompressedBet(WithExtTableWord(many, bet, 16, 5));
+        QVERIFY(!packed.isEmpty());
+        QTest::newRow("compressed BET entries off the block table") << packed << screened << 41;
+        const int unsafe = int(mpq::guards::OpenVerdict::Unsafe);
+        QTest::newRow("broken HET, no hash table")
+            << WithExtTableWord(v3, het, 4, 2).replace(24, 4, Word(0)) << unsafe << 0;
+        // Measured up to the block table, the hash table is read past its buffer.
+        const quint32 hashAt = qFromLittleEndian<quint32>(v3.constData() + 16);
+        QTest::newRow("hash table longer than its entries")
+            << QByteArray(v3).replace(16, 4, Word(hashAt - 64)) << unsafe << 0;
+    }
+
+    void extTablesStormLibCannotReadAreLeftOut()
+    {
+        QFETCH(QByteArray, archive);
+        QFETCH(int, verdict);
+        QFETCH(int, entries);
+        const QString path = WriteFile(Path(DataTagFileName() + ".SC2Map"), archive);
+        QCOMPARE(int(mpq::guards::CheckOpen(Bytes(path))), verdict);
+        QCOMPARE(ListAndReadInChild(path), entries);
     }
 
     void headerScan_data()

@@ -275,3 +275,111 @@ QByteArray WithBlockEntry(QByteArray archive, int headerAt, int index, std::uint
 }
 
 }  // namespace fixtures
+
+#include <QCryptographicHash>
+
+#include <StormLib.h>
+
+namespace fixtures {
+
+QByteArray StormArchiveBytes(const QString &path, int formatVersion, const QList<StoredFile> &files)
+{
+    QFile::remove(path);
+    SFILE_CREATE_MPQ create{};
+    create.cbSize = sizeof create;
+    create.dwMpqVersion = DWORD(formatVersion - 1);
+    create.dwFileFlags1 = MPQ_FILE_EXISTS | MPQ_FILE_COMPRESS;  // the list file
+    create.dwSectorSize = 4096;  // StormLib 9.22 cannot open what it makes with sectors of 512 bytes
+    create.dwMaxFileCount = DWORD(files.size()) + 8;
+    HANDLE archive = nullptr;
+    if (!SFileCreateArchive2(QFile::encodeName(path).constData(), &create, &archive)) return {};
+    bool ok = true;
+    for (const StoredFile &file : files) {
+        HANDLE stored = nullptr;
+        ok = ok && SFileCreateFile(archive, file.name.constData(), 0, DWORD(file.data.size()), 0,
+                                   MPQ_FILE_COMPRESS | MPQ_FILE_REPLACEEXISTING, &stored);
+        ok = ok && SFileWriteFile(stored, file.data.constData(), DWORD(file.data.size()), MPQ_COMPRESSION_ZLIB);
+        if (stored != nullptr) ok = SFileFinishFile(stored) && ok;
+    }
+    ok = SFileCloseArchive(archive) && ok;
+    return ok ? ReadFile(path) : QByteArray();
+}
+
+// Where a HET or BET table lies and how long it is stored: a format 4 header
+// gives the length, in format 3 the next table begins where it ends.
+struct ExtTableSpan {
+    qsizetype at, size;
+    std::uint32_t key;
+};
+
+static ExtTableSpan ExtTableOf(const QByteArray &archive, bool bet)
+{
+    const auto word64 = [&](qsizetype at) { return qsizetype(qFromLittleEndian<quint64>(archive.constData() + at)); };
+    const bool version4 = archive[12] == MPQ_FORMAT_VERSION_4;
+    const qsizetype hetAt = word64(0x3C), betAt = word64(0x34);
+    const qsizetype hashAt = qFromLittleEndian<quint32>(archive.constData() + 16);
+    if (bet) return {betAt, version4 ? word64(0x64) : hashAt - betAt, MPQ_KEY_BLOCK_TABLE};
+    return {hetAt, version4 ? word64(0x5C) : betAt - hetAt, MPQ_KEY_HASH_TABLE};
+}
+
+// The table's words behind its plain 12-byte header, decrypted.
+static std::vector<std::uint32_t> ExtTableWords(const QByteArray &archive, const ExtTableSpan &span)
+{
+    std::vector<std::uint32_t> words(std::size_t(span.size - 12) / 4);
+    for (std::size_t i = 0; i < words.size(); ++i)
+        words[i] = qFromLittleEndian<quint32>(archive.constData() + span.at + 12 + qsizetype(i) * 4);
+    const auto &table = mpq::CryptTable();
+    std::uint32_t key = span.key, seed = 0xEEEEEEEE;
+    for (std::uint32_t &value : words) {
+        seed += table[0x400 + (key & 0xFF)];
+        value ^= key + seed;
+        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
+        seed = value + seed + (seed << 5) + 3;
+    }
+    return words;
+}
+
+QByteArray WithExtTableWord(QByteArray archive, bool bet, int offset, std::uint32_t value)
+{
+    const ExtTableSpan span = ExtTableOf(archive, bet);
+    if (offset < 12) {
+        const quint32 word = qToLittleEndian(value);
+        return archive.replace(span.at + offset, 4, QByteArray(reinterpret_cast<const char *>(&word), 4));
+    }
+    std::vector<std::uint32_t> words = ExtTableWords(archive, span);
+    words[std::size_t(offset - 12) / 4] = value;
+    mpq::EncryptWords(words, span.key);
+    QByteArray encrypted;
+    AppendWords(encrypted, words);
+    return archive.replace(span.at + 12, encrypted.size(), encrypted);
+}
+
+QByteArray WithCompressedBet(QByteArray archive)
+{
+    const ExtTableSpan span = ExtTableOf(archive, true);
+    std::vector<std::uint32_t> words = ExtTableWords(archive, span);
+    // Zeros behind the table's parts, counted in both its sizes, make it
+    // compress; StormLib reads only the parts.
+    constexpr quint32 kZeros = 256;
+    const quint32 dataSize = qFromLittleEndian<quint32>(archive.constData() + span.at + 8) + kZeros;
+    words[0] += kZeros;
+    QByteArray plain;
+    AppendWords(plain, words);
+    plain = plain.left(dataSize - kZeros) + QByteArray(kZeros, '\0');
+    // zlib's stream without Qt's length before it, behind the byte that names zlib.
+    QByteArray packed = '\x02' + qCompress(plain, 9).mid(4);
+    packed.append(QByteArray(-packed.size() & 3, '\0'));
+    if (12 + packed.size() >= qsizetype(dataSize)) return {};
+    words.resize(std::size_t(packed.size()) / 4);
+    for (std::size_t i = 0; i < words.size(); ++i) words[i] = qFromLittleEndian<quint32>(packed.constData() + i * 4);
+    mpq::EncryptWords(words, span.key);
+    const quint64 at = qToLittleEndian(quint64(archive.size())), size = qToLittleEndian(12 + quint64(packed.size()));
+    archive.append(archive.mid(span.at, 8));
+    AppendWords(archive, {dataSize});
+    AppendWords(archive, words);
+    archive.replace(0x34, 8, QByteArray(reinterpret_cast<const char *>(&at), 8));
+    archive.replace(0x64, 8, QByteArray(reinterpret_cast<const char *>(&size), 8));
+    return archive.replace(0xC0, 16, QCryptographicHash::hash(archive.left(0xC0), QCryptographicHash::Md5));
+}
+
+}  // namespace fixtures

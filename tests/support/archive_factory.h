@@ -108,3 +108,20 @@ QByteArray WithBlockEntry(QByteArray archive, int headerAt, int index, std::uint
                           std::uint32_t storedSize, std::uint32_t fullSize, std::uint32_t flags);
 
 }  // namespace fixtures
+
+// Archives of formats 3 and 4 as StormLib writes them, with HET and BET
+// tables beside the classic ones, and those tables changed afterwards.
+namespace fixtures {
+
+// The bytes of an archive of `formatVersion` (3 or 4) that StormLib makes at
+// `path` with `files` and a list file; empty when it could not.
+QByteArray StormArchiveBytes(const QString &path, int formatVersion, const QList<StoredFile> &files);
+// The archive (header at 0) with the 32-bit word at `offset` in its HET table
+// (or BET table), counted from the table's start, set to `value`.
+QByteArray WithExtTableWord(QByteArray archive, bool bet, int offset, std::uint32_t value);
+// A format 4 archive (header at 0) whose BET table is stored compressed, at
+// the end of the file; empty when the table does not compress enough for
+// StormLib to take it as compressed.
+QByteArray WithCompressedBet(QByteArray archive);
+
+}  // namespace fixtures

@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cerrno>
 #include <csignal>
 #include <cstdint>
@@ -34,7 +35,60 @@ ULONGLONG CalculateRawSectorOffset(TMPQFile *hf, DWORD dwSectorOffset);
 
 namespace mpq::guards {
 
+namespace detail {
+
+std::size_t ReadAt(int fd, std::uint64_t offset, void *buffer, std::size_t size)
+{
+    if (size == 0) return 0;
+    std::memset(buffer, 0, size);
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t got = ::pread(fd, static_cast<char *>(buffer) + done, size - done,
+                                    static_cast<off_t>(offset + done));
+        if (got <= 0) break;
+        done += static_cast<std::size_t>(got);
+    }
+    return done;
+}
+
+void Decrypt(std::vector<std::uint32_t> &words, std::uint32_t key)
+{
+    const auto &table = CryptTable();
+    std::uint32_t seed = 0xEEEEEEEE;
+    for (std::uint32_t &word : words) {
+        seed += table[0x400 + (key & 0xFF)];
+        word ^= key + seed;
+        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
+        seed = word + seed + (seed << 5) + 3;
+    }
+}
+
+extern "C" void __sanitizer_set_death_callback(void (*callback)()) __attribute__((weak));
+
+// A crash in the child ends only the child, and quietly: no handler of the
+// program or of a sanitizer runtime reports it as the program's own.
+int InChild(const std::function<int()> &work)
+{
+    const pid_t child = ::fork();
+    if (child < 0) return -1;
+    if (child == 0) {
+        if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(nullptr);
+        for (int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, SIG_DFL);
+        ::_exit(work() & 0xFF);
+    }
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) return -1;
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+}  // namespace detail
+
 namespace {
+
+using detail::Decrypt;
+using detail::ReadAt;
 
 constexpr std::uint32_t kUserDataId = 0x1B51504D;  // "MPQ\x1B"
 constexpr std::uint32_t kMpkId = 0x1A4B504D;       // "MPK\x1A"
@@ -51,35 +105,6 @@ std::uint16_t Le16(const unsigned char *p) { return static_cast<std::uint16_t>(p
 
 std::uint64_t Le64(const unsigned char *p) { return Le32(p) | std::uint64_t{Le32(p + 4)} << 32; }
 
-// Reads up to `size` bytes at `offset`; what lies past the end stays zero.
-// Returns the count read.
-std::size_t ReadAt(int fd, std::uint64_t offset, void *buffer, std::size_t size)
-{
-    if (size == 0) return 0;
-    std::memset(buffer, 0, size);
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t got = ::pread(fd, static_cast<char *>(buffer) + done, size - done,
-                                    static_cast<off_t>(offset + done));
-        if (got <= 0) break;
-        done += static_cast<std::size_t>(got);
-    }
-    return done;
-}
-
-// Decrypts whole 32-bit words in place, as MPQ tables and file data are encrypted.
-void Decrypt(std::vector<std::uint32_t> &words, std::uint32_t key)
-{
-    const auto &table = CryptTable();
-    std::uint32_t seed = 0xEEEEEEEE;
-    for (std::uint32_t &word : words) {
-        seed += table[0x400 + (key & 0xFF)];
-        word ^= key + seed;
-        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
-        seed = word + seed + (seed << 5) + 3;
-    }
-}
-
 std::uint32_t DecryptFirstWord(std::uint32_t word, std::uint32_t key)
 {
     return word ^ (key + 0xEEEEEEEE + CryptTable()[0x400 + (key & 0xFF)]);
@@ -93,47 +118,63 @@ struct Header {
     bool warcraft3Map = false;  // the engine then takes every header as version 1
 };
 
-// Finds the header where StormLib finds it: the first "MPQ\x1A" (or "MPK\x1A")
-// at a multiple of 512 bytes within the first 128 MiB, or the header that an
-// "MPQ\x1B" user-data header there points at. Files that begin as a Warcraft
-// III map have their user-data headers ignored.
+// Finds the header where StormLib finds it: the first "MPQ\x1A" whose size
+// field says at least 32 bytes, or "MPK\x1A", at a multiple of 512 bytes
+// within the first 128 MiB. The first valid "MPQ\x1B" user-data header met
+// on the way sends the search to where it points, and the search goes on
+// from there in steps of 512 bytes: protected maps hide their header behind
+// such a redirect. Files that begin as a Warcraft III map have their
+// user-data and MPK headers ignored, as the game ignores them.
 Header FindHeader(int fd, std::uint64_t fileSize)
 {
     Header header;
     unsigned char first[16] = {};
     if (ReadAt(fd, 0, first, sizeof first) < sizeof first) return header;
     header.warcraft3Map = Le32(first) == kWarcraft3MapId && Le32(first + 4) == 0;
-    ScanForHeader(fd, kHeaderSearchEnd, kHeaderBytes, [&](std::uint64_t offset, const unsigned char *at, std::size_t) {
-        std::array<unsigned char, kHeaderBytes> bytes{};
-        std::memcpy(bytes.data(), at, kHeaderBytes);
-        std::uint32_t id = Le32(bytes.data());
-        if (id == kUserDataId && !header.warcraft3Map) {
-            const std::uint32_t userDataSize = Le32(&bytes[4]), headerOffset = Le32(&bytes[8]),
-                                userDataHeader = Le32(&bytes[12]);
+    const std::uint64_t end = std::min(fileSize, kHeaderSearchEnd);
+    std::uint64_t redirect = 0;
+    bool redirected = false;
+    const auto take = [&](std::uint64_t offset, const unsigned char *at, bool userDataCounts) {
+        const std::uint32_t id = Le32(at);
+        if (id == kUserDataId && userDataCounts && !header.warcraft3Map) {
+            const std::uint32_t userDataSize = Le32(at + 4), headerOffset = Le32(at + 8);
+            const std::uint32_t userDataHeader = Le32(at + 12);
             if (userDataHeader <= userDataSize && userDataSize <= headerOffset &&
                 offset + headerOffset + MPQ_HEADER_SIZE_V1 < fileSize) {
-                offset += headerOffset;
-                ReadAt(fd, offset, bytes.data(), bytes.size());
-                id = Le32(bytes.data());
+                redirect = offset + headerOffset;
+                return redirected = true;
             }
         }
-        if (id == ID_MPQ && Le32(&bytes[4]) >= MPQ_HEADER_SIZE_V1)
+        if (id == ID_MPQ && Le32(at + 4) >= MPQ_HEADER_SIZE_V1)
             header.kind = Header::Kind::Mpq;
-        else if (id == kMpkId)
+        else if (id == kMpkId && !header.warcraft3Map)
             header.kind = Header::Kind::Mpk;
         else
             return false;
         header.at = offset;
-        header.bytes = bytes;
+        std::memcpy(header.bytes.data(), at, kHeaderBytes);
         return true;
-    });
+    };
+    ScanForHeader(fd, end, kHeaderBytes,
+                  [&](std::uint64_t offset, const unsigned char *at, std::size_t) { return take(offset, at, true); });
+    if (!redirected) return header;
+    constexpr std::uint64_t kChunk = 128 * kHeaderStep;
+    std::vector<unsigned char> chunk(kChunk + kHeaderBytes);
+    for (std::uint64_t base = redirect; base < end; base += kChunk) {
+        ReadAt(fd, base, chunk.data(), chunk.size());
+        for (std::uint64_t step = 0; step < kChunk && base + step < end; step += kHeaderStep)
+            if (take(base + step, &chunk[step], false)) return header;
+    }
     return header;
 }
 
 // The format version the engine gives a header. A version 2 header must be
 // exactly of its size, else it is read as version 1; a Warcraft III map's
 // header is always version 1, and so is one of a version the engine does not
-// know.
+// know. A version 1 header's size is taken as 32 bytes whatever its field
+// says, and its archive size field is never looked at: protected maps fill
+// both with garbage text, which the game ignores, and so does StormLib 9.22
+// (it measures such an archive to the end of the file).
 int FormatVersion(const Header &header)
 {
     if (header.warcraft3Map) return MPQ_FORMAT_VERSION_1;
@@ -201,13 +242,26 @@ std::vector<std::uint32_t> ReadTable(int fd, std::uint64_t fileSize, std::uint64
 
 namespace {
 
-// What the checks before an open found, and what the screened copy needs.
+using detail::Patch;
+
+// What the checks before an open found, and what the screened copy changes.
 struct Examination {
     OpenVerdict verdict = OpenVerdict::Safe;
-    std::uint64_t hashAt = 0;              // the hash table's offset in the file
-    std::vector<std::uint32_t> hashes;     // its words as far as the file holds them, decrypted
-    std::vector<std::size_t> screenedSlots;  // hash slots to delete in the copy
+    std::vector<Patch> patches;
 };
+
+void Screen(Examination &result, std::vector<Patch> patches)
+{
+    result.verdict = OpenVerdict::Screened;
+    result.patches.insert(result.patches.end(), patches.begin(), patches.end());
+}
+
+std::vector<unsigned char> WordBytes(const std::vector<std::uint32_t> &words)
+{
+    std::vector<unsigned char> bytes(words.size() * 4);
+    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(words[i / 4] >> (8 * (i % 4)));
+    return bytes;
+}
 
 Examination Examine(int fd, std::uint64_t fileSize)
 {
@@ -231,25 +285,63 @@ Examination Examine(int fd, std::uint64_t fileSize)
         result.verdict = OpenVerdict::Unsafe;
         return result;
     }
+    const std::uint64_t hashAt = TableOffset(header, version, Le32(h + 16), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 40) : 0);
+    const std::uint64_t blockAt = TableOffset(header, version, Le32(h + 20), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 42) : 0);
+    std::uint64_t hashCount = Le32(h + 24) & BLOCK_INDEX_MASK, blockCount = Le32(h + 28) & BLOCK_INDEX_MASK;
     // StormLib 9.22 allocates, fills and decrypts the hash and block tables
     // at the size the header claims (up to 2^28 entries of 16 bytes), and a
     // file table beside them, before it looks at what the file holds: a small
     // file that claims huge tables costs gigabytes and tens of seconds.
-    // Tables of these versions are stored whole, so none can be larger than
-    // the file. A version 4 table may be compressed; it can then unpack to no
-    // more than a fixed multiple of what it takes in the file.
-    const std::uint64_t hashBytes = std::uint64_t{Le32(h + 24) & BLOCK_INDEX_MASK} * 16;
-    const std::uint64_t blockBytes = std::uint64_t{Le32(h + 28) & BLOCK_INDEX_MASK} * 16;
-    std::uint64_t hashLimit = fileSize, blockLimit = fileSize;
-    if (version == MPQ_FORMAT_VERSION_4) {
-        constexpr std::uint64_t kLargestUnpacking = 64;
-        hashLimit = std::min(fileSize, Le64(h + 68)) * kLargestUnpacking;
-        blockLimit = std::min(fileSize, Le64(h + 76)) * kLargestUnpacking;
+    if (version == MPQ_FORMAT_VERSION_1) {
+        // Protected maps claim a block table far longer than the file, and
+        // the game reads it as far as the file goes. StormLib does so too,
+        // after that allocation, and takes the zeros it fills the rest with,
+        // decrypted, for entries. The copy's header claims the entries the
+        // file holds, 16 bytes each.
+        const std::uint64_t blockRoom = blockAt < fileSize ? (fileSize - blockAt) / 16 : 0;
+        if (blockCount > blockRoom) {
+            blockCount = blockRoom;
+            Screen(result, {{header.at + 28, WordBytes({static_cast<std::uint32_t>(blockRoom)})}});
+        }
+        // A hash table that runs past the end StormLib cuts likewise, then
+        // gathers its valid entries at its start and looks names up among
+        // them all. The copy claims the least power of two above the entries
+        // the file holds: StormLib still cuts it there, and finds the same.
+        const std::uint64_t hashRoom = hashAt < fileSize ? (fileSize - hashAt) / 16 : 0;
+        const std::uint64_t hashCut = hashRoom == 0 ? 1 : std::bit_floor(hashRoom) * 2;
+        if (hashCount > hashCut) {
+            hashCount = hashCut;
+            Screen(result, {{header.at + 24, WordBytes({static_cast<std::uint32_t>(hashCut)})}});
+        }
+    } else {
+        // Tables of later versions are stored whole, so none can be larger
+        // than the file. A version 4 table may be compressed; it can then
+        // unpack to no more than a fixed multiple of what it takes in the file.
+        std::uint64_t hashLimit = fileSize, blockLimit = fileSize;
+        if (version == MPQ_FORMAT_VERSION_4) {
+            constexpr std::uint64_t kLargestUnpacking = 64;
+            hashLimit = std::min(fileSize, Le64(h + 68)) * kLargestUnpacking;
+            blockLimit = std::min(fileSize, Le64(h + 76)) * kLargestUnpacking;
+        }
+        if (hashCount * 16 > hashLimit || blockCount * 16 > blockLimit ||
+            (version == MPQ_FORMAT_VERSION_2 && !Version2TablesInOrder(header, fileSize)) ||
+            (version >= MPQ_FORMAT_VERSION_3 && !detail::ClassicTablesFit(h, version))) {
+            result.verdict = OpenVerdict::Unsafe;
+            return result;
+        }
     }
-    if (hashBytes > hashLimit || blockBytes > blockLimit ||
-        (version == MPQ_FORMAT_VERSION_2 && !Version2TablesInOrder(header, fileSize))) {
-        result.verdict = OpenVerdict::Unsafe;
-        return result;
+
+    // StormLib 9.22 aborts, or reads and writes outside its buffers, on HET
+    // and BET tables it cannot read (mpq_guards_tables.cpp). The copy leaves
+    // them out, so that StormLib reads the classic tables; without any,
+    // nothing is left.
+    if (version >= MPQ_FORMAT_VERSION_3 &&
+        detail::CheckExtTables(fd, fileSize, header.at, h, version) == detail::ExtTables::Broken) {
+        if (hashCount == 0) {
+            result.verdict = OpenVerdict::Unsafe;
+            return result;
+        }
+        Screen(result, detail::WithoutExtTables(header.at, h, version));
     }
 
     // StormLib 9.22 asserts, and so aborts, while it opens an archive whose
@@ -257,24 +349,19 @@ Examination Examine(int fd, std::uint64_t fileSize)
     // that says a file exists there. The engine leaves an entry empty when
     // its block is no file, lies past the block table, claims 2 GiB or more,
     // or begins past the end of the file. Such entries are looked for in the
-    // whole hash table, whatever their locale; the copy that ScreenedCopy
-    // makes has them deleted.
-    result.hashAt = TableOffset(header, version, Le32(h + 16), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 40) : 0);
-    const std::uint64_t blockAt = TableOffset(header, version, Le32(h + 20), version >= MPQ_FORMAT_VERSION_2 ? Le16(h + 42) : 0);
-    result.hashes = ReadTable(fd, fileSize, result.hashAt, hashBytes, MPQ_KEY_HASH_TABLE);
-    const std::vector<std::uint32_t> &hashes = result.hashes;
-    const std::uint64_t blockCount = blockBytes / 16;
-    const std::uint64_t fileTableSize = std::max(hashBytes / 16, blockCount);
+    // whole hash table, whatever their locale; the copy has them deleted.
+    std::vector<std::uint32_t> hashes = ReadTable(fd, fileSize, hashAt, hashCount * 16, MPQ_KEY_HASH_TABLE);
+    const std::uint64_t fileTableSize = std::max(hashCount, blockCount);
     static const std::uint32_t nameA = HashString(SIGNATURE_NAME, std::strlen(SIGNATURE_NAME), HashType::NameA);
     static const std::uint32_t nameB = HashString(SIGNATURE_NAME, std::strlen(SIGNATURE_NAME), HashType::NameB);
     std::vector<std::uint32_t> blocks;
-    bool blocksRead = false;
+    bool blocksRead = false, screened = false;
     for (std::size_t i = 0; i + 4 <= hashes.size(); i += 4) {
         if (hashes[i] != nameA || hashes[i + 1] != nameB) continue;
         const std::uint32_t index = hashes[i + 3] & BLOCK_INDEX_MASK;
         if (index >= fileTableSize) continue;
         if (!blocksRead) {
-            blocks = ReadTable(fd, fileSize, blockAt, blockBytes, MPQ_KEY_BLOCK_TABLE);
+            blocks = ReadTable(fd, fileSize, blockAt, blockCount * 16, MPQ_KEY_BLOCK_TABLE);
             blocksRead = true;
         }
         const std::size_t at = std::size_t{index} * 4;
@@ -282,9 +369,13 @@ Examination Examine(int fd, std::uint64_t fileSize)
         const std::uint32_t flags = present ? blocks[at + 3] : 0, fullSize = present ? blocks[at + 2] : 0;
         const std::uint64_t begins = TableOffset(header, version, present ? blocks[at] : 0, 0);
         if ((flags & MPQ_FILE_EXISTS) == 0 || (fullSize & 0x80000000u) != 0 || begins >= fileSize) {
-            result.verdict = OpenVerdict::Screened;
-            result.screenedSlots.push_back(i / 4);
+            hashes[i + 3] = HASH_ENTRY_DELETED;
+            screened = true;
         }
+    }
+    if (screened) {
+        EncryptWords(hashes, MPQ_KEY_HASH_TABLE);
+        Screen(result, {{hashAt, WordBytes(hashes)}});
     }
     return result;
 }
@@ -321,7 +412,7 @@ int ScreenedCopy(const std::string &path)
     if (source < 0) return -1;
     struct stat st {};
     const auto fileSize = static_cast<std::uint64_t>(::fstat(source, &st) == 0 ? st.st_size : 0);
-    Examination found = fileSize > 0 && fileSize <= kLargestCopy ? Examine(source, fileSize) : Examination{};
+    const Examination found = fileSize > 0 && fileSize <= kLargestCopy ? Examine(source, fileSize) : Examination{};
     int copy = found.verdict == OpenVerdict::Screened ? ::memfd_create("arcavera-screened", MFD_CLOEXEC) : -1;
     std::vector<char> chunk(1 << 20);
     for (std::uint64_t at = 0; copy >= 0 && at < fileSize; at += chunk.size()) {
@@ -333,12 +424,12 @@ int ScreenedCopy(const std::string &path)
     }
     ::close(source);
     if (copy < 0) return -1;
-    for (std::size_t slot : found.screenedSlots) found.hashes[slot * 4 + 3] = HASH_ENTRY_DELETED;
-    EncryptWords(found.hashes, MPQ_KEY_HASH_TABLE);
-    std::vector<unsigned char> bytes(found.hashes.size() * 4);
-    for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<unsigned char>(found.hashes[i / 4] >> (8 * (i % 4)));
-    // The copy must now pass as it is.
-    if (!WriteAll(copy, found.hashAt, bytes.data(), bytes.size()) || Examine(copy, fileSize).verdict != OpenVerdict::Safe) {
+    // Each change stays within the file, and the copy must then pass as it is.
+    bool written = true;
+    for (const Patch &patch : found.patches)
+        written = written && patch.at + patch.bytes.size() <= fileSize &&
+                  WriteAll(copy, patch.at, patch.bytes.data(), patch.bytes.size());
+    if (!written || Examine(copy, fileSize).verdict != OpenVerdict::Safe) {
         ::close(copy);
         return -1;
     }
@@ -440,19 +531,12 @@ std::vector<unsigned char> BlockBytes(int fd, const PackedBlock &block, bool enc
     return bytes;
 }
 
-extern "C" void __sanitizer_set_death_callback(void (*callback)()) __attribute__((weak));
-
 // Unpacks the blocks with the engine in a child process; whether it ended
-// normally. A crash there ends only the child, and quietly: no handler of the
-// program or of a sanitizer runtime reports it as the program's own.
+// normally.
 bool EngineUnpacksInChild(const std::vector<std::pair<std::vector<unsigned char>, std::uint32_t>> &blocks,
                           bool version1)
 {
-    const pid_t child = ::fork();
-    if (child < 0) return false;
-    if (child == 0) {
-        if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(nullptr);
-        for (int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, SIG_DFL);
+    return detail::InChild([&] {
         std::vector<unsigned char> out;
         for (const auto &[packed, full] : blocks) {
             std::vector<unsigned char> in = packed;
@@ -463,13 +547,8 @@ bool EngineUnpacksInChild(const std::vector<std::pair<std::vector<unsigned char>
             else
                 SCompDecompress2(out.data(), &outLength, in.data(), static_cast<int>(in.size()));
         }
-        ::_exit(0);
-    }
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) return false;
-    }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        return 0;
+    }) == 0;
 }
 
 // Guards of the blocks a read unpacks, looked at before the first read:
