@@ -16,6 +16,7 @@ constexpr StatusRow kStatuses[] = {
     {Refusal::WrongKind, 2},
     {Refusal::NotCreatable, 2},
     {Refusal::NotWritable, 2},
+    {Refusal::Malformed, 2},
     // 3: the file holds no MPQ archive, and is left as it is.
     {Refusal::EmptyFile, 3},
     {Refusal::NotAnArchive, 3},

@@ -26,7 +26,7 @@ namespace {
 // Texts of our own, so that a listing shows it takes what it is handed.
 ListingOptions Options(bool autoDetect = true, qint16 useLists = 1, const QString &listFiles = {})
 {
-    return ListingOptions{"open %v", "list of %v", "external lists", "ready", "no archive: %v", "damaged: %v",
+    return ListingOptions{"open %v", "list of %v", "external lists", "ready", "no archive: %v", "damaged: %v", "malformed: %v",
                           useLists,  listFiles,    autoDetect,       false,   {}};
 }
 

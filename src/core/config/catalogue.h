@@ -47,6 +47,7 @@ struct MessageStrings {
         StatusBarNotWritable,  // the archive cannot be opened for a change: nothing was changed
         StatusBarNotOpened,    // "%v": the path, which does not open as an archive
         StatusBarDamaged,      // "%v": the path, whose reading takes the engine down
+        StatusBarMalformed,    // "%v": the path, an archive that reads but is never changed
         StatusBarNotAdded,     // "%v": how many files of an add did not go in
         StatusBarNotStored,    // "%v": a name the archive does not store (any more)
         StatusBarKept;         // "%v": a stored name the archive keeps for itself

@@ -21,6 +21,7 @@ ListingOptions ListingOptionsOf(const AppConfig &config)
     options.ready = t.StatusBarReady;
     options.notOpened = t.StatusBarNotOpened;
     options.damaged = t.StatusBarDamaged;
+    options.malformed = t.StatusBarMalformed;
     options.useLists = config.UseLists;
     options.listFiles = config.ListFiles;
     options.autoDetect = config.AutoDetectFile != 0;

@@ -9,22 +9,23 @@
 
 namespace {
 
-// None when the archive opens; NotAnArchive, or Damaged when the engine's
-// child died or stalled opening it.
+// None when the archive opens; Malformed when it opens only as a protected
+// map does; NotAnArchive, or Damaged when the engine's child died or
+// stalled opening it.
 Refusal OpenInChild(const QString &path)
 {
     CollectingPorts quiet;
     NoEvents events;
     const std::optional<QByteArray> opened = RunForResult(
         [&](ChildPorts &) {
-            return QByteArray(mpq::SFileOpenArchive(PathBytes(path).toStdString()) ? "1" : "0");
+            const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
+            if (!archive) return QByteArray("0");
+            return QByteArray(mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_MALFORMED) == 1 ? "m" : "1");
         },
         quiet, nullptr, events);
     if (!opened) return Refusal::Damaged;
-    return *opened == "1" ? Refusal::None : Refusal::NotAnArchive;
+    return *opened == "1" ? Refusal::None : *opened == "m" ? Refusal::Malformed : Refusal::NotAnArchive;
 }
-
-bool OpensAsArchive(const QString &path) { return OpenInChild(path) == Refusal::None; }
 
 }  // namespace
 
@@ -38,7 +39,8 @@ Refusal CheckArchive(const QString &path, ArchiveUse use)
 {
     if (use == ArchiveUse::Change && IsFile(path) && QFileInfo(path).size() == 0) return Refusal::EmptyFile;
     if (const Refusal why = CheckPath(path); why != Refusal::None) return why;
-    return OpenInChild(path);
+    const Refusal opened = OpenInChild(path);
+    return opened == Refusal::Malformed && use == ArchiveUse::Read ? Refusal::None : opened;
 }
 
 bool HasContent(const QString &path)
@@ -49,7 +51,8 @@ bool HasContent(const QString &path)
 Refusal WhyUpdateNotOpened(const QString &path, bool hadContent)
 {
     if (!hadContent) return Refusal::NotCreatable;
-    return OpensAsArchive(path) ? Refusal::NotWritable : Refusal::NotAnArchive;
+    const Refusal opened = OpenInChild(path);
+    return opened == Refusal::None ? Refusal::NotWritable : opened;
 }
 
 QList<bool> AreStored(const QString &archivePath, const QList<QByteArray> &names)

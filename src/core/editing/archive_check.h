@@ -21,8 +21,8 @@ enum class ArchiveUse {
 Refusal CheckPath(const QString &path);
 
 // None when the file at `path` opens as an archive. Else Missing, WrongKind
-// (a folder), EmptyFile (for a change only), NotAnArchive, or Damaged (the
-// engine, which opens it in a child process, failed there).
+// (a folder), EmptyFile or Malformed (for a change only), NotAnArchive, or
+// Damaged (the engine, which opens it in a child process, failed there).
 Refusal CheckArchive(const QString &path, ArchiveUse use);
 
 // Whether a file with at least one byte stands at `path`: an update of
@@ -31,7 +31,8 @@ bool HasContent(const QString &path);
 
 // Why an update of `path` could not be opened: NotCreatable when there was
 // no archive to open (`hadContent` false, taken before the attempt),
-// NotWritable when the archive reads, else NotAnArchive.
+// NotWritable when the archive reads, Malformed when it reads only as a
+// protected map does, else NotAnArchive (or Damaged).
 Refusal WhyUpdateNotOpened(const QString &path, bool hadContent);
 
 // For each of `names` (exact bytes; the engine knows no case), whether the

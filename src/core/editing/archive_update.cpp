@@ -67,6 +67,7 @@ QString UnchangedArchiveText(Refusal why, const QString &archivePath)
 {
     switch (why) {
     case Refusal::Damaged: return ReplaceValue(Texts().StatusBarDamaged, archivePath);
+    case Refusal::Malformed: return ReplaceValue(Texts().StatusBarMalformed, archivePath);
     case Refusal::ArchiveNotWritten: return Texts().StatusBarNotWritten;
     case Refusal::NotWritable:
     case Refusal::NotCreatable: return Texts().StatusBarNotWritable;

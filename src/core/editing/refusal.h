@@ -14,6 +14,7 @@ enum class Refusal {
     NotAnArchive,       // the file holds no MPQ archive; it is left as it is
     NotCreatable,       // there was no archive, and none (or no folder) can be made at the path
     NotWritable,        // the archive reads, but cannot be opened for a change
+    Malformed,          // the archive reads only as a protected map does: it is never changed
     ArchiveNotWritten,  // the change could not be written at its end: the archive is as it was before
     Nameless,           // compact: a stored file has no name to be rewritten under; nothing was changed
 

@@ -12,6 +12,7 @@ struct ListingOptions {
     QString ready;           // the listing is done
     QString notOpened;       // the file, "%v", is gone or does not open as an archive
     QString damaged;         // the file, "%v", takes the engine down when it is read
+    QString malformed;       // the file, "%v", reads only as a protected map does: read-only
     // Settings.
     qint16 useLists = 1;      // 1: skip the external lists when the archive has its own
     QString listFiles;        // the external list files, each followed by "\r\n"

@@ -52,6 +52,9 @@ enum InfoKind : int {
     SFILE_INFO_POSITION = 9,        // stored file: offset inside the archive
     SFILE_INFO_LOCALEID = 10,       // stored file: locale
     SFILE_INFO_HASH_INDEX = 12,     // stored file: its hash slot
+    SFILE_INFO_MALFORMED = 100,     // archive: 1 when it reads only as a protected map does (fields the
+                                    // game ignores hold garbage, tables say more than the file holds):
+                                    // it can be read, never changed
 };
 
 // Flags of a stored file, as FileListEntry::Flags and SFILE_INFO_FLAGS give them.

@@ -82,6 +82,10 @@ std::int64_t SFileGetFileInfo(MpqHandle handle, int kind)
         case SFILE_INFO_HASH_TABLE_SIZE:
             return ha->pHashTable != nullptr ? std::int64_t{ha->pHeader->dwHashTableSize}
                                              : std::int64_t{ha->dwFileTableSize};
+        case SFILE_INFO_MALFORMED:
+            // A screened copy, or what StormLib itself had to bend to read.
+            return handle->fd >= 0 && handle->path.rfind("/proc/self/fd/", 0) == 0 ? 1
+                   : (ha->dwFlags & (MPQ_FLAG_MALFORMED | MPQ_FLAG_BLOCK_TABLE_CUT | MPQ_FLAG_HASH_TABLE_CUT)) != 0;
         case SFILE_INFO_NUM_FILES: {
             DWORD count = 0;
             if (!::SFileGetFileInfo(handle->storm, SFileMpqNumberOfFiles, &count, sizeof count, nullptr))
