@@ -74,6 +74,9 @@ int ReportArchiveCheck(const QString &path, Refusal why)
     case Refusal::Damaged:
         PrintError(QStringLiteral("%1: damaged, reading it stopped the engine").arg(path));
         break;
+    case Refusal::Malformed:
+        PrintError(QStringLiteral("%1: a malformed archive (a protected map): it can be read, never changed").arg(path));
+        break;
     default:
         break;
     }
@@ -95,6 +98,9 @@ int ReportUpdateNotOpened(const QString &archive, Refusal why)
         break;
     case Refusal::Damaged:
         PrintError(QStringLiteral("%1: damaged, reading it stopped the engine; left as it was").arg(archive));
+        break;
+    case Refusal::Malformed:
+        PrintError(QStringLiteral("%1: a malformed archive (a protected map): it can be read, never changed").arg(archive));
         break;
     default:
         break;
@@ -147,6 +153,9 @@ int ListCommand(const QStringList &arguments, const Settings &settings)
     switch (ReadArchiveRecords(path, settings.listing, quiet, quiet, records, nullptr)) {
     case RecordsRead::NoArchive: return ReportArchiveCheck(path, Refusal::NotAnArchive);
     case RecordsRead::Damaged: return ReportArchiveCheck(path, Refusal::Damaged);
+    case RecordsRead::Malformed:
+        PrintError(QStringLiteral("%1: a malformed archive (a protected map): listed, but never changed").arg(path));
+        break;
     case RecordsRead::Listed:
     case RecordsRead::Empty: break;
     }
@@ -268,6 +277,10 @@ int CompactCommand(const QStringList &arguments, const Settings &settings)
     case Refusal::NotWritable:
         PrintError(QStringLiteral("%1: the archive cannot be written").arg(path));
         break;
+    case Refusal::EmptyFile:
+    case Refusal::NotAnArchive:
+    case Refusal::Damaged:
+    case Refusal::Malformed: return ReportArchiveCheck(path, report.archive);
     default:
         ReportNotWritten(path);
         break;

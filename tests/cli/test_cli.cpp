@@ -11,6 +11,7 @@
 
 #include "support/archive_factory.h"
 #include "support/cli_runner.h"
+#include "support/damaged_data.h"
 #include "support/file_size_limit.h"
 
 using namespace fixtures;
@@ -48,6 +49,11 @@ private slots:
         damaged[at + qFromLittleEndian<quint32>(damaged.constData() + at)] = '\x04';
         WriteFile(f + "/damaged.mpq", damaged);
         QVERIFY(QDir(f).mkdir("folder") && QDir(f).mkdir("o6") && QFile::link(f + "/text.mpq", f + "/o6/a.txt"));
+        // A protected map: garbage in the header's size fields, a block table count far beyond the file.
+        QByteArray protectedMap = HandMadeArchive(8, {{"(listfile)", "a.txt\r\n"}, {"a.txt", "protected"}});
+        protectedMap.replace(4, 8, "(c)prot!").replace(28, 4, QByteArray("\xff\xff\xff\x0f", 4));
+        WriteFile(f + "/protected.w3x", protectedMap);
+        WriteFile(f + "/stuck.mpq", HandMadeArchive(8, {{"a.txt", "a"}, EndlessBzip2File("x.bin")}));
     }
 
     void commands_data()
@@ -80,6 +86,7 @@ private slots:
         row("compact without names", {"compact", "@/nameless.mpq"}, 7, "~unknowns\\unknown00000");
         row("names", {"names", "@/bare.w3x"}, 0, "war3map.j\nwar3mapImported\\a.blp\n");
         row("list recovering names", {"list", "@/bare.w3x"}, 0, "war3mapImported\\a.blp\tblp\t");
+        row("list a protected map", {"list", "@/protected.w3x"}, 0, "a.txt\ttxt\t9\t");
         row("list with --no-scan", {"list", "@/bare.w3x", "--no-scan"}, 0, "~unknowns\\");
         // Bad usage.
         row("no command", {}, 1, "Usage:");
@@ -98,6 +105,7 @@ private slots:
         row("missing archive", {"list", "@/gone.mpq"}, 2, "gone.mpq: no such file\n");
         row("missing source", {"add", "@/new.mpq", "@/gone.txt"}, 2, "gone.txt: no such file or folder\n");
         row("folder as archive", {"info", "@"}, 2, ": is a folder, not an archive\n");
+        row("a protected map to change", {"delete", "@/protected.w3x", "a.txt"}, 2, "protected.w3x: a malformed archive (a protected map): it can be read, never changed\n");
         row("the archive as source", {"add", "@/new.mpq", "@/new.mpq"}, 2, "new.mpq: is the archive itself; left out\n");
         row("archive in a missing folder", {"add", "@/no/x.mpq", "@/src.txt"}, 2, "x.mpq: the archive cannot be made there\n");
         row("folder onto a file", {"extract", "@/good.mpq", "--to", "@/text.mpq"}, 2, "text.mpq: cannot be made a folder\n");
@@ -112,6 +120,7 @@ private slots:
         row("rename of a name not stored", {"rename", "@/ren.mpq", "nope", "new"}, 4, "nope: not stored; nothing renamed\n");
         row("not in the archive", {"extract", "@/good.mpq", "nope", "--to", "@/o2"}, 4, "nope: not in the archive, or unreadable\n");
         row("climbing out", {"extract", "@/good.mpq", "--to", "@/o3"}, 4, "..\\up.txt: refused, it would be written outside ");
+        row("past a file that stops the engine", {"extract", "@/stuck.mpq", "a.txt", "x.bin", "--to", "@/o8"}, 4, "x.bin: damaged, reading it stopped the engine; not written\n");
         row("a link in its place", {"extract", "@/good.mpq", "a.txt", "--to", "@/o6"}, 4, "a.txt: refused, a link stands in its place below ");
         row("extraction on a full disk", {"extract", "@/good.mpq", "big.bin", "--to", "@/o7"}, 4, "big.bin: cannot be written; extraction stopped there\n", 1000);
         row("archive not written", {"add", "@/big.mpq", "@/more.bin"}, 4, "big.mpq: the archive could not be written (is the disk full?); it is as it was\n", 200000);

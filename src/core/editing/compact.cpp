@@ -65,6 +65,7 @@ CompactReport CompactArchive(const QString &path, const ListingOptions &options,
     switch (ListArchiveRows(path, names, quiet, quiet, quiet, nullptr)) {
     case RecordsRead::NoArchive: report.archive = Refusal::NotAnArchive; return report;
     case RecordsRead::Damaged: report.archive = Refusal::Damaged; return report;
+    case RecordsRead::Malformed: report.archive = Refusal::Malformed; return report;
     case RecordsRead::Listed:
     case RecordsRead::Empty: break;
     }

@@ -87,6 +87,7 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
     for (int attempt = 0; attempt < 3; ++attempt) {
         qint64 total = 0;
         std::int64_t inProbe = -1;
+        bool malformed = false;
         NoEvents quiet;
         if (::ftruncate(shared, 0) != 0 || ::lseek(shared, 0, SEEK_SET) != 0) break;
         const ChildRun run = RunInChildProcess(
@@ -94,6 +95,7 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
                 const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
                 if (!archive) return int(kNotOpened);
                 if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return int(kNoTable);
+                if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_MALFORMED) == 1) ports.ItemDone("M");
                 mpq::FileList named;
                 qint64 sizes = 0;
                 NameRecords(archive.get(), path, tried, ports, ports, named, &sizes, skips, [&](std::size_t i) {
@@ -105,6 +107,7 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
             },
             status, &progress, quiet,
             [&](QByteArrayView item) {
+                if (item == "M") malformed = true;
                 if (item.size() != 1 + 8) return;
                 if (item.front() == 'p') std::memcpy(&inProbe, item.data() + 1, 8);
                 if (item.front() == 't') {
@@ -122,6 +125,10 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
         if (run.outcome == mpq::ChildOutcome::Finished && run.status == kListed) {
             result = ::lseek(shared, 0, SEEK_SET) == 0 && records.Load(shared) ? RecordsRead::Listed : RecordsRead::NoArchive;
             if (result == RecordsRead::Listed && totalSize != nullptr) *totalSize += total;
+            if (result == RecordsRead::Listed && malformed) {
+                say(options.malformed);
+                result = RecordsRead::Malformed;
+            }
         } else if (run.outcome == mpq::ChildOutcome::Finished && run.status == kNoTable) {
             result = RecordsRead::Empty;
         } else {

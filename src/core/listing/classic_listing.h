@@ -15,6 +15,8 @@
 // How a listing of an archive's records ended.
 enum class RecordsRead {
     Listed,     // every stored file has its record
+    Malformed,  // every stored file has its record, but the archive reads only as a protected map
+                // does: it is never changed, and the status says so
     Empty,      // an archive of one hash slot or none: nothing to list, nothing said
     NoArchive,  // the path names no file, or one that holds no archive (or an empty one)
     Damaged,    // reading the archive crashed the engine or kept it busy past its limits

@@ -49,6 +49,7 @@ VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, S
     case RecordsRead::NoArchive: report.archive = Refusal::NotAnArchive; return report;
     case RecordsRead::Damaged: report.archive = Refusal::Damaged; return report;
     case RecordsRead::Listed:
+    case RecordsRead::Malformed:
     case RecordsRead::Empty: break;
     }
     std::vector<std::string> names;
