@@ -1,7 +1,8 @@
 // libFuzzer target: an archive made of the input goes through what opening
-// it in Arcavera does: the Classic listing (names from the internal list,
-// the standard names and the archive's own files, type detection of the
-// nameless), then a read of every listed file, as an extraction reads it;
+// it in Arcavera does, in this process: the naming of its records (names
+// from the internal list, the standard names and the archive's own files,
+// type detection of the nameless), then a read of every listed file, as an
+// extraction reads it;
 // and the input once more as a file whose bytes mention names. The engine opens paths, so the input is written to a
 // file of this process first.
 #include <unistd.h>
@@ -58,16 +59,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const QString path = QString::fromLocal8Bit(ArchivePath().c_str());
     AppConfig config;  // the first start's settings: internal list, type detection on
     CollectingPorts ports;
-    ListingPorts listing{ports, ports, ports};
-    qint64 totalSize = 0;
     ListingOptions options = ListingOptionsOf(config);  // names recovered from the archive's own files too
     options.standardNames = QStringLiteral(ARCAVERA_STANDARD_NAMES);
-    LoadArchiveClassic(path, options, listing, totalSize);
     // The same bytes as a file that mentions names: text, an import list.
     CandidateNames(QByteArray::fromRawData(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size)),
                    QByteArrayLiteral("war3mapImported\\"));
-
-    if (const mpq::Archive archive = mpq::SFileOpenArchive(ArchivePath()))
-        for (const ListRow &row : ports.rows) ReadWhole(archive.get(), row.Tag);
+    // The program lists and reads in a child process, which a fault of the
+    // engine only ends; here the same work runs in this process, so that
+    // the fuzzer sees both the paths it takes and the faults it meets.
+    const mpq::Archive archive = mpq::SFileOpenArchive(ArchivePath());
+    if (!archive) return 0;
+    mpq::FileList records;
+    NameArchiveRecordsHere(archive.get(), path, options, ports, ports, records, nullptr);
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        const std::string_view name = records.Name(i);
+        ReadWhole(archive.get(), QByteArray(name.data(), static_cast<qsizetype>(name.size())));
+    }
     return 0;
 }

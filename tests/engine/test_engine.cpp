@@ -15,6 +15,7 @@
 
 #include "mpq/mpq_guards.h"
 #include "mpq/mpq_header.h"
+#include "mpq/mpq_isolation.h"
 #include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
 #include "support/archive_factory.h"
@@ -135,6 +136,59 @@ class TestEngine : public QObject {
     QString Path(const QString &name) const { return dir.filePath(name); }
 
 private slots:
+    // Work in a child process: what it sends arrives in order, and however it ends, the caller
+    // goes on: a crash, an allocation past the memory limit and an endless loop are outcomes.
+    void workInAChildEndsAsItMay_data()
+    {
+        QTest::addColumn<QString>("work");
+        QTest::addColumn<int>("outcome");
+        QTest::addColumn<QString>("heard");
+        QTest::newRow("returns") << "return" << int(mpq::ChildOutcome::Finished) << "one,two,";
+        QTest::newRow("aborts") << "abort" << int(mpq::ChildOutcome::Crashed) << "one,";
+        QTest::newRow("loops for ever") << "loop" << int(mpq::ChildOutcome::Stalled) << "one,";
+        QTest::newRow("beats while it works") << "beat" << int(mpq::ChildOutcome::Finished) << "one,h,h,h,h,h,h,two,";
+        QTest::newRow("cancelled, stops") << "stop" << int(mpq::ChildOutcome::Cancelled) << "one,stopped,";
+#ifndef ARCAVERA_ADDRESS_SANITIZER
+        QTest::newRow("allocates without end") << "allocate" << int(mpq::ChildOutcome::Crashed) << "one,";
+#endif
+    }
+    void workInAChildEndsAsItMay()
+    {
+        QFETCH(QString, work);
+        QString heard;
+        mpq::ChildLimits limits;
+        limits.memoryBytes = std::uint64_t{1} << 30;
+        limits.stallMilliseconds = 300;
+        const mpq::ChildResult result = mpq::RunInChild(
+            [&](mpq::ChildChannel &channel) {
+                channel.Send("one", 3);
+                if (work == "abort") std::abort();
+                if (work == "loop") for (volatile bool on = true; on;) {}
+                if (work == "beat")
+                    for (int n = 0; n < 6; ++n) {
+                        ::usleep(100000);
+                        mpq::Beat();
+                    }
+                if (work == "stop") {
+                    while (!channel.StopAsked()) ::usleep(10000);
+                    channel.Send("stopped", 7);
+                    return 3;
+                }
+                if (work == "allocate")  // address space, not pages: the limit counts it
+                    for (volatile char *grown = nullptr;;) (grown = new char[std::size_t{1} << 28])[1] = 'y';
+                channel.Send("two", 3);
+                return 5;
+            },
+            [&](std::string_view record) {
+                if (!record.empty()) heard += QString::fromLatin1(record.data(), qsizetype(record.size())) + ',';
+                return work != "stop" || !heard.contains("one");
+            },
+            limits);
+        QTEST(int(result.outcome), "outcome");
+        QTEST(heard, "heard");
+        if (work == "return" || work == "stop") QCOMPARE(result.status, work == "return" ? 5 : 3);
+    }
+
     // Names come from the list text alone; a file no line names is a
     // "~unknowns" entry that opens again under that name, an extension behind it or not.
     void namesComeFromTheListTextOnly()

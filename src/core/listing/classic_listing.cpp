@@ -53,6 +53,14 @@ SlotProgress NameRecords(mpq::MpqHandle archive, const QString &path, const List
 
 }  // namespace
 
+void NameArchiveRecordsHere(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
+                            StatusPanel &status, ProgressBar &progress, mpq::FileList &records, qint64 *totalSize)
+{
+    records.Clear();
+    if (mpq::SFileGetFileInfo(archive, mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return;
+    NameRecords(archive, path, options, status, progress, records, totalSize).Finish();
+}
+
 namespace {
 
 // What the child of a listing returns.

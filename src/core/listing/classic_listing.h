@@ -31,6 +31,13 @@ enum class RecordsRead {
 RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &options, StatusPanel &status,
                                ProgressBar &progress, mpq::FileList &records, qint64 *totalSize);
 
+// What a listing's child does, in this process: the records of every
+// stored file of the open archive, named as ReadArchiveRecords names them.
+// For a caller that must meet the engine's faults itself (the fuzzing
+// target); everyone else lists through ReadArchiveRecords.
+void NameArchiveRecordsHere(mpq::MpqHandle archive, const QString &path, const ListingOptions &options,
+                            StatusPanel &status, ProgressBar &progress, mpq::FileList &records, qint64 *totalSize);
+
 // The row walk that both styles share: the records as ReadArchiveRecords
 // makes them, then the row of each given to `rows` in slot order, in storage
 // reserved once, Sorted off while it fills.

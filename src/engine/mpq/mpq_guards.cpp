@@ -4,6 +4,7 @@
 // that cannot be read must count as unreadable. Each guard below names the
 // fault it keeps the engine away from.
 #include "mpq/mpq_guards.h"
+#include "mpq/mpq_isolation.h"
 
 #include "mpq/mpq_hash.h"
 #include "mpq/mpq_header.h"
@@ -63,24 +64,12 @@ void Decrypt(std::vector<std::uint32_t> &words, std::uint32_t key)
     }
 }
 
-extern "C" void __sanitizer_set_death_callback(void (*callback)()) __attribute__((weak));
-
-// A crash in the child ends only the child, and quietly: no handler of the
-// program or of a sanitizer runtime reports it as the program's own.
+// The work runs in a child process (mpq_isolation.h): a crash there ends
+// only the child.
 int InChild(const std::function<int()> &work)
 {
-    const pid_t child = ::fork();
-    if (child < 0) return -1;
-    if (child == 0) {
-        if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(nullptr);
-        for (int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, SIG_DFL);
-        ::_exit(work() & 0xFF);
-    }
-    int status = 0;
-    while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) return -1;
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    const ChildResult run = RunInChild([&](ChildChannel &) { return work() & 0xFF; }, [](std::string_view) { return true; });
+    return run.outcome == ChildOutcome::Finished ? run.status : -1;
 }
 
 }  // namespace detail

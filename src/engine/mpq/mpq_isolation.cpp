@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdlib>
 #include <csignal>
 #include <vector>
 
@@ -55,9 +56,15 @@ constexpr bool kAddressSanitizer = __has_feature(address_sanitizer);
 constexpr bool kAddressSanitizer = false;
 #endif
 
+extern "C" void __sanitizer_set_death_callback(void (*callback)()) __attribute__((weak));
+
 void LimitChild(const ChildLimits &limits)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // A fault ends the child, and quietly: no handler of the program (a test
+    // framework's, say) or of a sanitizer runtime reports it as its own.
+    if (__sanitizer_set_death_callback != nullptr) __sanitizer_set_death_callback(nullptr);
+    for (int signal : {SIGSEGV, SIGBUS, SIGABRT, SIGFPE, SIGILL}) std::signal(signal, SIG_DFL);
     // AddressSanitizer reserves terabytes of address space: no limit fits it.
     if (!kAddressSanitizer) {
         const rlimit memory{limits.memoryBytes, limits.memoryBytes};
@@ -91,7 +98,15 @@ ChildResult RunInChild(const std::function<int(ChildChannel &)> &work,
         if (::getppid() != parent) ::_exit(127);
         ChildChannel channel(sockets[1]);
         g_channel = &channel;
-        ::_exit(work(channel));
+        // Nothing the work throws (an allocation past the limit) may unwind
+        // into the caller's frames, which are the parent's: it is a crash.
+        int status = 0;
+        try {
+            status = work(channel);
+        } catch (...) {
+            std::abort();
+        }
+        ::_exit(status);
     }
     ::close(sockets[1]);
     result.pid = child;
