@@ -224,7 +224,7 @@ bool frmMain::eventFilter(QObject *watched, QEvent *event)
 // ---------------------------------------------------------------------------
 // The archive session
 
-SessionPorts frmMain::Ports() { return SessionPorts{*reports_, *reports_, *model_, *treePort_}; }
+SessionPorts frmMain::Ports() { return SessionPorts{*reports_, *reports_, *model_, *treePort_, reports_.get()}; }
 
 void frmMain::ShowSession()
 {

@@ -29,8 +29,10 @@ public:
     void SetProgressMax(int max) override;
     void SetProgressValue(int value) override;
     void SetProgressVisible(bool visible) override;
-    // A turn of the application's queue: repaints and timers, no input.
+    // A turn of the application's queue: repaints and timers, no input;
+    // also while the engine reads in its child, so the window keeps painting.
     void Yield() override;
+    void Wait() override { Yield(); }
 
 private:
     QStatusBar *bar_ = nullptr;

@@ -35,6 +35,7 @@
 #include "shell/folder_tree_widget.h"
 #include "shell/frm_main.h"
 #include "support/archive_factory.h"
+#include "support/damaged_data.h"
 #include "support/scripted_dialogs.h"
 #include "support/window_fixture.h"
 
@@ -270,6 +271,23 @@ private slots:
         QCOMPARE((QList<int>{int(qFromLittleEndian<quint16>(bytes.constData() + 12)),
                              int(qFromLittleEndian<quint32>(bytes.constData() + 24))}), header);
         QCOMPARE(Names(*window), QStringList{"one.txt"});
+    }
+
+    // While the engine is stuck on a file (its child is ended after a few seconds), the window's
+    // timers and paints go on; the archive still lists.
+    void theWindowLivesWhileTheEngineIsStuck()
+    {
+        const QString archive = WriteFile(dir.filePath("stuck.mpq"), HandMadeArchive(8, {{"pic", "GIF89a......"}, EndlessBzip2File("stuck")}));
+        auto window = Start();
+        int ticks = 0;
+        QTimer timer;
+        connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+        timer.start(100);
+        ScriptedDialogs dialogs;
+        dialogs.answers = {{archive}};
+        window->mnuOpen_Click();
+        QVERIFY2(ticks >= 10, qPrintable(QString::number(ticks)));
+        QCOMPARE(window->Model()->rowCount(), 2);
     }
 
     // Over an open archive the window takes no drop; on the empty window a file opens, a folder not.

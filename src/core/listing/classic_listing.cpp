@@ -69,7 +69,7 @@ enum ListingExit : int { kListed = 0, kNotOpened = 1, kNoTable = 2, kNotSaved = 
 }  // namespace
 
 RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &options, StatusPanel &status,
-                               ProgressBar &progress, mpq::FileList &records, qint64 *totalSize)
+                               ProgressBar &progress, mpq::FileList &records, qint64 *totalSize, EventQueue *events)
 {
     records.Clear();
     const bool file = IsFile(path);
@@ -96,7 +96,7 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
         qint64 total = 0;
         std::int64_t inProbe = -1;
         bool malformed = false;
-        NoEvents quiet;
+        NoEvents none;
         if (::ftruncate(shared, 0) != 0 || ::lseek(shared, 0, SEEK_SET) != 0) break;
         const ChildRun run = RunInChildProcess(
             [&](ChildPorts &ports) {
@@ -113,7 +113,7 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
                 ports.ItemDone(QByteArray(1, 't') + QByteArray(reinterpret_cast<const char *>(&sizes), sizeof sizes));
                 return named.Save(shared) ? int(kListed) : int(kNotSaved);
             },
-            status, &progress, quiet,
+            status, &progress, events != nullptr ? *events : none,
             [&](QByteArrayView item) {
                 if (item == "M") malformed = true;
                 if (item.size() != 1 + 8) return;
@@ -151,10 +151,10 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
 }
 
 RecordsRead ListArchiveRows(const QString &path, const ListingOptions &options, StatusPanel &status,
-                            ProgressBar &progress, RowSink &rows, qint64 *totalSize)
+                            ProgressBar &progress, RowSink &rows, qint64 *totalSize, EventQueue *events)
 {
     mpq::FileList records;
-    const RecordsRead read = ReadArchiveRecords(path, options, status, progress, records, totalSize);
+    const RecordsRead read = ReadArchiveRecords(path, options, status, progress, records, totalSize, events);
     if (records.empty()) return read;
     rows.SetSorted(false);
     rows.ReserveRows(records.size());
@@ -180,7 +180,7 @@ bool LoadArchiveClassic(const QString &path, const ListingOptions &options, List
         return false;
     }
     totalSize = 0;
-    ListArchiveRows(path, options, ports.status, ports.progress, ports.rows, &totalSize);
+    ListArchiveRows(path, options, ports.status, ports.progress, ports.rows, &totalSize, ports.events);
     return true;
 }
 

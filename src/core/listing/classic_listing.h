@@ -29,7 +29,8 @@ enum class RecordsRead {
 // leaves nothing of its tables behind. A file with content that does not open,
 // or that takes the engine down, says so in the status.
 RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &options, StatusPanel &status,
-                               ProgressBar &progress, mpq::FileList &records, qint64 *totalSize);
+                               ProgressBar &progress, mpq::FileList &records, qint64 *totalSize,
+                               EventQueue *events = nullptr);
 
 // What a listing's child does, in this process: the records of every
 // stored file of the open archive, named as ReadArchiveRecords names them.
@@ -42,7 +43,7 @@ void NameArchiveRecordsHere(mpq::MpqHandle archive, const QString &path, const L
 // makes them, then the row of each given to `rows` in slot order, in storage
 // reserved once, Sorted off while it fills.
 RecordsRead ListArchiveRows(const QString &path, const ListingOptions &options, StatusPanel &status,
-                            ProgressBar &progress, RowSink &rows, qint64 *totalSize);
+                            ProgressBar &progress, RowSink &rows, qint64 *totalSize, EventQueue *events = nullptr);
 
 // Lists the archive at `path` into `ports.rows`, with status and progress.
 // False only when the path is empty or names no file; an empty file, or one

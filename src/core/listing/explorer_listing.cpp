@@ -149,7 +149,8 @@ bool LoadArchiveExplorer(const QString &path, const ListingOptions &options, Lis
     // Every file that gets this far has its root, archive or not.
     tree.AddRootNode(UpperKey(path), path);
     IndexedRows indexed(index, tree);
-    const RecordsRead read = ListArchiveRows(path, options, ports.status, ports.progress, indexed, &totalSize);
+    const RecordsRead read =
+        ListArchiveRows(path, options, ports.status, ports.progress, indexed, &totalSize, ports.events);
     if (read == RecordsRead::Listed || read == RecordsRead::Malformed) index.Fill(QString(), ports.rows);
     return true;
 }

@@ -34,11 +34,15 @@ public:
     virtual void ClearRows() = 0;
 };
 
-// Everything a listing reports to.
+class EventQueue;
+
+// Everything a listing reports to; `events`, when given, has a turn now and
+// then while the engine reads (Wait), so that a window keeps painting.
 struct ListingPorts {
     StatusPanel &status;
     ProgressBar &progress;
     RowSink &rows;
+    EventQueue *events = nullptr;
 };
 
 // The folder tree of the Explorer style. Keys are upper-cased: the root's is

@@ -24,8 +24,9 @@ struct SessionPorts {
     ProgressBar &progress;
     RowSink &rows;
     SessionTree &tree;
+    EventQueue *events = nullptr;  // a turn now and then while an archive is read
 
-    ListingPorts Listing() const { return ListingPorts{status, progress, rows}; }
+    ListingPorts Listing() const { return ListingPorts{status, progress, rows, events}; }
 };
 
 struct ArchiveSession {
