@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -148,6 +149,7 @@ private slots:
         QTest::newRow("loops for ever") << "loop" << int(mpq::ChildOutcome::Stalled) << "one,";
         QTest::newRow("beats while it works") << "beat" << int(mpq::ChildOutcome::Finished) << "one,h,h,h,h,h,h,two,";
         QTest::newRow("cancelled, stops") << "stop" << int(mpq::ChildOutcome::Cancelled) << "one,stopped,";
+        QTest::newRow("reaches for the network") << "network" << int(mpq::ChildOutcome::Finished) << "one,refused,two,";
 #ifndef ARCAVERA_ADDRESS_SANITIZER
         QTest::newRow("allocates without end") << "allocate" << int(mpq::ChildOutcome::Crashed) << "one,";
 #endif
@@ -163,6 +165,10 @@ private slots:
             [&](mpq::ChildChannel &channel) {
                 channel.Send("one", 3);
                 if (work == "abort") std::abort();
+                if (work == "network") {
+                    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+                    channel.Send(fd < 0 && errno == EACCES ? "refused" : "reached", 7);
+                }
                 if (work == "loop") for (volatile bool on = true; on;) {}
                 if (work == "beat")
                     for (int n = 0; n < 6; ++n) {
