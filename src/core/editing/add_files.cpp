@@ -104,34 +104,18 @@ AddReport AddHere(const QString &archivePath, const QStringList &names, const QS
     return report;
 }
 
-QByteArray AddReportBytes(const AddReport &report)
-{
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    out << int(report.archive) << report.added << report.cancelled << qsizetype(report.refused.size());
-    for (const Refused<QString> &refused : report.refused) out << refused.name << int(refused.why);
-    return bytes;
-}
-
-AddReport AddReportFrom(const QByteArray &bytes)
-{
-    AddReport report;
-    QDataStream in(bytes);
-    int archive = 0;
-    qsizetype count = 0;
-    in >> archive >> report.added >> report.cancelled >> count;
-    report.archive = static_cast<Refusal>(archive);
-    for (qsizetype n = 0; n < count && in.status() == QDataStream::Ok; ++n) {
-        Refused<QString> refused{{}, Refusal::None};
-        int why = 0;
-        in >> refused.name >> why;
-        refused.why = static_cast<Refusal>(why);
-        report.refused.append(refused);
-    }
-    return report;
-}
-
 }  // namespace
+
+// A report through a stream: how it comes back from the child.
+QDataStream &operator<<(QDataStream &out, const AddReport &report)
+{
+    return out << report.archive << report.added << report.refused << report.cancelled;
+}
+
+QDataStream &operator>>(QDataStream &in, AddReport &report)
+{
+    return in >> report.archive >> report.added >> report.refused >> report.cancelled;
+}
 
 // The engine works in a child process: an archive that takes it down is
 // left as it was, and the add is refused as damaged.
@@ -139,16 +123,7 @@ AddReport AddFiles(const QString &archivePath, const QStringList &names, const Q
                    const QByteArray &prefix, const AppConfig &config, StatusPanel &status, EventQueue &events,
                    int newFormat)
 {
-    const std::optional<QByteArray> result = RunForResult(
-        [&](ChildPorts &ports) {
-            return AddReportBytes(AddHere(archivePath, names, sourceFolder, prefix, config, ports, ports, newFormat));
-        },
-        status, nullptr, events, UpdateLimits());
-    if (result) return AddReportFrom(*result);
-    UndoFailedUpdate(archivePath);
-    AddReport report;
-    report.archive = Refusal::Damaged;
-    for (const QString &name : names) report.refused.append({name, Refusal::Damaged});
-    status.SetStatusText(UnchangedArchiveText(Refusal::Damaged, archivePath));
-    return report;
+    return UpdateInChild<AddReport>(archivePath, names, status, events, [&](ChildPorts &ports) {
+        return AddHere(archivePath, names, sourceFolder, prefix, config, ports, ports, newFormat);
+    });
 }

@@ -2,9 +2,15 @@
 // the engine's update calls.
 #pragma once
 
+#include <QDataStream>
+
+#include <functional>
+#include <optional>
+
 #include <QString>
 
 #include "editing/refusal.h"
+#include "boundary/child_work.h"
 #include "mpq/mpq_isolation.h"
 #include "mpq/mpq_library.h"
 
@@ -30,6 +36,35 @@ mpq::ChildLimits UpdateLimits();
 // After an update whose child the engine took down: the journal puts the
 // archive back as it was, now rather than at its next open.
 void UndoFailedUpdate(const QString &archivePath);
+
+// Runs an update (`here`, which makes its report) in a child process and
+// brings its report back through `Report`'s stream operators. When the
+// engine failed there, the archive is put back as it was, every name of
+// `names` is refused as Damaged, and the status says so.
+template <typename Report, typename Name>
+Report UpdateInChild(const QString &archivePath, const QList<Name> &names, StatusPanel &status, EventQueue &events,
+                     const std::function<Report(ChildPorts &)> &here)
+{
+    const std::optional<QByteArray> result = RunForResult(
+        [&](ChildPorts &ports) {
+            QByteArray bytes;
+            QDataStream out(&bytes, QIODevice::WriteOnly);
+            out << here(ports);
+            return bytes;
+        },
+        status, nullptr, events, UpdateLimits());
+    Report report;
+    if (result) {
+        QDataStream in(*result);
+        in >> report;
+        return report;
+    }
+    UndoFailedUpdate(archivePath);
+    report.archive = Refusal::Damaged;
+    for (const Name &name : names) report.refused.append({name, Refusal::Damaged});
+    status.SetStatusText(UnchangedArchiveText(Refusal::Damaged, archivePath));
+    return report;
+}
 
 // What the status bar says when a delete or rename left the stored file
 // `storedName` (a stored name's bytes) as it was for `why`: the archive does

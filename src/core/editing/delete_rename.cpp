@@ -57,34 +57,18 @@ Refusal RenameHere(const QString &archivePath, const QByteArray &oldName, const 
     return AreStored(archivePath, {oldName}).first() ? Refusal::EngineRefused : Refusal::NotStored;
 }
 
-QByteArray DeleteReportBytes(const DeleteReport &report)
-{
-    QByteArray bytes;
-    QDataStream out(&bytes, QIODevice::WriteOnly);
-    out << int(report.archive) << report.deleted << qsizetype(report.refused.size());
-    for (const Refused<QByteArray> &refused : report.refused) out << refused.name << int(refused.why);
-    return bytes;
-}
-
-DeleteReport DeleteReportFrom(const QByteArray &bytes)
-{
-    DeleteReport report;
-    QDataStream in(bytes);
-    int archive = 0;
-    qsizetype count = 0;
-    in >> archive >> report.deleted >> count;
-    report.archive = static_cast<Refusal>(archive);
-    for (qsizetype n = 0; n < count && in.status() == QDataStream::Ok; ++n) {
-        Refused<QByteArray> refused{{}, Refusal::None};
-        int why = 0;
-        in >> refused.name >> why;
-        refused.why = static_cast<Refusal>(why);
-        report.refused.append(refused);
-    }
-    return report;
-}
-
 }  // namespace
+
+// A report through a stream: how it comes back from the child.
+QDataStream &operator<<(QDataStream &out, const DeleteReport &report)
+{
+    return out << report.archive << report.deleted << report.refused;
+}
+
+QDataStream &operator>>(QDataStream &in, DeleteReport &report)
+{
+    return in >> report.archive >> report.deleted >> report.refused;
+}
 
 // Both work in a child process: an archive that takes the engine down is
 // left as it was, and the change is refused as damaged.
@@ -92,16 +76,9 @@ DeleteReport DeleteStoredFiles(const QString &archivePath, const QList<QByteArra
                                StatusPanel &status)
 {
     NoEvents events;
-    const std::optional<QByteArray> result = RunForResult(
-        [&](ChildPorts &ports) { return DeleteReportBytes(DeleteHere(archivePath, names, defaultMaxFiles, ports)); }, status,
-        nullptr, events, UpdateLimits());
-    if (result) return DeleteReportFrom(*result);
-    UndoFailedUpdate(archivePath);
-    DeleteReport report;
-    report.archive = Refusal::Damaged;
-    for (const QByteArray &name : names) report.refused.append({name, Refusal::Damaged});
-    status.SetStatusText(UnchangedArchiveText(Refusal::Damaged, archivePath));
-    return report;
+    return UpdateInChild<DeleteReport>(archivePath, names, status, events, [&](ChildPorts &ports) {
+        return DeleteHere(archivePath, names, defaultMaxFiles, ports);
+    });
 }
 
 Refusal RenameStoredFile(const QString &archivePath, const QByteArray &oldName, const QByteArray &newName,

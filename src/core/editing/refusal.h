@@ -2,6 +2,8 @@
 // delete and rename report, and what a face turns into its own words.
 #pragma once
 
+#include <QDataStream>
+
 #include <QList>
 
 enum class Refusal {
@@ -41,6 +43,18 @@ struct Refused {
     Refusal why;
     friend bool operator==(const Refused &, const Refused &) = default;
 };
+
+// A refusal through a stream: how a report comes back from a child process.
+template <typename Name>
+QDataStream &operator<<(QDataStream &out, const Refused<Name> &refused)
+{
+    return out << refused.name << refused.why;
+}
+template <typename Name>
+QDataStream &operator>>(QDataStream &in, Refused<Name> &refused)
+{
+    return in >> refused.name >> refused.why;
+}
 
 // The names of `refused` that were refused for `why`, in their order.
 template <typename Name>
