@@ -39,8 +39,10 @@ Refusal CheckArchive(const QString &path, ArchiveUse use)
 {
     if (use == ArchiveUse::Change && IsFile(path) && QFileInfo(path).size() == 0) return Refusal::EmptyFile;
     if (const Refusal why = CheckPath(path); why != Refusal::None) return why;
+    // A change opens the archive itself, and its opening says why it cannot.
+    if (use == ArchiveUse::Change) return Refusal::None;
     const Refusal opened = OpenInChild(path);
-    return opened == Refusal::Malformed && use == ArchiveUse::Read ? Refusal::None : opened;
+    return opened == Refusal::Malformed ? Refusal::None : opened;
 }
 
 bool HasContent(const QString &path)

@@ -20,9 +20,11 @@ enum class ArchiveUse {
 // WrongKind (a folder).
 Refusal CheckPath(const QString &path);
 
-// None when the file at `path` opens as an archive. Else Missing, WrongKind
-// (a folder), EmptyFile or Malformed (for a change only), NotAnArchive, or
-// Damaged (the engine, which opens it in a child process, failed there).
+// For a read: None when the file at `path` opens as an archive (a protected
+// map too); else Missing, WrongKind (a folder), NotAnArchive, or Damaged
+// (the engine, which opens it in a child process, failed there). For a
+// change: Missing, WrongKind or EmptyFile, with no opening: the change's own
+// opening says why it cannot be made.
 Refusal CheckArchive(const QString &path, ArchiveUse use);
 
 // Whether a file with at least one byte stands at `path`: an update of
