@@ -657,7 +657,8 @@ private slots:
         for (int i = 0; i < 400; ++i) many.append({"f\\" + QByteArray::number(i) + ".txt", QByteArray::number(i)});
         const QString archive = folder + "/many.mpq";
         QVERIFY(MakeArchive(archive, add ? many.mid(0, 1) : many, folder + "/src", 1024));
-        for (const StoredFile &file : many) WriteFile(folder + "/in/" + file.name.mid(2), file.data);
+        // Files to add large enough that the engine's child is still at work when Cancel comes.
+        for (const StoredFile &file : many) WriteFile(folder + "/in/" + file.name.mid(2), file.data.repeated(30000));
         QVERIFY(QDir().mkpath(folder + "/out"));
         auto window = Start(archive);
         const QByteArray before = ReadFile(archive);

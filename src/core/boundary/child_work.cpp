@@ -14,11 +14,41 @@ T Number(QByteArrayView bytes)
 
 }  // namespace
 
+// Records go over packed into packets: a packet is 'P' and then records,
+// each its length (four bytes), its kind and its bytes. A packet leaves when
+// it is full, at least every 20 ms, when a batch begins (a window shows
+// its progress at once), at the end of a result, and at an item when items
+// go at once: many small files cost few calls and no wake of the
+// parent each.
 void ChildPorts::Send(char kind, const char *bytes, std::size_t size)
 {
-    QByteArray record(1, kind);
-    record.append(bytes, static_cast<qsizetype>(std::min(size, mpq::ChildChannel::kMaxRecord - 1)));
-    channel_.Send(record.constData(), static_cast<std::size_t>(record.size()));
+    const auto length = static_cast<quint32>(std::min(size, kPacketRoom));
+    if (packet_.isEmpty()) packet_.append('P');
+    else if (std::size_t(packet_.size()) + 5 + length > mpq::ChildChannel::kMaxRecord) SendPacket();
+    if (packet_.isEmpty()) packet_.append('P');
+    packet_.append(reinterpret_cast<const char *>(&length), sizeof length).append(kind).append(bytes, length);
+    if ((kind == 'i' && itemsAtOnce_) || kind == 'b' || kind == 'e' || !packetSent_.isValid() ||
+        packetSent_.elapsed() >= 20)
+        SendPacket();
+}
+
+void ChildPorts::SendPacket()
+{
+    packetSent_.start();
+    if (packet_.size() > 1) channel_.Send(packet_.constData(), static_cast<std::size_t>(packet_.size()));
+    packet_.clear();
+}
+
+void ChildPorts::Flush() { SendPacket(); }
+
+bool ChildPorts::Cancelled()
+{
+    // A Cancel is looked for at most every 20 ms, not at every file.
+    if (!stopLooked_.isValid() || stopLooked_.elapsed() >= 20) {
+        stopLooked_.start();
+        stopAsked_ = channel_.StopAsked();
+    }
+    return stopAsked_;
 }
 
 void ChildPorts::SetStatusText(const QString &text)
@@ -35,9 +65,9 @@ void ChildPorts::ItemDone(const QByteArray &outcome) { Send('i', outcome.constDa
 
 void ChildPorts::SendResult(const QByteArray &bytes)
 {
-    constexpr qsizetype kPiece = 60 * 1024;
-    for (qsizetype at = 0; at < bytes.size(); at += kPiece)
-        Send('r', bytes.constData() + at, static_cast<std::size_t>(std::min(kPiece, bytes.size() - at)));
+    const auto piece = static_cast<qsizetype>(kPacketRoom);
+    for (qsizetype at = 0; at < bytes.size(); at += piece)
+        Send('r', bytes.constData() + at, static_cast<std::size_t>(std::min(piece, bytes.size() - at)));
     Send('e', nullptr, 0);
 }
 
@@ -51,35 +81,49 @@ ChildRun RunChild(const std::function<int(ChildPorts &)> &work, StatusPanel &sta
     const mpq::ChildResult result = mpq::RunInChild(
         [&](mpq::ChildChannel &channel) {
             ChildPorts ports(channel);
-            return work(ports);
+            const int status = work(ports);
+            ports.Flush();
+            return status;
         },
-        [&](std::string_view record) {
-            if (record.empty()) {  // the child is quiet: the window lives on
+        [&](std::string_view packet) {
+            if (packet.empty()) {  // the child is quiet: the window lives on
                 events.Wait();
                 return !events.Cancelled();
             }
-            const QByteArrayView body(record.data() + 1, static_cast<qsizetype>(record.size() - 1));
-            switch (record.front()) {
-            case 's': {
-                QString text(body.size() / 2, Qt::Uninitialized);
-                std::memcpy(text.data(), body.data(), static_cast<std::size_t>(text.size()) * sizeof(QChar));
-                status.SetStatusText(text);
-                break;
-            }
-            case 'm': if (progress) progress->SetProgressMax(Number<int>(body)); break;
-            case 'v': if (progress) progress->SetProgressValue(Number<int>(body)); break;
-            case 'V': if (progress) progress->SetProgressVisible(true); break;
-            case 'H': if (progress) progress->SetProgressVisible(false); break;
-            case 'b': events.BeginBatch(Number<int>(body)); break;
-            case 'y': events.Yield(); break;
-            case 'w': events.Wait(); break;
-            case 'i':
-                ++run.items;
-                onItem(body);
-                break;
-            case 'r': resultBytes.append(body); break;
-            case 'e': resultComplete = true; break;
-            default: break;
+            // A packet of records; anything else ('h', a beat of the engine) only shows life.
+            for (std::size_t at = 1; packet.front() == 'P' && at + 5 <= packet.size();) {
+                quint32 length = 0;
+                std::memcpy(&length, packet.data() + at, sizeof length);
+                const char kind = packet[at + 4];
+                at += 5;
+                if (length > packet.size() - at) break;
+                const QByteArrayView body(packet.data() + at, static_cast<qsizetype>(length));
+                at += length;
+                switch (kind) {
+                case 's': {
+                    QString text(body.size() / 2, Qt::Uninitialized);
+                    std::memcpy(text.data(), body.data(), static_cast<std::size_t>(text.size()) * sizeof(QChar));
+                    status.SetStatusText(text);
+                    break;
+                }
+                case 'm': if (progress) progress->SetProgressMax(Number<int>(body)); break;
+                case 'v': if (progress) progress->SetProgressValue(Number<int>(body)); break;
+                case 'V': if (progress) progress->SetProgressVisible(true); break;
+                case 'H': if (progress) progress->SetProgressVisible(false); break;
+                case 'b': events.BeginBatch(Number<int>(body)); break;
+                case 'y':
+                    ++run.turns;
+                    events.Yield();
+                    break;
+                case 'w': events.Wait(); break;
+                case 'i':
+                    ++run.items;
+                    onItem(body);
+                    break;
+                case 'r': resultBytes.append(body); break;
+                case 'e': resultComplete = true; break;
+                default: break;
+                }
             }
             return !events.Cancelled();
         },

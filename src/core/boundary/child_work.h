@@ -7,6 +7,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QElapsedTimer>
 #include <QString>
 
 #include <functional>
@@ -27,22 +28,33 @@ public:
     void Yield() override;
     void Wait() override;
     // Whether the caller's Cancel reached the child.
-    bool Cancelled() override { return channel_.StopAsked(); }
+    bool Cancelled() override;
     // The outcome of the next item of the batch, as the work words it (at
-    // most 60 KiB).
+    // most 60 KiB). It goes with the next packet; with `atOnce` set, at once,
+    // so that the caller knows which item the child is at should it die.
     void ItemDone(const QByteArray &outcome);
+    void SetItemsAtOnce(bool atOnce) { itemsAtOnce_ = atOnce; }
     // The work's whole result, of any length, for RunForResult.
     void SendResult(const QByteArray &bytes);
+    // Sends what waits to go.
+    void Flush();
 
 private:
+    static constexpr std::size_t kPacketRoom = 60 * 1024;
     void Send(char kind, const char *bytes, std::size_t size);
+    void SendPacket();
     mpq::ChildChannel &channel_;
+    QByteArray packet_;
+    QElapsedTimer packetSent_, stopLooked_;
+    bool stopAsked_ = false;
+    bool itemsAtOnce_ = false;
 };
 
 struct ChildRun {
     mpq::ChildOutcome outcome = mpq::ChildOutcome::NotStarted;
     int status = 0;      // what the work returned, when it returned
     qsizetype items = 0; // the items whose outcome came
+    qsizetype turns = 0; // the turns (Yield) that came
     int pid = 0;         // the child's process id
     // The engine failed: the child died or stalled, not asked to.
     bool Failed() const { return outcome == mpq::ChildOutcome::Crashed || outcome == mpq::ChildOutcome::Stalled; }

@@ -292,11 +292,17 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
     const QString base = folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
     mpq::ChildLimits limits;
     limits.stallMilliseconds = 5000;  // a word comes for every name, and every mebibyte of a large one
+    // Outcomes go over a packet at a time; when a child dies, the names it
+    // had done may not all have been told, so the rest is tried once more
+    // with each outcome told at once, and only then is the name it dies on
+    // known.
+    bool careful = false;
     for (qsizetype from = 0; from < names.size();) {
         const QList<QByteArray> batch = names.mid(from);
         qsizetype done = 0;
         const ChildRun run = RunInChildProcess(
             [&](ChildPorts &ports) {
+                ports.SetItemsAtOnce(careful);
                 const ExtractReport part = ExtractHere(archivePath, batch, base, ports, ports,
                     [&](Refusal why, const QString &failedPath) { ports.ItemDone(ItemOutcome(why, failedPath)); });
                 return part.cancelled ? 1 : 0;
@@ -319,10 +325,14 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
                                                    report.failedPath.isEmpty());
             break;
         }
-        report.refused.append({batch[done], Refusal::Damaged});
         RemoveLeftovers(base, batch[done], run.pid);
+        for (qsizetype turn = run.turns; turn < done; ++turn) events.Yield();  // those that went with the child
+        from += done;
+        careful = !careful;
+        if (careful) continue;  // once more, to learn where it dies
+        report.refused.append({batch[done], Refusal::Damaged});
         events.Yield();
-        from += done + 1;
+        from += 1;
         if (from >= names.size()) status.SetStatusText(Texts().StatusBarReady);
     }
     return report;

@@ -92,7 +92,8 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
     RecordsRead result = RecordsRead::NoArchive;
     mpq::ChildLimits limits;
     limits.stallMilliseconds = 5000;  // progress comes at every percent
-    for (int attempt = 0; attempt < 3; ++attempt) {
+    bool careful = false;  // each probe told at once, so that the one the engine dies on is known
+    for (int attempt = 0; attempt < 4; ++attempt) {
         qint64 total = 0;
         std::int64_t inProbe = -1;
         bool malformed = false;
@@ -100,6 +101,7 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
         if (::ftruncate(shared, 0) != 0 || ::lseek(shared, 0, SEEK_SET) != 0) break;
         const ChildRun run = RunInChildProcess(
             [&](ChildPorts &ports) {
+                ports.SetItemsAtOnce(careful);
                 const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
                 if (!archive) return int(kNotOpened);
                 if (mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE) <= 1) return int(kNoTable);
@@ -125,7 +127,8 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
             },
             limits);
         if (run.Failed()) {
-            if (inProbe >= 0) skips.unprobed.insert(static_cast<std::size_t>(inProbe));
+            if (!careful) careful = true;
+            else if (inProbe >= 0) skips.unprobed.insert(static_cast<std::size_t>(inProbe));
             else if (tried.recoverNames) tried.recoverNames = false;
             else break;
             continue;

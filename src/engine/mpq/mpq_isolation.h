@@ -56,8 +56,8 @@ struct ChildResult {
 };
 
 // In a child of RunInChild: tells the parent the work is moving (a record
-// of one byte, 'h'), so that a long step is not taken for a stalled one. In
-// any other process it does nothing.
+// of one byte, 'h', at most one in 50 ms), so that a long step is not taken
+// for a stalled one. In any other process it does nothing.
 void Beat();
 
 // Runs `work` in a child process and hands each record it sends to
