@@ -81,9 +81,9 @@ ChildRun RunChild(const std::function<int(ChildPorts &)> &work, StatusPanel &sta
     const mpq::ChildResult result = mpq::RunInChild(
         [&](mpq::ChildChannel &channel) {
             ChildPorts ports(channel);
-            const int status = work(ports);
+            const int code = work(ports);
             ports.Flush();
-            return status;
+            return code;
         },
         [&](std::string_view packet) {
             if (packet.empty()) {  // the child is quiet: the window lives on
