@@ -654,11 +654,11 @@ private slots:
         const bool add = command == "add";
         const QString folder = CaseFolder(dir.path());
         QList<StoredFile> many;
-        for (int i = 0; i < 400; ++i) many.append({"f\\" + QByteArray::number(i) + ".txt", QByteArray::number(i)});
+        // Files large enough that the engine's child is still at work when Cancel comes.
+        for (int i = 0; i < 400; ++i) many.append({"f\\" + QByteArray::number(i) + ".txt", QByteArray::number(i).repeated(30000)});
         const QString archive = folder + "/many.mpq";
         QVERIFY(MakeArchive(archive, add ? many.mid(0, 1) : many, folder + "/src", 1024));
-        // Files to add large enough that the engine's child is still at work when Cancel comes.
-        for (const StoredFile &file : many) WriteFile(folder + "/in/" + file.name.mid(2), file.data.repeated(30000));
+        for (const StoredFile &file : many) WriteFile(folder + "/in/" + file.name.mid(2), file.data);
         QVERIFY(QDir().mkpath(folder + "/out"));
         auto window = Start(archive);
         const QByteArray before = ReadFile(archive);
