@@ -35,6 +35,7 @@
 using namespace fixtures;
 
 Q_DECLARE_METATYPE(Refusal)
+Q_DECLARE_METATYPE(fixtures::HandFile)
 
 namespace {
 
@@ -361,12 +362,19 @@ private slots:
     }
 
     // A failure of the disk ends the batch; what came before stays.
-    // A file whose reading keeps the engine busy for ever is refused as damaged, within seconds;
-    // the files before and after it are written, and nothing half-written stays.
+    // A file whose reading keeps the engine busy for ever or crashes it is refused as damaged,
+    // within seconds; the files before and after it are written, and nothing half-written stays.
+    void extractGoesOnPastADamagedFile_data()
+    {
+        QTest::addColumn<HandFile>("damaged");
+        QTest::newRow("endless bzip2") << EndlessBzip2File("x.bin");
+        QTest::newRow("Huffman that crashes the engine") << BrokenHuffmanFile("x.bin");
+    }
     void extractGoesOnPastADamagedFile()
     {
+        QFETCH(HandFile, damaged);
         const QString folder = CaseFolder(dir.path()), archive = folder + "/damaged.mpq";
-        WriteFile(archive, HandMadeArchive(16, {{"a.txt", "first"}, EndlessBzip2File("x.bin"), {"z.txt", "last"}}));
+        WriteFile(archive, HandMadeArchive(16, {{"a.txt", "first"}, damaged, {"z.txt", "last"}}));
         QVERIFY(QDir().mkpath(folder + "/out"));
         BatchTrace trace;
         const ExtractReport report = ExtractFiles(archive, {"a.txt", "x.bin", "z.txt"}, folder + "/out", trace, trace);
@@ -670,12 +678,19 @@ private slots:
         if (reach == "link") QCOMPARE(QFileInfo(link).symLinkTarget(), real);
     }
 
-    // An archive whose own list keeps the engine busy for ever: an add is refused as damaged, and
-    // the archive is left as it was.
+    // An archive whose internal files, which an update's open reads, keep the engine busy for
+    // ever or crash it: an add is refused as damaged, and the archive is left as it was.
+    void anUpdateThatStopsTheEngineChangesNothing_data()
+    {
+        QTest::addColumn<HandFile>("damaged");
+        QTest::newRow("list in endless bzip2") << EndlessBzip2File("(listfile)");
+        QTest::newRow("attributes in broken Huffman") << BrokenHuffmanFile("(attributes)");
+    }
     void anUpdateThatStopsTheEngineChangesNothing()
     {
+        QFETCH(HandFile, damaged);
         const QString folder = CaseFolder(dir.path());
-        const QString archive = WriteFile(folder + "/stuck.mpq", HandMadeArchive(8, {EndlessBzip2File("(listfile)"), {"a.txt", "aaa"}}));
+        const QString archive = WriteFile(folder + "/stuck.mpq", HandMadeArchive(8, {damaged, {"a.txt", "aaa"}}));
         WriteFile(folder + "/new.txt", "new");
         const QByteArray before = ReadFile(archive);
         BatchTrace trace;

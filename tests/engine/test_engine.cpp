@@ -91,8 +91,6 @@ HandFile CompressedBlock(const QByteArray &name, const QByteArray &block)
 
 const HandFile kEmptySignature{"(signature)", QByteArray(72, 's'), 0xFFFFFFFF, 0};  // its block holds no file
 const QByteArray kLzmaBlock = '\x12' + QByteArray(23, 'x');  // LZMA exists from format version 2 on
-// A Huffman stream whose escapes grow the engine's decoding tree past its end.
-const QByteArray kHuffmanBlock = QByteArray::fromHex("0101fd182238bcc5ca2512f651");
 
 QList<StoredFile> Files(int count)
 {
@@ -464,8 +462,6 @@ private slots:
         const QByteArray none;
         QTest::newRow("signature entry without a file, screened out") << HandMadeArchive(8, {kEmptySignature, a}) << 1 << none;
         QTest::newRow("LZMA in version 1") << with(CompressedBlock("b.bin", kLzmaBlock)) << 3 << QByteArray("b.bin");
-        QTest::newRow("Huffman stream that breaks the decoder")
-            << HandMadeArchive(8, {a, CompressedBlock("b.bin", kHuffmanBlock)}) << 2 << QByteArray("b.bin");
         QTest::newRow("stored whole, claims more stored bytes than it has")
             << with(HandFile{"b.bin", TextData(64), 0xFFFFFFFF, 0x81000000u, 4000}) << 3 << QByteArray("b.bin");
         // A damaged flag word that makes it a patch; its data begins as a patch header would.
@@ -487,8 +483,6 @@ private slots:
             << with(HandFile{"b.bin", TextData(80), 0x0FFFFFF0}) << 2 << QByteArray("b.bin");
         QTest::newRow("list file in LZMA, for an update")
             << HandMadeArchive(8, {CompressedBlock("(listfile)", kLzmaBlock), a}) << 2 << QByteArray("(listfile)");
-        QTest::newRow("attributes in broken Huffman, for an update")
-            << HandMadeArchive(8, {CompressedBlock("(attributes)", kHuffmanBlock), a}) << 2 << QByteArray("(attributes)");
     }
 
     void guardsKeepTheEngineWithinBounds()

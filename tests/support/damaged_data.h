@@ -24,4 +24,18 @@ inline HandFile EndlessBzip2File(const QByteArray &name)
     return file;
 }
 
+// A compressed file of one sector whose Huffman stream grows StormLib 9.22's
+// decoding tree past its end: reading it crashes the process.
+inline HandFile BrokenHuffmanFile(const QByteArray &name)
+{
+    const QByteArray huffman = QByteArray::fromHex("0101fd182238bcc5ca2512f651");
+    QByteArray sectors(8, '\0');
+    qToLittleEndian<quint32>(8, sectors.data());
+    qToLittleEndian<quint32>(quint32(8 + huffman.size()), sectors.data() + 4);
+    HandFile file{name, sectors + huffman};
+    file.flags = 0x80000200;  // exists, compressed
+    file.fullSizeOverride = 200;
+    return file;
+}
+
 }  // namespace fixtures

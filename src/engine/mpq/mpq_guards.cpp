@@ -427,6 +427,8 @@ int ScreenedCopy(const std::string &path)
 
 namespace {
 
+bool huffmanRefused = false;
+
 // StormLib 9.22 reads a sector offset table whose first entry says it is
 // longer than expected into a buffer cut to whole entries: a length that is
 // no multiple of four writes past the buffer. Damaged or protected archives
@@ -520,26 +522,6 @@ std::vector<unsigned char> BlockBytes(int fd, const PackedBlock &block, bool enc
     return bytes;
 }
 
-// Unpacks the blocks with the engine in a child process; whether it ended
-// normally.
-bool EngineUnpacksInChild(const std::vector<std::pair<std::vector<unsigned char>, std::uint32_t>> &blocks,
-                          bool version1)
-{
-    return detail::InChild([&] {
-        std::vector<unsigned char> out;
-        for (const auto &[packed, full] : blocks) {
-            std::vector<unsigned char> in = packed;
-            out.assign(full, 0);
-            int outLength = static_cast<int>(full);
-            if (version1)
-                SCompDecompress(out.data(), &outLength, in.data(), static_cast<int>(in.size()));
-            else
-                SCompDecompress2(out.data(), &outLength, in.data(), static_cast<int>(in.size()));
-        }
-        return 0;
-    }) == 0;
-}
-
 // Guards of the blocks a read unpacks, looked at before the first read:
 //
 // StormLib 9.22 asserts, and so aborts, when a compressed block of a version
@@ -548,10 +530,11 @@ bool EngineUnpacksInChild(const std::vector<std::pair<std::vector<unsigned char>
 //
 // Its Huffman decoder (the second stage of compressed waves) trusts the
 // stream: a damaged one grows its tree past the end of a fixed array on the
-// stack, or reads past its input, and so crashes the program. Which streams
-// do cannot be told without decoding them, so a file's Huffman blocks are
-// first unpacked by the engine in a child process, and a file whose trial
-// does not end normally is not read. Only files with such blocks pay for it.
+// stack, or reads past its input, and so crashes the process. The program
+// reads only in child processes, which such a crash ends; the file is then
+// named as damaged. A process that reads archives in itself (the fuzzing
+// target) asks for files with such blocks to be refused
+// (RefuseHuffmanReads).
 //
 // A file whose key the engine would guess from its data is not read: the
 // checks cannot follow that guess.
@@ -560,16 +543,14 @@ bool PackedBlocksAreSafe(int fd, TMPQFile *hf)
     const bool encrypted = (hf->pFileEntry->dwFlags & MPQ_FILE_ENCRYPTED) != 0;
     const bool version1 = hf->ha->pHeader->wFormatVersion < MPQ_FORMAT_VERSION_2;
     bool lzmaInVersion1 = false;
-    std::vector<std::pair<std::vector<unsigned char>, std::uint32_t>> huffman;  // bytes, unpacked length
+    bool huffman = false;
     const bool followed = ForEachPackedBlock(hf, [&](const PackedBlock &block) {
         const std::vector<unsigned char> head = BlockBytes(fd, block, encrypted, 4);
         if (head.empty()) return;
         if (version1 && head[0] == MPQ_COMPRESSION_LZMA) lzmaInVersion1 = true;
-        if ((head[0] & MPQ_COMPRESSION_HUFFMANN) != 0 && !lzmaInVersion1)
-            huffman.emplace_back(BlockBytes(fd, block, encrypted, block.stored), block.full);
+        if ((head[0] & MPQ_COMPRESSION_HUFFMANN) != 0) huffman = true;
     });
-    if (!followed || lzmaInVersion1) return false;
-    return huffman.empty() || EngineUnpacksInChild(huffman, version1);
+    return followed && !lzmaInVersion1 && !(huffman && huffmanRefused);
 }
 
 // StormLib 9.22 takes a file's size from the block table and reads into
@@ -597,7 +578,8 @@ bool SizeFitsTheStoredBytes(int fd, const TMPQFile *hf)
 // table of four bytes a sector, so a longer block writes past the table; in
 // a version 1 archive it takes a block that runs past the end of the file
 // for one cut short, and clears memory outside the table or unpacks bytes
-// never read; and a shorter block is unpacked, Huffman and all.
+// never read; and a shorter block is unpacked, Huffman and all (see
+// PackedBlocksAreSafe).
 bool SectorChecksumsAreSafe(int fd, TMPQFile *hf)
 {
     const TFileEntry *entry = hf->pFileEntry;
@@ -624,12 +606,13 @@ bool SectorChecksumsAreSafe(int fd, TMPQFile *hf)
     if (stored == tableBytes) return true;  // stored as it is
     // The table's loader unpacks it as a block of a version 2 archive.
     const PackedBlock block{at, stored, static_cast<std::uint32_t>(tableBytes), 0};
-    const std::vector<unsigned char> bytes = BlockBytes(fd, block, false, stored);
-    if (bytes.empty() || (bytes[0] & MPQ_COMPRESSION_HUFFMANN) == 0) return true;
-    return EngineUnpacksInChild({{bytes, block.full}}, false);
+    const std::vector<unsigned char> bytes = BlockBytes(fd, block, false, 1);
+    return !huffmanRefused || bytes.empty() || (bytes[0] & MPQ_COMPRESSION_HUFFMANN) == 0;
 }
 
 }  // namespace
+
+void RefuseHuffmanReads() { huffmanRefused = true; }
 
 bool ReadIsSafe(int archiveFd, void *stormFile)
 {

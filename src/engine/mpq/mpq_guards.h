@@ -46,6 +46,12 @@ int ScreenedCopy(const std::string &path);
 // or abort; a file it refuses counts as unreadable.
 bool ReadIsSafe(int archiveFd, void *stormFile);
 
+// From now on, ReadIsSafe also refuses files whose reading runs StormLib's
+// Huffman decoder, which a damaged stream crashes. The program reads archives
+// in child processes, where such a crash ends only the child; a process that
+// reads them in itself (the fuzzing target) calls this first.
+void RefuseHuffmanReads();
+
 // Whether StormLib may open the archive at `path` for an update: what
 // OpenIsSafe asks, and whether the internal files that such an open reads by
 // itself ("(listfile)" and "(attributes)") may be read.
