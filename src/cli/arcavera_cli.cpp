@@ -114,18 +114,21 @@ void ReportNotWritten(const QString &archive)
 }
 
 // The rows of the archive as the window lists them in Classic style;
-// `totalSize` gets the sum of their sizes.
-std::vector<ListRow> ListedRows(const QString &path, const Settings &settings, qint64 &totalSize)
+// `totalSize` gets the sum of their sizes. The listing is the command's one
+// opening of the archive: when it holds none, or took the engine down, the
+// reason is said and `status` gets the exit status.
+std::vector<ListRow> ListedRows(const QString &path, const Settings &settings, qint64 &totalSize, int &status)
 {
     CollectingPorts ports;
-    ListingPorts listing{ports, ports, ports};
-    LoadArchiveClassic(path, settings.listing, listing, totalSize);
+    totalSize = 0;
+    status = ReportArchiveCheck(path, WhyNotRead(ListArchiveRows(path, settings.listing, ports, ports, ports, &totalSize)));
     return std::move(ports.rows);
 }
 
 // The archive named by a command of one argument, made absolute; empty with
-// the exit status in `status` when there is none to take.
-QString OneArchive(const QStringList &arguments, const char *command, int &status, bool open = true)
+// the exit status in `status` when there is none to take. Only the disk is
+// asked: the command's own opening says why an archive cannot be read.
+QString OneArchive(const QStringList &arguments, const char *command, int &status)
 {
     status = 0;
     if (arguments.size() != 1) {
@@ -134,7 +137,7 @@ QString OneArchive(const QStringList &arguments, const char *command, int &statu
         return {};
     }
     const QString path = QFileInfo(arguments[0]).absoluteFilePath();
-    status = ReportArchiveCheck(path, open ? CheckArchive(path, ArchiveUse::Read) : CheckPath(path));
+    status = ReportArchiveCheck(path, CheckPath(path));
     return status ? QString() : path;
 }
 
@@ -150,15 +153,10 @@ int ListCommand(const QStringList &arguments, const Settings &settings)
     // The records are sorted and printed as they are: no row is made.
     CollectingPorts quiet;
     mpq::FileList records;
-    switch (ReadArchiveRecords(path, settings.listing, quiet, quiet, records, nullptr)) {
-    case RecordsRead::NoArchive: return ReportArchiveCheck(path, Refusal::NotAnArchive);
-    case RecordsRead::Damaged: return ReportArchiveCheck(path, Refusal::Damaged);
-    case RecordsRead::Malformed:
+    const RecordsRead read = ReadArchiveRecords(path, settings.listing, quiet, quiet, records, nullptr);
+    if (const int status = ReportArchiveCheck(path, WhyNotRead(read))) return status;
+    if (read == RecordsRead::Malformed)
         PrintError(QStringLiteral("%1: a malformed archive (a protected map): listed, but never changed").arg(path));
-        break;
-    case RecordsRead::Listed:
-    case RecordsRead::Empty: break;
-    }
     PrintRecords(records, SortRecords(records, settings.window.SortKey, settings.window.SortOrder));
     return 0;
 }
@@ -169,8 +167,10 @@ int NamesCommand(const QStringList &arguments, const Settings &settings)
     const QString path = OneArchive(arguments, "names", status);
     if (status) return status;
     CollectingPorts ports;
-    for (const QByteArray &name : ScanArchiveNames(path, settings.listing, ports))
-        std::printf("%s\n", EscapeControls(DecodeBytes(name)).toUtf8().constData());
+    RecordsRead read = RecordsRead::NoArchive;
+    const QList<QByteArray> names = ScanArchiveNames(path, settings.listing, ports, &read);
+    if (const int refused = ReportArchiveCheck(path, WhyNotRead(read))) return refused;
+    for (const QByteArray &name : names) std::printf("%s\n", EscapeControls(DecodeBytes(name)).toUtf8().constData());
     return 0;
 }
 
@@ -180,7 +180,8 @@ int InfoCommand(const QStringList &arguments, const Settings &settings)
     const QString path = OneArchive(arguments, "info", status);
     if (status) return status;
     qint64 totalSize = 0;
-    const std::vector<ListRow> rows = ListedRows(path, settings, totalSize);
+    const std::vector<ListRow> rows = ListedRows(path, settings, totalSize, status);
+    if (status) return status;
 
     const ArchiveProperties p = ReadArchiveProperties(path, totalSize, static_cast<qint64>(rows.size()));
     const std::optional<double> saving = ArchiveSaving(p);
@@ -238,7 +239,7 @@ const char *SignatureText(SignatureVerdict signature)
 int VerifyCommand(const QStringList &arguments, const Settings &settings)
 {
     int status = 0;
-    const QString path = OneArchive(arguments, "verify", status, false);  // the check says why it opens not
+    const QString path = OneArchive(arguments, "verify", status);
     if (status) return status;
     CollectingPorts quiet;
     NoEvents events;
@@ -259,7 +260,7 @@ int VerifyCommand(const QStringList &arguments, const Settings &settings)
 int CompactCommand(const QStringList &arguments, const Settings &settings)
 {
     int status = 0;
-    const QString path = OneArchive(arguments, "compact", status, false);
+    const QString path = OneArchive(arguments, "compact", status);
     if (status) return status;
     CollectingPorts quiet;
     NoEvents events;
@@ -414,7 +415,7 @@ int DeleteCommand(const QStringList &arguments, bool verbose, const Settings &se
         return kUsageStatus;
     }
     const QString archive = CleanAbsolutePath(arguments[0]);
-    if (const int status = ReportArchiveCheck(archive, CheckArchive(archive, ArchiveUse::Change))) return status;
+    if (const int status = ReportArchiveCheck(archive, CheckArchiveToChange(archive))) return status;
     QList<QByteArray> names;
     for (const QString &name : arguments.mid(1)) names.append(name.toUtf8());
     VerbosePanel panel(verbose);
@@ -438,7 +439,7 @@ int RenameCommand(const QStringList &arguments, const Settings &settings)
         return kUsageStatus;
     }
     const QString archive = CleanAbsolutePath(arguments[0]);
-    if (const int status = ReportArchiveCheck(archive, CheckArchive(archive, ArchiveUse::Change))) return status;
+    if (const int status = ReportArchiveCheck(archive, CheckArchiveToChange(archive))) return status;
     const Refusal why =
         RenameStoredFile(archive, arguments[1].toUtf8(), arguments[2].toUtf8(), settings.config.DefaultMaxFiles);
     switch (why) {
@@ -471,22 +472,29 @@ int ExtractCommand(const QStringList &arguments, const std::optional<QString> &f
         return kUsageStatus;
     }
     const QString archive = QFileInfo(arguments[0]).absoluteFilePath();
-    if (const int status = ReportArchiveCheck(archive, CheckArchive(archive, ArchiveUse::Read))) return status;
-    const QString folder = QFileInfo(*folderOption).absoluteFilePath();
-    if (IsFile(folder) || !QDir().mkpath(folder)) {
-        PrintError(QStringLiteral("%1: cannot be made a folder").arg(*folderOption));
-        return ExitStatus(Refusal::NotCreatable);
-    }
+    if (const int status = ReportArchiveCheck(archive, CheckPath(archive))) return status;
     QList<QByteArray> names;
     for (const QString &name : arguments.mid(1)) names.append(name.toUtf8());
     if (names.isEmpty()) {
         // Every stored file, by the names the listing gives them.
         qint64 totalSize = 0;
-        for (const ListRow &row : ListedRows(archive, settings, totalSize)) names.append(row.Tag);
+        int status = 0;
+        for (const ListRow &row : ListedRows(archive, settings, totalSize, status)) names.append(row.Tag);
+        if (status) return status;
+    }
+    const QString folder = QFileInfo(*folderOption).absoluteFilePath();
+    const bool madeFolder = !QFileInfo::exists(folder);
+    if (IsFile(folder) || !QDir().mkpath(folder)) {
+        PrintError(QStringLiteral("%1: cannot be made a folder").arg(*folderOption));
+        return ExitStatus(Refusal::NotCreatable);
     }
     VerbosePanel panel(verbose);
     NoEvents events;
     const ExtractReport report = ExtractFiles(archive, names, folder, panel, events);
+    if (report.archive != Refusal::None) {
+        if (madeFolder) QDir().rmdir(folder);  // made for nothing
+        return ReportArchiveCheck(archive, report.archive);
+    }
     for (const QByteArray &name : RefusedFor(report.refused, Refusal::NotRead))
         PrintError(QStringLiteral("%1: not in the archive, or unreadable").arg(DecodeBytes(name)));
     for (const QByteArray &name : RefusedFor(report.refused, Refusal::Damaged))

@@ -442,8 +442,9 @@ private slots:
         QCOMPARE(InternalListLines(archive), (std::set<std::string>{"one.txt", "four.txt"}));
     }
 
-    // Why a path is no archive to read, to change or to update; what cannot
-    // be updated keeps its every byte, and no folder is made.
+    // Why a path is no archive to read (an extraction's own opening says),
+    // to change or to update; what cannot be updated keeps its every byte,
+    // and no folder is made.
     void checkArchive_data()
     {
         QTest::addColumn<QString>("kind");
@@ -451,9 +452,9 @@ private slots:
         QTest::addColumn<Refusal>("forChange");
         QTest::addColumn<Refusal>("forUpdate");
         QTest::newRow("archive") << "archive" << Refusal::None << Refusal::None << Refusal::None;
-        QTest::newRow("missing") << "missing" << Refusal::Missing << Refusal::Missing << Refusal::None;
-        QTest::newRow("in a missing folder") << "no/x" << Refusal::Missing << Refusal::Missing << Refusal::NotCreatable;
-        QTest::newRow("folder") << "folder" << Refusal::WrongKind << Refusal::WrongKind << Refusal::NotCreatable;
+        QTest::newRow("missing") << "missing" << Refusal::NotAnArchive << Refusal::Missing << Refusal::None;
+        QTest::newRow("in a missing folder") << "no/x" << Refusal::NotAnArchive << Refusal::Missing << Refusal::NotCreatable;
+        QTest::newRow("folder") << "folder" << Refusal::NotAnArchive << Refusal::WrongKind << Refusal::NotCreatable;
         QTest::newRow("empty file") << "empty" << Refusal::NotAnArchive << Refusal::EmptyFile << Refusal::None;
         QTest::newRow("noise") << "noise" << Refusal::NotAnArchive << Refusal::None << Refusal::NotAnArchive;  // the change finds out
     }
@@ -471,8 +472,12 @@ private slots:
         if (kind == "empty") WriteFile(path, {});
         if (kind == "noise") WriteFile(path, "xxxx" + Noise(20000, 9));
         const QByteArray before = ReadFile(path);
-        QCOMPARE(CheckArchive(path, ArchiveUse::Read), forReading);
-        QCOMPARE(CheckArchive(path, ArchiveUse::Change), forChange);
+        BatchTrace reading;
+        QVERIFY(QDir().mkpath(Path("check-out/" + kind)));
+        const ExtractReport extracted = ExtractFiles(path, {"a.txt"}, Path("check-out/" + kind), reading, reading);
+        QCOMPARE(extracted.archive, forReading);
+        QCOMPARE(extracted.extracted, int(forReading == Refusal::None));
+        QCOMPARE(CheckArchiveToChange(path), forChange);
         QCOMPARE(AreStored(path, {"a.txt", "A.TXT", "b.txt"}), (QList<bool>{kind == "archive", kind == "archive", false}));
         WriteFile(Path("check-src/a.txt"), "a");
         BatchTrace trace;
@@ -585,7 +590,9 @@ private slots:
         QVERIFY(bytes.startsWith("MPQ\x1A"));
         const auto word = [&](int at) { return int(qFromLittleEndian<quint32>(bytes.constData() + at)); };
         QCOMPARE((QList<int>{word(4), int(qFromLittleEndian<quint16>(bytes.constData() + 12)), word(24)}), header);
-        QCOMPARE(CheckArchive(path, ArchiveUse::Read), Refusal::None);
+        CollectingPorts quiet;
+        mpq::FileList records;
+        QCOMPARE(WhyNotRead(ReadArchiveRecords(path, ListingOptions{}, quiet, quiet, records, nullptr)), Refusal::None);
     }
 
     // The room of deleted files comes back; the files that stay read as before.

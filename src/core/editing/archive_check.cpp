@@ -35,14 +35,22 @@ Refusal CheckPath(const QString &path)
     return IsDirectory(path) ? Refusal::WrongKind : Refusal::None;
 }
 
-Refusal CheckArchive(const QString &path, ArchiveUse use)
+Refusal CheckArchiveToChange(const QString &path)
 {
-    if (use == ArchiveUse::Change && IsFile(path) && QFileInfo(path).size() == 0) return Refusal::EmptyFile;
-    if (const Refusal why = CheckPath(path); why != Refusal::None) return why;
-    // A change opens the archive itself, and its opening says why it cannot.
-    if (use == ArchiveUse::Change) return Refusal::None;
-    const Refusal opened = OpenInChild(path);
-    return opened == Refusal::Malformed ? Refusal::None : opened;
+    if (IsFile(path) && QFileInfo(path).size() == 0) return Refusal::EmptyFile;
+    return CheckPath(path);
+}
+
+Refusal WhyNotRead(RecordsRead read)
+{
+    switch (read) {
+    case RecordsRead::NoArchive: return Refusal::NotAnArchive;
+    case RecordsRead::Damaged: return Refusal::Damaged;
+    case RecordsRead::Listed:
+    case RecordsRead::Malformed:
+    case RecordsRead::Empty: break;
+    }
+    return Refusal::None;
 }
 
 bool HasContent(const QString &path)

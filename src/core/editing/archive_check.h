@@ -8,24 +8,22 @@
 #include <QString>
 
 #include "editing/refusal.h"
+#include "listing/classic_listing.h"
 #include "mpq/mpq_library.h"
-
-enum class ArchiveUse {
-    Read,    // list, info, extract
-    Change,  // delete, rename: they change only an archive that exists, and an
-             // empty file would become a new one
-};
 
 // None when something other than a folder stands at `path`; else Missing or
 // WrongKind (a folder).
 Refusal CheckPath(const QString &path);
 
-// For a read: None when the file at `path` opens as an archive (a protected
-// map too); else Missing, WrongKind (a folder), NotAnArchive, or Damaged
-// (the engine, which opens it in a child process, failed there). For a
-// change: Missing, WrongKind or EmptyFile, with no opening: the change's own
+// Whether the file at `path` is there to be changed (delete, rename): they
+// change only an archive that exists, and an empty file would become a new
+// one. Missing, WrongKind or EmptyFile, with no opening: the change's own
 // opening says why it cannot be made.
-Refusal CheckArchive(const QString &path, ArchiveUse use);
+Refusal CheckArchiveToChange(const QString &path);
+
+// The reason a listing's opening gives for an archive that cannot be read:
+// NotAnArchive or Damaged; None when it was read (a malformed one too).
+Refusal WhyNotRead(RecordsRead read);
 
 // Whether a file with at least one byte stands at `path`: an update of
 // anything else makes a new archive there.

@@ -199,13 +199,15 @@ QByteArray ItemOutcome(Refusal why, const QString &failedPath)
 // The extraction itself, in this process: each name's outcome goes to
 // `onItem` (None when it was written) as it is known, once per name.
 ExtractReport ExtractHere(const QString &archivePath, const QList<QByteArray> &names, const QString &base,
-                          StatusPanel &status, EventQueue &events,
+                          StatusPanel &status, EventQueue &events, const std::function<void()> &onOpened,
                           const std::function<void(Refusal, const QString &)> &onItem)
 {
     ExtractReport report;
 
-    // Not checked: an archive that does not open makes every name missing.
+    // An archive that does not open makes every name missing.
     const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(archivePath).toStdString());
+    if (archive) onOpened();
+    else report.archive = Refusal::NotAnArchive;
 
     FolderWalk walk(base);
     std::vector<char> chunk;  // made at the first file, reused by the others
@@ -300,15 +302,18 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
     for (qsizetype from = 0; from < names.size();) {
         const QList<QByteArray> batch = names.mid(from);
         qsizetype done = 0;
+        bool opened = false;  // the child's first item says the archive opened
         const ChildRun run = RunInChildProcess(
             [&](ChildPorts &ports) {
                 ports.SetItemsAtOnce(careful);
-                const ExtractReport part = ExtractHere(archivePath, batch, base, ports, ports,
+                const ExtractReport part = ExtractHere(
+                    archivePath, batch, base, ports, ports, [&] { ports.ItemDone({}); },
                     [&](Refusal why, const QString &failedPath) { ports.ItemDone(ItemOutcome(why, failedPath)); });
-                return part.cancelled ? 1 : 0;
+                return part.cancelled ? 1 : part.archive == Refusal::NotAnArchive ? 2 : 0;
             },
             status, nullptr, events,
             [&](QByteArrayView item) {
+                if (!std::exchange(opened, true)) return;
                 const auto why = static_cast<Refusal>(item.isEmpty() ? 0 : item.front());
                 if (why == Refusal::None) ++report.extracted;
                 else report.refused.append({batch[done], why});
@@ -320,9 +325,16 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
             for (const QByteArray &name : batch) report.refused.append({name, Refusal::NotRead});
             break;
         }
+        if (run.outcome == mpq::ChildOutcome::Finished && run.status == 2) report.archive = Refusal::NotAnArchive;
         if (!run.Failed() || done >= batch.size()) {
             report.cancelled = run.status == 1 || (run.outcome == mpq::ChildOutcome::Cancelled && done < batch.size() &&
                                                    report.failedPath.isEmpty());
+            break;
+        }
+        if (careful && !opened) {  // the opening itself takes the engine down
+            report.archive = Refusal::Damaged;
+            for (const QByteArray &name : batch) report.refused.append({name, Refusal::Damaged});
+            status.SetStatusText(Texts().StatusBarReady);
             break;
         }
         RemoveLeftovers(base, batch[done], run.pid);

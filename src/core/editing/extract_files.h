@@ -22,6 +22,10 @@ struct ExtractReport {
     // The user stopped the batch: what was written before stays, the rest
     // was not tried.
     bool cancelled = false;
+    // NotAnArchive when the archive did not open (every name is then
+    // NotRead), Damaged when opening it took the engine down (every name is
+    // then Damaged); None when it opened.
+    Refusal archive = Refusal::None;
 };
 
 // Writes each stored name of `names` below `folder`, recreating the folder

@@ -279,24 +279,42 @@ QList<QByteArray> RecoverNames(mpq::MpqHandle archive, mpq::FileList &records,
     return search.Found();
 }
 
-QList<QByteArray> ScanArchiveNames(const QString &path, const ListingOptions &options, StatusPanel &status)
+QList<QByteArray> ScanArchiveNames(const QString &path, const ListingOptions &options, StatusPanel &status,
+                                   RecordsRead *read)
 {
+    RecordsRead ignored = RecordsRead::NoArchive;
+    RecordsRead &verdict = read != nullptr ? *read : ignored;
+    verdict = RecordsRead::NoArchive;
     if (path.isEmpty() || !IsFile(path)) return {};
     NoEvents events;
+    // The answer's first byte says how the opening went: '0' no archive,
+    // 'e' empty, 'm' malformed, 'l' listed; the names follow.
     const std::optional<QByteArray> found = RunForResult(
         [&](ChildPorts &ports) {
             const mpq::Archive archive = mpq::SFileOpenArchive(PathBytes(path).toStdString());
+            if (!archive) return QByteArray("0");
             const std::int64_t n = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_HASH_TABLE_SIZE);
-            if (n <= 1) return QByteArray();
+            if (n <= 1) return QByteArray("e");
             mpq::FileList records;
             ListingOptions listsAlone = options;
             listsAlone.recoverNames = false;
             BuildFileLists(archive.get(), path, records, listsAlone, ports);
-            return RecoverNames(archive.get(), records, options.standardNames).join('\n');
+            const bool malformed = mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_MALFORMED) == 1;
+            return (malformed ? QByteArray("m") : QByteArray("l")) +
+                   RecoverNames(archive.get(), records, options.standardNames).join('\n');
         },
         status, nullptr, events);
-    if (!found || found->isEmpty()) return {};
-    QList<QByteArray> names = found->split('\n');
+    if (!found) {
+        verdict = RecordsRead::Damaged;
+        return {};
+    }
+    const char said = found->isEmpty() ? '0' : found->front();
+    verdict = said == 'l'   ? RecordsRead::Listed
+              : said == 'm' ? RecordsRead::Malformed
+              : said == 'e' ? RecordsRead::Empty
+                            : RecordsRead::NoArchive;
+    if (found->size() <= 1) return {};
+    QList<QByteArray> names = found->sliced(1).split('\n');
     std::sort(names.begin(), names.end(), [](const QByteArray &a, const QByteArray &b) {
         return qstricmp(a.constData(), b.constData()) < 0;
     });

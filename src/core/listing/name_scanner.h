@@ -9,6 +9,7 @@
 
 #include <vector>
 
+#include "listing/classic_listing.h"
 #include "listing/listing_options.h"
 #include "listing/reporting.h"
 #include "mpq/mpq_library.h"
@@ -39,5 +40,7 @@ QList<QByteArray> CandidateNames(const QByteArray &content, const QByteArray &im
 // Opens the archive at `path`, names its records as a listing with `options`
 // does, and recovers what names it can whatever options.recoverNames says;
 // the names given, sorted without regard to case. Empty when it holds no
-// archive or nothing is nameless.
-QList<QByteArray> ScanArchiveNames(const QString &path, const ListingOptions &options, StatusPanel &status);
+// archive or nothing is nameless; `read`, when given, gets how the one
+// opening went (Listed, Malformed, Empty, NoArchive or Damaged).
+QList<QByteArray> ScanArchiveNames(const QString &path, const ListingOptions &options, StatusPanel &status,
+                                   RecordsRead *read = nullptr);
