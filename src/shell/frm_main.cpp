@@ -224,7 +224,11 @@ bool frmMain::eventFilter(QObject *watched, QEvent *event)
 // ---------------------------------------------------------------------------
 // The archive session
 
-SessionPorts frmMain::Ports() { return SessionPorts{*reports_, *reports_, *model_, *treePort_, reports_.get()}; }
+SessionPorts frmMain::Ports(BatchProgress *listing)
+{
+    if (listing != nullptr) return SessionPorts{*listing, *reports_, *model_, *treePort_, listing};
+    return SessionPorts{*reports_, *reports_, *model_, *treePort_, reports_.get()};
+}
 
 void frmMain::ShowSession()
 {
@@ -236,7 +240,8 @@ void frmMain::ShowSession()
 void frmMain::OpenArchive(const QString &path)
 {
     mnuClose_Click();  // find next ends with the archive, whatever comes next
-    session_.Open(path, config_, Ports());
+    BatchProgress listing(this, *reports_);  // a long listing can be stopped
+    session_.Open(path, config_, Ports(&listing));
     ShowSession();
 }
 
@@ -281,7 +286,11 @@ void frmMain::mnuRecents_Click(int index)
     OpenArchive(session_.RecentFiles[index - 1]);
 }
 
-void frmMain::mnuRefresh_Click() { session_.Refresh(config_, Ports()); }
+void frmMain::mnuRefresh_Click()
+{
+    BatchProgress listing(this, *reports_);
+    session_.Refresh(config_, Ports(&listing));
+}
 
 Qt::DropAction frmMain::Form_OLEDragOver(const QMimeData *drag) const
 {

@@ -28,6 +28,7 @@ class QToolBar;
 class QTreeWidgetItem;
 struct AddReport;
 class ArchiveListModel;
+class BatchProgress;
 class ArchiveListView;
 class FolderTreeWidget;
 class frmConfig;
@@ -159,7 +160,9 @@ private:
     void ApplyTexts();
     void ApplyWindowSettings();
     WindowSettings CurrentWindowSettings() const;
-    SessionPorts Ports();
+    // What the session reports to; a listing's progress and Cancel go
+    // through `listing` when given.
+    SessionPorts Ports(BatchProgress *listing = nullptr);
     // Opens `path` through the session and shows the outcome.
     void OpenArchive(const QString &path);
     // The title, the recent entries and the commands as the session stands.

@@ -41,7 +41,8 @@ void frmMain::ListAfterAdd(const AddReport &report)
         mnuRefresh_Click();
     } else {
         model_->Clear();
-        session_.List(config_, Ports());
+        BatchProgress listing(this, *reports_);
+        session_.List(config_, Ports(&listing));
     }
     // The listing ends on "ready"; an archive that could not be written, or
     // files that did not go in (a full disk, a file gone), say so instead.

@@ -27,7 +27,7 @@ namespace {
 ListingOptions Options(bool autoDetect = true, qint16 useLists = 1, const QString &listFiles = {})
 {
     return ListingOptions{"open %v", "list of %v", "external lists", "ready", "no archive: %v", "damaged: %v", "malformed: %v",
-                          useLists,  listFiles,    autoDetect,       false,   {}};
+                          "stopped: %v", useLists,  listFiles,    autoDetect,       false,   {}};
 }
 
 ListRow Row(const QString &name, quint32 full = 0, quint32 compressed = 0, quint32 flags = 0)

@@ -274,20 +274,41 @@ private slots:
     }
 
     // While the engine is stuck on a file (its child is ended after a few seconds), the window's
-    // timers and paints go on; the archive still lists.
+    // timers and paints go on, and a dialog comes whose Cancel stops the listing; left alone,
+    // the archive still lists.
+    void theWindowLivesWhileTheEngineIsStuck_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<QString>("status");
+        QTest::newRow("left alone") << false << 2 << "Pronto";
+        QTest::newRow("cancelled") << true << 0 << "Lettura di %1 interrotta: Aggiorna la riprende";
+    }
     void theWindowLivesWhileTheEngineIsStuck()
     {
+        QFETCH(bool, cancel);
+        QFETCH(int, rows);
+        QFETCH(QString, status);
         const QString archive = WriteFile(dir.filePath("stuck.mpq"), HandMadeArchive(8, {{"pic", "GIF89a......"}, EndlessBzip2File("stuck")}));
         auto window = Start();
-        int ticks = 0;
+        int ticks = 0, dialogsSeen = 0;
         QTimer timer;
-        connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+        connect(&timer, &QTimer::timeout, [&] {
+            ++ticks;
+            auto *progress = window->findChild<QProgressDialog *>("dlgBatchProgress");
+            dialogsSeen += progress != nullptr;
+            if (progress != nullptr && cancel) progress->cancel();
+        });
         timer.start(100);
         ScriptedDialogs dialogs;
         dialogs.answers = {{archive}};
         window->mnuOpen_Click();
-        QVERIFY2(ticks >= 10, qPrintable(QString::number(ticks)));
-        QCOMPARE(window->Model()->rowCount(), 2);
+        QVERIFY2(ticks >= (cancel ? 5 : 10), qPrintable(QString::number(ticks)));
+        QVERIFY(dialogsSeen > 0);
+        QCOMPARE(window->Model()->rowCount(), rows);
+        QCOMPARE(StatusText(*window), status.replace("%1", archive));
+        QCOMPARE(window->windowTitle(), "Arcavera - " + archive);
+        QVERIFY(!window->findChild<QProgressDialog *>("dlgBatchProgress"));
     }
 
     // Over an open archive the window takes no drop; on the empty window a file opens, a folder not.

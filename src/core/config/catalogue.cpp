@@ -211,6 +211,8 @@ const CatalogueEntry kCatalogue[] = {
      "Impossibile scrivere l'archivio: nulla è stato cambiato."},
     {"StatusBar", "NotOpened", &M::StatusBarNotOpened, "Impossibile aprire %v come archivio MPQ"},
     {"StatusBar", "Damaged", &M::StatusBarDamaged, "%v è danneggiato: la sua lettura ha fermato il motore"},
+    {"StatusBar", "ListingStopped", &M::StatusBarListingStopped,
+     "Lettura di %v interrotta: Aggiorna la riprende"},
     {"StatusBar", "Malformed", &M::StatusBarMalformed,
      "%v è un archivio malformato (una mappa protetta): si legge, ma non si modifica"},
     {"StatusBar", "NotAdded", &M::StatusBarNotAdded, "File non aggiunti all'archivio: %v"},

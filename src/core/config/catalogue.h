@@ -48,6 +48,7 @@ struct MessageStrings {
         StatusBarNotOpened,    // "%v": the path, which does not open as an archive
         StatusBarDamaged,      // "%v": the path, whose reading takes the engine down
         StatusBarMalformed,    // "%v": the path, an archive that reads but is never changed
+        StatusBarListingStopped,  // "%v": the path, whose listing the user stopped
         StatusBarNotAdded,     // "%v": how many files of an add did not go in
         StatusBarNotStored,    // "%v": a name the archive does not store (any more)
         StatusBarKept;         // "%v": a stored name the archive keeps for itself

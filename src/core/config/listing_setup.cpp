@@ -22,6 +22,7 @@ ListingOptions ListingOptionsOf(const AppConfig &config)
     options.notOpened = t.StatusBarNotOpened;
     options.damaged = t.StatusBarDamaged;
     options.malformed = t.StatusBarMalformed;
+    options.stopped = t.StatusBarListingStopped;
     options.useLists = config.UseLists;
     options.listFiles = config.ListFiles;
     options.autoDetect = config.AutoDetectFile != 0;

@@ -46,6 +46,7 @@ Refusal WhyNotRead(RecordsRead read)
     switch (read) {
     case RecordsRead::NoArchive: return Refusal::NotAnArchive;
     case RecordsRead::Damaged: return Refusal::Damaged;
+    case RecordsRead::Stopped: return Refusal::ArchiveNotWritten;  // nothing was read
     case RecordsRead::Listed:
     case RecordsRead::Malformed:
     case RecordsRead::Empty: break;

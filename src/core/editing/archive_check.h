@@ -22,7 +22,8 @@ Refusal CheckPath(const QString &path);
 Refusal CheckArchiveToChange(const QString &path);
 
 // The reason a listing's opening gives for an archive that cannot be read:
-// NotAnArchive or Damaged; None when it was read (a malformed one too).
+// NotAnArchive or Damaged (ArchiveNotWritten when the user stopped it);
+// None when it was read (a malformed one too).
 Refusal WhyNotRead(RecordsRead read);
 
 // Whether a file with at least one byte stands at `path`: an update of

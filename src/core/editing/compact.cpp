@@ -66,6 +66,7 @@ CompactReport CompactArchive(const QString &path, const ListingOptions &options,
     case RecordsRead::NoArchive: report.archive = Refusal::NotAnArchive; return report;
     case RecordsRead::Damaged: report.archive = Refusal::Damaged; return report;
     case RecordsRead::Malformed: report.archive = Refusal::Malformed; return report;
+    case RecordsRead::Stopped: report.archive = Refusal::ArchiveNotWritten; return report;
     case RecordsRead::Listed:
     case RecordsRead::Empty: break;
     }

@@ -92,6 +92,7 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
     RecordsRead result = RecordsRead::NoArchive;
     mpq::ChildLimits limits;
     limits.stallMilliseconds = 5000;  // progress comes at every percent
+    limits.stopByKill = true;         // a listing only reads: a Cancel ends it at once
     bool careful = false;  // each probe told at once, so that the one the engine dies on is known
     for (int attempt = 0; attempt < 4; ++attempt) {
         qint64 total = 0;
@@ -126,6 +127,11 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
                 }
             },
             limits);
+        if (run.outcome == mpq::ChildOutcome::Cancelled) {
+            say(options.stopped);
+            ::close(shared);
+            return RecordsRead::Stopped;
+        }
         if (run.Failed()) {
             if (!careful) careful = true;
             else if (inProbe >= 0) skips.unprobed.insert(static_cast<std::size_t>(inProbe));

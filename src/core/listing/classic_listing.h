@@ -20,6 +20,7 @@ enum class RecordsRead {
     Empty,      // an archive of one hash slot or none: nothing to list, nothing said
     NoArchive,  // the path names no file, or one that holds no archive (or an empty one)
     Damaged,    // reading the archive crashed the engine or kept it busy past its limits
+    Stopped,    // the user stopped the listing (a Cancel of its events): nothing listed
 };
 
 // The records of every stored file of the archive at `path`, named as a

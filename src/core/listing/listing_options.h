@@ -13,6 +13,7 @@ struct ListingOptions {
     QString notOpened;       // the file, "%v", is gone or does not open as an archive
     QString damaged;         // the file, "%v", takes the engine down when it is read
     QString malformed;       // the file, "%v", reads only as a protected map does: read-only
+    QString stopped;         // the user stopped the listing of the file, "%v"
     // Settings.
     qint16 useLists = 1;      // 1: skip the external lists when the archive has its own
     QString listFiles;        // the external list files, each followed by "\r\n"
