@@ -45,13 +45,8 @@ VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, S
     report.archive = CheckPath(path);
     if (report.archive != Refusal::None) return report;
     CollectingPorts rows;
-    switch (ListArchiveRows(path, options, status, progress, rows, nullptr)) {
-    case RecordsRead::NoArchive: report.archive = Refusal::NotAnArchive; return report;
-    case RecordsRead::Damaged: report.archive = Refusal::Damaged; return report;
-    case RecordsRead::Listed:
-    case RecordsRead::Malformed:
-    case RecordsRead::Empty: break;
-    }
+    report.archive = WhyNotRead(ListArchiveRows(path, options, status, progress, rows, nullptr));
+    if (report.archive != Refusal::None) return report;
     std::vector<std::string> names;
     names.reserve(rows.rows.size());
     for (const ListRow &row : rows.rows) names.push_back(row.Tag.toStdString());
