@@ -148,6 +148,10 @@ private slots:
         QTest::newRow("beats while it works") << "beat" << int(mpq::ChildOutcome::Finished) << "one,h,h,h,h,h,h,two,";
         QTest::newRow("cancelled, stops") << "stop" << int(mpq::ChildOutcome::Cancelled) << "one,stopped,";
         QTest::newRow("reaches for the network") << "network" << int(mpq::ChildOutcome::Finished) << "one,refused,two,";
+        // Landlock: below its folder a file is made, written, renamed and removed; elsewhere none.
+        if (mpq::ChildWritesConfined())
+            QTest::newRow("writes outside its folder")
+                << "write" << int(mpq::ChildOutcome::Finished) << "one,inside,refused,refused,refused,two,";
 #ifndef ARCAVERA_ADDRESS_SANITIZER
         QTest::newRow("allocates without end") << "allocate" << int(mpq::ChildOutcome::Crashed) << "one,";
 #endif
@@ -159,6 +163,10 @@ private slots:
         mpq::ChildLimits limits;
         limits.memoryBytes = std::uint64_t{1} << 30;
         limits.stallMilliseconds = 300;
+        const QByteArray inside = QFile::encodeName(Path("writable")), outside = QFile::encodeName(Path("kept"));
+        QVERIFY(QDir().mkpath(Path("writable")) && QDir().mkpath(Path("kept")));
+        WriteFile(Path("kept/old.txt"), "old");
+        limits.writableFolders = {inside.toStdString()};
         const mpq::ChildResult result = mpq::RunInChild(
             [&](mpq::ChildChannel &channel) {
                 channel.Send("one", 3);
@@ -166,6 +174,19 @@ private slots:
                 if (work == "network") {
                     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
                     channel.Send(fd < 0 && errno == EACCES ? "refused" : "reached", 7);
+                }
+                if (work == "write") {
+                    const auto made = [](const QByteArray &path) {
+                        const int fd = ::open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600);
+                        return fd >= 0 && ::write(fd, "x", 1) == 1 && ::close(fd) == 0;
+                    };
+                    const bool in = made(inside + "/new.txt") && ::rename((inside + "/new.txt").constData(), (inside + "/b.txt").constData()) == 0 &&
+                                    ::unlink((inside + "/b.txt").constData()) == 0;
+                    channel.Send(in ? "inside" : "blocked", in ? 6 : 7);
+                    const bool refused[] = {!made(outside + "/new.txt") && errno == EACCES,
+                                            ::truncate((outside + "/old.txt").constData(), 0) != 0 && errno == EACCES,
+                                            ::unlink((outside + "/old.txt").constData()) != 0 && errno == EACCES};
+                    for (bool no : refused) channel.Send(no ? "refused" : "reached", 7);
                 }
                 if (work == "loop") for (volatile bool on = true; on;) {}
                 if (work == "beat")

@@ -2,6 +2,9 @@
 
 #include <cstring>
 
+#include "listing/text_encoding.h"
+#include "mpq/mpq_library.h"
+
 namespace {
 
 template <typename T>
@@ -158,4 +161,11 @@ std::optional<QByteArray> RunForResult(const std::function<QByteArray(ChildPorts
         status, progress, events, [](QByteArrayView) {}, limits, result, complete);
     if (!complete || run.Failed()) return std::nullopt;
     return result;
+}
+
+mpq::ChildLimits ArchiveLimits(const QString &archivePath)
+{
+    mpq::ChildLimits limits;
+    limits.writableFolders = mpq::ArchiveFolders(PathBytes(archivePath).toStdString());
+    return limits;
 }

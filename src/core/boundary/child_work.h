@@ -60,6 +60,10 @@ struct ChildRun {
     bool Failed() const { return outcome == mpq::ChildOutcome::Crashed || outcome == mpq::ChildOutcome::Stalled; }
 };
 
+// The limits of a child that works on the archive at `archivePath`: it may
+// write only in the folders the engine names for it (mpq::ArchiveFolders).
+mpq::ChildLimits ArchiveLimits(const QString &archivePath);
+
 // Runs `work` in a child process and brings back the bytes it returns
 // (its report, written with QDataStream); nothing when the engine failed
 // there (the child crashed, or stalled past `limits`) or no child could run.

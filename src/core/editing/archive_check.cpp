@@ -22,7 +22,7 @@ Refusal OpenInChild(const QString &path)
             if (!archive) return QByteArray("0");
             return QByteArray(mpq::SFileGetFileInfo(archive.get(), mpq::SFILE_INFO_MALFORMED) == 1 ? "m" : "1");
         },
-        quiet, nullptr, events);
+        quiet, nullptr, events, ArchiveLimits(path));
     if (!opened) return Refusal::Damaged;
     return *opened == "1" ? Refusal::None : *opened == "m" ? Refusal::Malformed : Refusal::NotAnArchive;
 }

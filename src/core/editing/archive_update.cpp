@@ -51,9 +51,9 @@ Refusal CreateArchive(const QString &archivePath, int format, qint32 maxFiles)
     return update && update.Close() ? Refusal::None : Refusal::NotCreatable;
 }
 
-mpq::ChildLimits UpdateLimits()
+mpq::ChildLimits UpdateLimits(const QString &archivePath)
 {
-    mpq::ChildLimits limits;
+    mpq::ChildLimits limits = ArchiveLimits(archivePath);
     limits.stallMilliseconds = 15000;  // the engine tells of every piece of a file it writes
     return limits;
 }

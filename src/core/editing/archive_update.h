@@ -32,7 +32,8 @@ QString UnchangedArchiveText(Refusal why, const QString &archivePath);
 // How long an update in a child may go without a word: the engine tells of
 // each piece of a file it writes, but writes its tables at the close with
 // none.
-mpq::ChildLimits UpdateLimits();
+// The child writes only where the archive's folders are (ArchiveLimits).
+mpq::ChildLimits UpdateLimits(const QString &archivePath);
 // After an update whose child the engine took down: the journal puts the
 // archive back as it was, now rather than at its next open.
 void UndoFailedUpdate(const QString &archivePath);
@@ -52,7 +53,7 @@ Report UpdateInChild(const QString &archivePath, const QList<Name> &names, Statu
             out << here(ports);
             return bytes;
         },
-        status, nullptr, events, UpdateLimits());
+        status, nullptr, events, UpdateLimits(archivePath));
     Report report;
     if (result) {
         QDataStream in(*result);

@@ -88,7 +88,7 @@ Refusal RenameStoredFile(const QString &archivePath, const QByteArray &oldName, 
     CollectingPorts quiet;
     const std::optional<QByteArray> result = RunForResult(
         [&](ChildPorts &) { return QByteArray(1, static_cast<char>(RenameHere(archivePath, oldName, newName, defaultMaxFiles))); },
-        quiet, nullptr, events, UpdateLimits());
+        quiet, nullptr, events, UpdateLimits(archivePath));
     if (result && result->size() == 1) return static_cast<Refusal>(result->front());
     UndoFailedUpdate(archivePath);
     return Refusal::Damaged;

@@ -292,7 +292,10 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
     ExtractReport report;
     if (folder.isEmpty()) return report;
     const QString base = folder.endsWith(QLatin1Char('/')) ? folder : folder + QLatin1Char('/');
-    mpq::ChildLimits limits;
+    // The child writes below the folder, and where a read of the archive
+    // may put back an update that was cut off.
+    mpq::ChildLimits limits = ArchiveLimits(archivePath);
+    limits.writableFolders.push_back(PathBytes(folder).toStdString());
     limits.stallMilliseconds = 5000;  // a word comes for every name, and every mebibyte of a large one
     // Outcomes go over a packet at a time; when a child dies, the names it
     // had done may not all have been told, so the rest is tried once more

@@ -90,7 +90,7 @@ RecordsRead ReadArchiveRecords(const QString &path, const ListingOptions &option
     ListingSkips skips;
     ListingOptions tried = options;
     RecordsRead result = RecordsRead::NoArchive;
-    mpq::ChildLimits limits;
+    mpq::ChildLimits limits = ArchiveLimits(path);
     limits.stallMilliseconds = 5000;  // progress comes at every percent
     limits.stopByKill = true;         // a listing only reads: a Cancel ends it at once
     bool careful = false;  // each probe told at once, so that the one the engine dies on is known

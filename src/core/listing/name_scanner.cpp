@@ -303,7 +303,7 @@ QList<QByteArray> ScanArchiveNames(const QString &path, const ListingOptions &op
             return (malformed ? QByteArray("m") : QByteArray("l")) +
                    RecoverNames(archive.get(), records, options.standardNames).join('\n');
         },
-        status, nullptr, events);
+        status, nullptr, events, ArchiveLimits(path));
     if (!found) {
         verdict = RecordsRead::Damaged;
         return {};

@@ -25,7 +25,7 @@ std::optional<ArchiveDetails> ReadDetails(const QString &path)
             if (!mpq::ReadArchiveLayout(PathBytes(path).toStdString(), found)) return QByteArray();
             return QByteArray(reinterpret_cast<const char *>(&found), sizeof found);
         },
-        quiet, nullptr, events);
+        quiet, nullptr, events, ArchiveLimits(path));
     if (!read || read->size() != sizeof(mpq::ArchiveLayout)) return std::nullopt;
     mpq::ArchiveLayout layout;
     std::memcpy(&layout, read->constData(), sizeof layout);

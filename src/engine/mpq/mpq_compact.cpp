@@ -176,6 +176,7 @@ CompactResult CompactInChild(const CopyFiles &files, CompactProgress progress, v
     ChildLimits limits;
     limits.stallMilliseconds = 60000;  // the tables of a large archive are written with no word
     limits.stopByKill = true;
+    limits.writableFolders = {FolderOf(files.copy)};  // the copy and its scratch lie beside the archive
     const ChildResult run = RunInChild([&](ChildChannel &channel) { return CompactCopy(files, channel); },
                                        [&](std::string_view bytes) {
                                            if (bytes.size() == sizeof record) std::memcpy(record, bytes.data(), sizeof record);

@@ -13,7 +13,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace mpq {
 
@@ -38,6 +40,11 @@ struct ChildLimits {
     unsigned cpuSeconds = 600;                            // processor time in all
     unsigned stallMilliseconds = 10000;                   // longest wait for a record
     bool stopByKill = false;  // work that cannot stop by itself is ended at a Cancel
+    // The folders below which the child may write, make, rename or remove
+    // files (and the folders themselves); anywhere else it is refused
+    // (EACCES), where the kernel has Landlock. Empty: the child writes
+    // nowhere. Reading is not confined.
+    std::vector<std::string> writableFolders;
 };
 
 enum class ChildOutcome {
@@ -54,6 +61,10 @@ struct ChildResult {
     bool returned = false;  // the work returned: it was not ended halfway
     int pid = 0;     // the child's process id, for what it left behind
 };
+
+// Whether the children of this process are kept to their writable folders
+// (the kernel has Landlock).
+bool ChildWritesConfined();
 
 // In a child of RunInChild: tells the parent the work is moving (a record
 // of one byte, 'h', at most one in 50 ms), so that a long step is not taken

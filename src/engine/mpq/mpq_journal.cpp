@@ -307,6 +307,16 @@ std::string JournalPath(const std::string &archivePath, bool fallback)
     return state + "/arcavera/journals/" + name;
 }
 
+std::vector<std::string> ArchiveFolders(const std::string &path)
+{
+    std::vector<std::string> folders{FolderOf(path)};
+    if (const std::string real = FollowLinks(path); real != path) folders.push_back(FolderOf(real));
+    // The journals' folder, made as a journal there would make it.
+    const std::string journals = FolderOf(JournalPath(FollowLinks(path), true));
+    if (MakeFolders(journals)) folders.push_back(journals);
+    return folders;
+}
+
 bool RecoverInterruptedUpdate(const std::string &archivePath)
 {
     if (archivePath.empty()) return true;

@@ -265,6 +265,14 @@ using CompactProgress = bool (*)(void *context, std::uint64_t done, std::uint64_
 CompactResult MpqCompactArchive(const std::string &path, const std::vector<std::string> &names,
                                 CompactProgress progress = nullptr, void *context = nullptr);
 
+// The folders that work on the archive at `path` may write in, whether it
+// reads, updates or compacts the archive (a read puts back an update that
+// was cut off): the archive's folder, its real file's folder when `path` is a
+// link, and the folder of its journal when it cannot lie beside it (made
+// here when it is not there yet). A child of the engine is confined to
+// these (mpq_isolation.h, ChildLimits::writableFolders).
+std::vector<std::string> ArchiveFolders(const std::string &path);
+
 // The engine's name and version, cut to fit `length` bytes with the closing
 // zero. Returns the length of what was written, the closing zero counted; 0
 // when nothing fits.

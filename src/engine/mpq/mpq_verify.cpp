@@ -214,6 +214,7 @@ ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std
     const std::size_t none = storedNames.size();
     ChildLimits limits;
     limits.stopByKill = true;  // it only reads
+    limits.writableFolders = ArchiveFolders(path);  // but its open puts back an update cut off
     for (std::size_t next = 0;;) {
         std::size_t current = none;  // the file in work
         bool signatureChecked = false;
