@@ -29,6 +29,12 @@ forbid "$(sources src/core)" 'QtWidgets|QtGui|Q(Widget|Dialog|Application|Action
 forbid "$(sources src/cli)" 'mpq/' "the command-line tool goes through the core, not the engine"
 forbid "$(sources src/engine src/core src/forms src/cli)" 'shell/' "only the window includes src/shell"
 
+# StormLib's own structures, laid out as one version lays them, and the
+# functions it exports without declaring them are read in one file alone.
+storm_internals='TMPQArchive|TMPQFile|TFileEntry|TMPQHash|AllocateSectorBuffer|AllocateSectorOffsets|CalculateRawSectorOffset|SAttrLoadAttributes'
+hits=$(grep -nwE "$storm_internals" $(sources src tests bench fuzz tools | grep -vx 'src/engine/mpq/mpq_storm.cpp') || true)
+[ -z "$hits" ] || complain "only src/engine/mpq/mpq_storm.cpp reads StormLib's structures:"$'\n'"$hits"
+
 while read -r count file; do
   [ "$count" -le 700 ] || complain "$file has $count non-blank lines (at most 700)"
 done < <(for f in $(sources src); do echo "$(grep -cv '^[[:space:]]*$' "$f") $f"; done)

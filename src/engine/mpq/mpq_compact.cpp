@@ -7,6 +7,7 @@
 #include "mpq/mpq_isolation.h"
 #include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
+#include "mpq/mpq_storm.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -74,12 +75,11 @@ bool WriteNames(const std::string &path, const std::vector<std::string> &names)
 // Whether StormLib knows a name for every file of the archive.
 bool EveryFileNamed(HANDLE storm)
 {
-    const TMPQArchive *ha = static_cast<const TMPQArchive *>(storm);
-    for (DWORD n = 0; n < ha->dwFileTableSize; ++n) {
-        const TFileEntry &file = ha->pFileTable[n];
-        if ((file.dwFlags & MPQ_FILE_EXISTS) != 0 && file.szFileName == nullptr) return false;
-    }
-    return true;
+    bool named = true;
+    stormlib::ForEachFileEntry(storm, [&](const stormlib::Entry &file, std::uint32_t) {
+        if ((file.flags & MPQ_FILE_EXISTS) != 0 && file.name == nullptr) named = false;
+    });
+    return named;
 }
 
 constexpr char kCopyPrefix[] = ".arcavera-compact-";

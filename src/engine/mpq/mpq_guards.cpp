@@ -8,6 +8,7 @@
 
 #include "mpq/mpq_hash.h"
 #include "mpq/mpq_header.h"
+#include "mpq/mpq_storm.h"
 
 #include <StormLib.h>
 
@@ -25,14 +26,6 @@
 #include <cstdint>
 #include <cstring>
 #include <vector>
-
-// StormLib's own sector buffer and sector table loaders and sector position,
-// exported by the library though not declared in its header. The guards
-// prepare a file the way its first read would, so they see exactly what that
-// read will use.
-DWORD AllocateSectorBuffer(TMPQFile *hf);
-DWORD AllocateSectorOffsets(TMPQFile *hf, bool bLoadFromFile);
-ULONGLONG CalculateRawSectorOffset(TMPQFile *hf, DWORD dwSectorOffset);
 
 namespace mpq::guards {
 
@@ -437,30 +430,29 @@ bool huffmanRefused = false;
 // Likewise it reads a file stored whole and uncompressed into a buffer of
 // the file's size, however many stored bytes the block table claims, and
 // takes the size of a patch file from the file's own bytes.
-bool SectorTableFits(int fd, const TMPQFile *hf)
+bool SectorTableFits(int fd, const stormlib::OpenedFile &file, const stormlib::ArchiveFacts &archive)
 {
-    const TFileEntry *entry = hf->pFileEntry;
-    const TMPQArchive *ha = hf->ha;
+    const stormlib::Entry &entry = file.entry;
     // Patch files of incremental updates never occur in these games'
     // archives; a damaged flag word that claims one sends StormLib to a
     // size read from the data itself.
-    if (entry->dwFlags & MPQ_FILE_PATCH_FILE) return false;
-    if ((entry->dwFlags & MPQ_FILE_SINGLE_UNIT) && (entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 &&
-        (entry->dwCmpSize > entry->dwFileSize || entry->dwCmpSize > hf->dwDataSize))
+    if (entry.flags & MPQ_FILE_PATCH_FILE) return false;
+    if ((entry.flags & MPQ_FILE_SINGLE_UNIT) && (entry.flags & MPQ_FILE_COMPRESS_MASK) == 0 &&
+        (entry.storedSize > entry.fullSize || entry.storedSize > file.dataSize))
         return false;
-    if ((entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 || (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) ||
-        entry->dwFileSize == 0 || ha->dwSectorSize == 0)
+    if ((entry.flags & MPQ_FILE_COMPRESS_MASK) == 0 || (entry.flags & MPQ_FILE_SINGLE_UNIT) ||
+        entry.fullSize == 0 || archive.sectorSize == 0)
         return true;
     // An encrypted file whose key StormLib does not know yet gets its key from
     // a table of the expected length, which never asks for the longer read.
-    if ((entry->dwFlags & MPQ_FILE_ENCRYPTED) && hf->dwFileKey == 0) return true;
-    const std::uint64_t sectors = (std::uint64_t{entry->dwFileSize} - 1) / ha->dwSectorSize + 1;
+    if ((entry.flags & MPQ_FILE_ENCRYPTED) && file.key == 0) return true;
+    const std::uint64_t sectors = (std::uint64_t{entry.fullSize} - 1) / archive.sectorSize + 1;
     std::uint64_t expected = (sectors + 1) * 4;
-    if (entry->dwFlags & MPQ_FILE_SECTOR_CRC) expected += 4;
+    if (entry.flags & MPQ_FILE_SECTOR_CRC) expected += 4;
     unsigned char raw[4];
-    if (ReadAt(fd, hf->RawFilePos, raw, 4) != 4) return true;  // StormLib fails the read itself
+    if (ReadAt(fd, file.rawAt, raw, 4) != 4) return true;  // StormLib fails the read itself
     std::uint32_t first = Le32(raw);
-    if (entry->dwFlags & MPQ_FILE_ENCRYPTED) first = DecryptFirstWord(first, hf->dwFileKey - 1);
+    if (entry.flags & MPQ_FILE_ENCRYPTED) first = DecryptFirstWord(first, file.key - 1);
     return first <= expected || first % 4 == 0;
 }
 
@@ -478,31 +470,30 @@ struct PackedBlock {
 // that read will use. False when the engine would guess the key from the
 // data, which these checks cannot follow.
 template <typename Fn>
-bool ForEachPackedBlock(TMPQFile *hf, Fn &&fn)
+bool ForEachPackedBlock(HANDLE stormFile, const stormlib::OpenedFile &file, const stormlib::ArchiveFacts &archive,
+                        Fn &&fn)
 {
-    const TFileEntry *entry = hf->pFileEntry;
-    if ((entry->dwFlags & MPQ_FILE_COMPRESS) == 0 || hf->dwDataSize == 0) return true;
-    if (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) {
-        const std::uint32_t stored = entry->dwCmpSize;
-        if (stored == 0 || stored >= hf->dwDataSize) return true;  // nothing to unpack
-        fn(PackedBlock{hf->RawFilePos, stored, hf->dwDataSize, hf->dwFileKey});
+    const stormlib::Entry &entry = file.entry;
+    if ((entry.flags & MPQ_FILE_COMPRESS) == 0 || file.dataSize == 0) return true;
+    if (entry.flags & MPQ_FILE_SINGLE_UNIT) {
+        const std::uint32_t stored = entry.storedSize;
+        if (stored == 0 || stored >= file.dataSize) return true;  // nothing to unpack
+        fn(PackedBlock{file.rawAt, stored, file.dataSize, file.key});
         return true;
     }
     // The first read allocates the sector buffer, which sets the sector
     // size that the table loader divides by, then loads the table; when
     // either fails, so does the read.
-    if (hf->ha->dwSectorSize == 0) return false;
-    if (hf->pbFileSector == nullptr && (AllocateSectorBuffer(hf) != ERROR_SUCCESS || hf->pbFileSector == nullptr))
-        return true;
-    if (hf->SectorOffsets == nullptr && (AllocateSectorOffsets(hf, true) != ERROR_SUCCESS || hf->SectorOffsets == nullptr))
-        return true;
-    if ((entry->dwFlags & MPQ_FILE_ENCRYPTED) && hf->dwFileKey == 0) return false;
-    const std::uint32_t sectorSize = hf->ha->dwSectorSize;
-    for (std::uint32_t i = 0; i < hf->dwSectorCount; ++i) {
-        const std::uint32_t full = std::min<std::uint32_t>(sectorSize, hf->dwDataSize - i * sectorSize);
-        const std::uint32_t stored = hf->SectorOffsets[i + 1] - hf->SectorOffsets[i];
+    if (archive.sectorSize == 0) return false;
+    const stormlib::SectorTable table = stormlib::LoadSectorTable(stormFile);
+    if (!table.loaded) return true;
+    if ((entry.flags & MPQ_FILE_ENCRYPTED) && table.key == 0) return false;
+    const std::uint32_t sectorSize = archive.sectorSize;
+    for (std::uint32_t i = 0; i < table.count; ++i) {
+        const std::uint32_t full = std::min<std::uint32_t>(sectorSize, file.dataSize - i * sectorSize);
+        const std::uint32_t stored = table.offsets[i + 1] - table.offsets[i];
         if (stored == 0 || stored >= full) continue;  // not unpacked
-        fn(PackedBlock{CalculateRawSectorOffset(hf, hf->SectorOffsets[i]), stored, full, hf->dwFileKey + i});
+        fn(PackedBlock{stormlib::RawSectorAt(stormFile, table.offsets[i]), stored, full, table.key + i});
     }
     return true;
 }
@@ -538,13 +529,14 @@ std::vector<unsigned char> BlockBytes(int fd, const PackedBlock &block, bool enc
 //
 // A file whose key the engine would guess from its data is not read: the
 // checks cannot follow that guess.
-bool PackedBlocksAreSafe(int fd, TMPQFile *hf)
+bool PackedBlocksAreSafe(int fd, HANDLE stormFile, const stormlib::OpenedFile &file,
+                         const stormlib::ArchiveFacts &archive)
 {
-    const bool encrypted = (hf->pFileEntry->dwFlags & MPQ_FILE_ENCRYPTED) != 0;
-    const bool version1 = hf->ha->pHeader->wFormatVersion < MPQ_FORMAT_VERSION_2;
+    const bool encrypted = (file.entry.flags & MPQ_FILE_ENCRYPTED) != 0;
+    const bool version1 = archive.formatVersion < MPQ_FORMAT_VERSION_2;
     bool lzmaInVersion1 = false;
     bool huffman = false;
-    const bool followed = ForEachPackedBlock(hf, [&](const PackedBlock &block) {
+    const bool followed = ForEachPackedBlock(stormFile, file, archive, [&](const PackedBlock &block) {
         const std::vector<unsigned char> head = BlockBytes(fd, block, encrypted, 4);
         if (head.empty()) return;
         if (version1 && head[0] == MPQ_COMPRESSION_LZMA) lzmaInVersion1 = true;
@@ -560,15 +552,15 @@ bool PackedBlocksAreSafe(int fd, TMPQFile *hf)
 // lie in the archive's file, and no compression of the engine unpacks a
 // sector to more than about a thousand times what it takes with its entry
 // of the sector table: a larger size than that cannot be read.
-bool SizeFitsTheStoredBytes(int fd, const TMPQFile *hf)
+bool SizeFitsTheStoredBytes(int fd, const stormlib::OpenedFile &file)
 {
     constexpr std::uint64_t kLargestUnpacking = 1024;
     struct stat st {};
     if (::fstat(fd, &st) != 0) return false;
     const auto fileSize = static_cast<std::uint64_t>(st.st_size);
-    const std::uint64_t room = hf->RawFilePos < fileSize ? fileSize - hf->RawFilePos : 0;
-    const bool compressed = (hf->pFileEntry->dwFlags & MPQ_FILE_COMPRESS_MASK) != 0;
-    return hf->dwDataSize <= (compressed ? room * kLargestUnpacking : room);
+    const std::uint64_t room = file.rawAt < fileSize ? fileSize - file.rawAt : 0;
+    const bool compressed = (file.entry.flags & MPQ_FILE_COMPRESS_MASK) != 0;
+    return file.dataSize <= (compressed ? room * kLargestUnpacking : room);
 }
 
 // StormLib 9.22 loads the sector checksums of a compressed file at its first
@@ -580,28 +572,27 @@ bool SizeFitsTheStoredBytes(int fd, const TMPQFile *hf)
 // for one cut short, and clears memory outside the table or unpacks bytes
 // never read; and a shorter block is unpacked, Huffman and all (see
 // PackedBlocksAreSafe).
-bool SectorChecksumsAreSafe(int fd, TMPQFile *hf)
+bool SectorChecksumsAreSafe(int fd, HANDLE stormFile, const stormlib::OpenedFile &file,
+                            const stormlib::ArchiveFacts &archive)
 {
-    const TFileEntry *entry = hf->pFileEntry;
-    if ((entry->dwFlags & MPQ_FILE_SECTOR_CRC) == 0 || (entry->dwFlags & MPQ_FILE_COMPRESS_MASK) == 0 ||
-        (entry->dwFlags & MPQ_FILE_SINGLE_UNIT) || hf->dwDataSize == 0 || hf->ha->dwSectorSize == 0)
+    const stormlib::Entry &entry = file.entry;
+    if ((entry.flags & MPQ_FILE_SECTOR_CRC) == 0 || (entry.flags & MPQ_FILE_COMPRESS_MASK) == 0 ||
+        (entry.flags & MPQ_FILE_SINGLE_UNIT) || file.dataSize == 0 || archive.sectorSize == 0)
         return true;
     // Loaded as the first read loads them; when that fails, so does the read.
-    if (hf->pbFileSector == nullptr && (AllocateSectorBuffer(hf) != ERROR_SUCCESS || hf->pbFileSector == nullptr))
-        return true;
-    if (hf->SectorOffsets == nullptr && (AllocateSectorOffsets(hf, true) != ERROR_SUCCESS || hf->SectorOffsets == nullptr))
-        return true;
-    const std::uint32_t count = hf->dwSectorCount;
-    if (hf->SectorOffsets[0] != (std::uint64_t{count} + 2) * 4) return true;  // no room: not loaded
-    const std::uint32_t begins = hf->SectorOffsets[count], ends = hf->SectorOffsets[count + 1];
+    const stormlib::SectorTable table = stormlib::LoadSectorTable(stormFile);
+    if (!table.loaded) return true;
+    const std::uint32_t count = table.count;
+    if (table.offsets[0] != (std::uint64_t{count} + 2) * 4) return true;  // no room: not loaded
+    const std::uint32_t begins = table.offsets[count], ends = table.offsets[count + 1];
     const std::uint32_t stored = ends >= begins ? ends - begins : 0;
-    if (stored < 4 || stored > hf->dwSectorSize) return true;  // not loaded
+    if (stored < 4 || stored > table.sectorSize) return true;  // not loaded
     const std::uint64_t tableBytes = std::uint64_t{count} * 4;
     if (stored > tableBytes) return false;
-    const std::uint64_t at = CalculateRawSectorOffset(hf, begins);
+    const std::uint64_t at = stormlib::RawSectorAt(stormFile, begins);
     struct stat st {};
     if (::fstat(fd, &st) != 0) return false;
-    if (hf->ha->pHeader->wFormatVersion == MPQ_FORMAT_VERSION_1 && at + stored > static_cast<std::uint64_t>(st.st_size))
+    if (archive.formatVersion == MPQ_FORMAT_VERSION_1 && at + stored > static_cast<std::uint64_t>(st.st_size))
         return false;
     if (stored == tableBytes) return true;  // stored as it is
     // The table's loader unpacks it as a block of a version 2 archive.
@@ -616,10 +607,12 @@ void RefuseHuffmanReads() { huffmanRefused = true; }
 
 bool ReadIsSafe(int archiveFd, void *stormFile)
 {
-    auto *hf = static_cast<TMPQFile *>(stormFile);
-    if (hf == nullptr || hf->pFileEntry == nullptr || hf->ha == nullptr) return true;
-    return SizeFitsTheStoredBytes(archiveFd, hf) && SectorTableFits(archiveFd, hf) &&
-           PackedBlocksAreSafe(archiveFd, hf) && SectorChecksumsAreSafe(archiveFd, hf);
+    const stormlib::OpenedFile file = stormlib::Opened(stormFile);
+    if (!file.known) return true;
+    const stormlib::ArchiveFacts archive = stormlib::Facts(file.archive);
+    return SizeFitsTheStoredBytes(archiveFd, file) && SectorTableFits(archiveFd, file, archive) &&
+           PackedBlocksAreSafe(archiveFd, stormFile, file, archive) &&
+           SectorChecksumsAreSafe(archiveFd, stormFile, file, archive);
 }
 
 bool UpdateOpenIsSafe(const std::string &path)

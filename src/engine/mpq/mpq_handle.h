@@ -44,7 +44,7 @@ struct Handle {
 };
 
 // StormLib's archive behind a reading or an update handle; null for anything else.
-TMPQArchive *StormArchive(MpqHandle handle);
+HANDLE StormArchive(MpqHandle handle);
 
 bool IsRegularFile(const std::string &path);
 bool EmbeddedZero(const std::string &text);
@@ -53,9 +53,6 @@ bool EmbeddedZero(const std::string &text);
 // shifted out to zero divides by zero at the first read, and a huge one is
 // allocated for every file read. Archives use sectors of a few kilobytes.
 bool IsUsableArchive(HANDLE storm);
-
-// A hash slot that points at a file that exists, as StormLib's own walk takes it.
-bool IsUsedSlot(TMPQArchive *ha, TMPQHash *hash);
 
 // The name under which StormLib finds what our name means: the name itself for
 // a stored name, StormLib's pseudo-name of the file-table entry for a

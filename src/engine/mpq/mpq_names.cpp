@@ -8,6 +8,7 @@
 #include "mpq/mpq_handle.h"
 #include "mpq/mpq_hash.h"
 #include "mpq/mpq_library.h"
+#include "mpq/mpq_storm.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -28,12 +29,6 @@
 #include <unordered_set>
 
 namespace mpq {
-
-bool IsUsedSlot(TMPQArchive *ha, TMPQHash *hash)
-{
-    const DWORD blockIndex = MPQ_BLOCK_INDEX(hash);
-    return blockIndex < ha->dwFileTableSize && (ha->pFileTable[blockIndex].dwFlags & MPQ_FILE_EXISTS) != 0;
-}
 
 namespace {
 
@@ -200,17 +195,17 @@ bool ParseUnknownName(std::string_view name, std::uint32_t &number)
 }
 
 // The file-table index a "~unknowns" number stands for, if that slot holds a file.
-bool UnknownBlockIndex(TMPQArchive *ha, std::uint32_t number, std::uint32_t &blockIndex)
+bool UnknownBlockIndex(HANDLE storm, std::uint32_t number, std::uint32_t &blockIndex)
 {
-    if (ha->pHashTable != nullptr) {
-        if (number >= ha->pHeader->dwHashTableSize) return false;
-        TMPQHash *hash = ha->pHashTable + number;
-        if (!IsUsedSlot(ha, hash)) return false;
-        blockIndex = MPQ_BLOCK_INDEX(hash);
+    if (stormlib::Facts(storm).hasHashTable) {
+        stormlib::HashSlot slot;
+        if (!stormlib::HashSlotAt(storm, number, slot) || !slot.used) return false;
+        blockIndex = slot.FileIndex();
         return true;
     }
-    if (number >= ha->dwFileTableSize) return false;
-    if ((ha->pFileTable[number].dwFlags & MPQ_FILE_EXISTS) == 0) return false;
+    stormlib::Entry entry;
+    if (!stormlib::FileEntryAt(storm, number, entry)) return false;
+    if ((entry.flags & MPQ_FILE_EXISTS) == 0) return false;
     blockIndex = number;
     return true;
 }
@@ -219,11 +214,11 @@ bool UnknownBlockIndex(TMPQArchive *ha, std::uint32_t number, std::uint32_t &blo
 
 std::string EngineName(MpqHandle archive, const std::string &name)
 {
-    TMPQArchive *ha = StormArchive(archive);
-    if (ha == nullptr) return name;
-    if (SFileHasFile(archive->storm, name.c_str())) return name;
+    HANDLE storm = StormArchive(archive);
+    if (storm == nullptr) return name;
+    if (SFileHasFile(storm, name.c_str())) return name;
     std::uint32_t number = 0, blockIndex = 0;
-    if (!ParseUnknownName(name, number) || !UnknownBlockIndex(ha, number, blockIndex))
+    if (!ParseUnknownName(name, number) || !UnknownBlockIndex(storm, number, blockIndex))
         return name;
     char buffer[32];
     std::snprintf(buffer, sizeof buffer, "File%08u.xxx", blockIndex);
@@ -333,37 +328,33 @@ bool FileList::Load(int fd)
 bool SFileListFiles(MpqHandle archive, std::string listText, FileList &list)
 {
     list.Clear();
-    TMPQArchive *ha = StormArchive(archive);
-    if (ha == nullptr) return false;
+    HANDLE storm = StormArchive(archive);
+    if (storm == nullptr) return false;
     list.text_ = std::move(listText);
     NameMap table = BuildNameTable(list.text_, list.added_);
     std::vector<FileListEntry> &entries = list.entries_;
-    auto add = [&](const TFileEntry &file, std::uint32_t nameAt) {
-        entries.push_back({file.dwCmpSize, file.dwFileSize, file.dwFlags, nameAt});
+    auto add = [&](const stormlib::Entry &file, std::uint32_t nameAt) {
+        entries.push_back({file.storedSize, file.fullSize, file.flags, nameAt});
     };
 
-    if (ha->pHashTable != nullptr) {
-        const DWORD slots = ha->pHeader->dwHashTableSize;
+    if (stormlib::Facts(storm).hasHashTable) {
         std::size_t used = 0;
-        for (DWORD slot = 0; slot < slots; ++slot) used += IsUsedSlot(ha, ha->pHashTable + slot) ? 1 : 0;
+        stormlib::ForEachHashSlot(storm, [&](const stormlib::HashSlot &slot, std::uint32_t) { used += slot.used ? 1 : 0; });
         // The name of each used slot first; the table goes before the
         // records are made, so that the two never stand side by side in full.
         std::vector<NameMap::Place> found;
         found.reserve(used);
-        for (DWORD slot = 0; slot < slots; ++slot) {
-            const TMPQHash *hash = ha->pHashTable + slot;
-            if (!IsUsedSlot(ha, ha->pHashTable + slot)) continue;
-            found.push_back(table.Find((std::uint64_t{hash->dwName1} << 32) | hash->dwName2));
-        }
+        stormlib::ForEachHashSlot(storm, [&](const stormlib::HashSlot &slot, std::uint32_t) {
+            if (slot.used) found.push_back(table.Find(slot.key));
+        });
         table = NameMap();
         entries.reserve(used);
         std::size_t next = 0;
-        for (DWORD slot = 0; slot < slots; ++slot) {
-            TMPQHash *hash = ha->pHashTable + slot;
-            if (!IsUsedSlot(ha, hash)) continue;
+        stormlib::ForEachHashSlot(storm, [&](const stormlib::HashSlot &slot, std::uint32_t number) {
+            if (!slot.used) return;
             const NameMap::Place place = found[next++];
-            add(ha->pFileTable[MPQ_BLOCK_INDEX(hash)], place.size != 0 ? place.at : list.Append(UnknownName(slot)));
-        }
+            add(slot.file, place.size != 0 ? place.at : list.Append(UnknownName(number)));
+        });
         return true;
     }
 
@@ -387,33 +378,34 @@ bool SFileListFiles(MpqHandle archive, std::string listText, FileList &list)
         }
     }
     table = NameMap();
+    auto exists = [](const stormlib::Entry &file) { return (file.flags & MPQ_FILE_EXISTS) != 0; };
     std::size_t used = 0;
-    for (DWORD index = 0; index < ha->dwFileTableSize; ++index) used += (ha->pFileTable[index].dwFlags & MPQ_FILE_EXISTS) != 0;
+    stormlib::ForEachFileEntry(storm, [&](const stormlib::Entry &file, std::uint32_t) { used += exists(file); });
     // The given names point into the blocks: the names of the records go to
     // an added block of their own, and the list text goes.
     std::string names;
     std::vector<std::uint32_t> at;
     at.reserve(used);
-    for (DWORD index = 0; index < ha->dwFileTableSize; ++index) {
-        const TFileEntry &file = ha->pFileTable[index];
-        if ((file.dwFlags & MPQ_FILE_EXISTS) == 0) continue;
-        const bool named = file.szFileName != nullptr && given.count(file.szFileName) != 0;
+    stormlib::ForEachFileEntry(storm, [&](const stormlib::Entry &file, std::uint32_t index) {
+        if (!exists(file)) return;
+        const bool named = file.name != nullptr && given.count(file.name) != 0;
         at.push_back(static_cast<std::uint32_t>(names.size()) | kAddedBit);
-        names.append(named ? std::string(file.szFileName) : UnknownName(index)).push_back('\n');
-    }
+        names.append(named ? std::string(file.name) : UnknownName(index)).push_back('\n');
+    });
     given.clear();
     std::string().swap(list.text_);
     list.added_ = std::move(names);
     entries.reserve(used);
     std::size_t next = 0;
-    for (DWORD index = 0; index < ha->dwFileTableSize; ++index)
-        if ((ha->pFileTable[index].dwFlags & MPQ_FILE_EXISTS) != 0) add(ha->pFileTable[index], at[next++]);
+    stormlib::ForEachFileEntry(storm, [&](const stormlib::Entry &file, std::uint32_t) {
+        if (exists(file)) add(file, at[next++]);
+    });
     return true;
 }
 
 struct NamelessRecords::State {
     MpqHandle archive = nullptr;
-    TMPQArchive *ha = nullptr;
+    bool hashTable = false;  // the archive has a hash table
     FileList *list = nullptr;
     // Hash-table archives: the name key of each nameless slot, and the
     // records behind it. Others: the file-table index of each nameless record.
@@ -425,18 +417,18 @@ NamelessRecords::NamelessRecords(MpqHandle archive, FileList &list)
     : state_(std::make_unique<State>())
 {
     state_->archive = archive;
-    state_->ha = StormArchive(archive);
     state_->list = &list;
-    TMPQArchive *ha = state_->ha;
-    if (ha == nullptr) return;
+    HANDLE storm = StormArchive(archive);
+    if (storm == nullptr) return;
+    state_->hashTable = stormlib::Facts(storm).hasHashTable;
     for (std::size_t i = 0; i < list.size(); ++i) {
         std::uint32_t number = 0;
         if (list.FromListText(i) || !ParseUnknownName(list.Name(i), number)) continue;
-        if (ha->pHashTable == nullptr) {
+        stormlib::HashSlot slot;
+        if (!state_->hashTable) {
             state_->byIndex.emplace(number, i);
-        } else if (number < ha->pHeader->dwHashTableSize) {
-            const TMPQHash &hash = ha->pHashTable[number];
-            state_->byKey[(std::uint64_t{hash.dwName1} << 32) | hash.dwName2].push_back(i);
+        } else if (stormlib::HashSlotAt(storm, number, slot)) {
+            state_->byKey[slot.key].push_back(i);
         }
     }
 }
@@ -450,7 +442,7 @@ bool NamelessRecords::Try(const std::string &name, std::vector<std::size_t> &nam
     if (name.empty() || EmbeddedZero(name) || std::any_of(name.begin(), name.end(), LineBreak) || Empty())
         return false;
     std::vector<std::size_t> found;
-    if (state_->ha->pHashTable != nullptr) {
+    if (state_->hashTable) {
         auto slot = state_->byKey.find(NameKey(name.data(), name.size()));
         if (slot == state_->byKey.end()) return false;
         found = std::move(slot->second);

@@ -5,6 +5,7 @@
 #include "mpq/mpq_handle.h"
 #include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
+#include "mpq/mpq_storm.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,11 +15,11 @@
 
 namespace mpq {
 
-TMPQArchive *StormArchive(MpqHandle handle)
+HANDLE StormArchive(MpqHandle handle)
 {
     if (handle == nullptr || handle->kind == Handle::Kind::File || handle->storm == nullptr)
         return nullptr;
-    return static_cast<TMPQArchive *>(handle->storm);
+    return handle->storm;
 }
 
 bool IsRegularFile(const std::string &path)
@@ -32,8 +33,8 @@ bool EmbeddedZero(const std::string &text) { return text.find('\0') != std::stri
 bool IsUsableArchive(HANDLE storm)
 {
     constexpr DWORD kLargestSector = 1u << 24;
-    const auto *ha = static_cast<const TMPQArchive *>(storm);
-    return ha != nullptr && ha->dwSectorSize != 0 && ha->dwSectorSize <= kLargestSector;
+    const DWORD sectorSize = stormlib::Facts(storm).sectorSize;
+    return sectorSize != 0 && sectorSize <= kLargestSector;
 }
 
 Archive SFileOpenArchive(const std::string &givenPath)
@@ -76,16 +77,15 @@ std::int64_t SFileGetFileInfo(MpqHandle handle, int kind)
 {
     if (handle == nullptr || handle->storm == nullptr) return -1;
     if (handle->kind != Handle::Kind::File) {
-        TMPQArchive *ha = StormArchive(handle);
+        const stormlib::ArchiveFacts facts = stormlib::Facts(StormArchive(handle));
         switch (kind) {
-        case SFILE_INFO_BLOCK_SIZE: return ha->dwFileTableSize;
+        case SFILE_INFO_BLOCK_SIZE: return facts.fileTableSize;
         case SFILE_INFO_HASH_TABLE_SIZE:
-            return ha->pHashTable != nullptr ? std::int64_t{ha->pHeader->dwHashTableSize}
-                                             : std::int64_t{ha->dwFileTableSize};
+            return facts.hasHashTable ? std::int64_t{facts.hashTableSize} : std::int64_t{facts.fileTableSize};
         case SFILE_INFO_MALFORMED:
             // A screened copy, or what StormLib itself had to bend to read.
             return handle->fd >= 0 && handle->path.rfind("/proc/self/fd/", 0) == 0 ? 1
-                   : (ha->dwFlags & (MPQ_FLAG_MALFORMED | MPQ_FLAG_BLOCK_TABLE_CUT | MPQ_FLAG_HASH_TABLE_CUT)) != 0;
+                   : facts.malformed || facts.blockTableCut || facts.hashTableCut;
         case SFILE_INFO_NUM_FILES: {
             DWORD count = 0;
             if (!::SFileGetFileInfo(handle->storm, SFileMpqNumberOfFiles, &count, sizeof count, nullptr))

@@ -8,6 +8,7 @@
 #include "mpq/mpq_isolation.h"
 #include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
+#include "mpq/mpq_storm.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -64,25 +65,22 @@ constexpr std::array<const char *, 3> kInternalFiles = {LISTFILE_NAME, ATTRIBUTE
 
 // The file-table entries of the engine's internal files: by the name the
 // engine knows, or else by the hash slot of that name.
-std::vector<DWORD> InternalEntries(TMPQArchive *ha)
+std::vector<DWORD> InternalEntries(HANDLE storm)
 {
     std::vector<DWORD> found;
-    for (DWORD n = 0; n < ha->dwFileTableSize; ++n) {
-        const char *name = ha->pFileTable[n].szFileName;
-        if (name == nullptr) continue;
+    stormlib::ForEachFileEntry(storm, [&](const stormlib::Entry &entry, std::uint32_t n) {
+        if (entry.name == nullptr) return;
         for (const char *internal : kInternalFiles)
-            if (std::strcmp(name, internal) == 0) found.push_back(n);
-    }
-    if (ha->pHashTable == nullptr) return found;
+            if (std::strcmp(entry.name, internal) == 0) found.push_back(n);
+    });
+    if (!stormlib::Facts(storm).hasHashTable) return found;
     std::array<std::uint64_t, kInternalFiles.size()> keys {};
     for (std::size_t n = 0; n < kInternalFiles.size(); ++n)
         keys[n] = NameKey(kInternalFiles[n], std::strlen(kInternalFiles[n]));
-    for (DWORD slot = 0; slot < ha->pHeader->dwHashTableSize; ++slot) {
-        TMPQHash *hash = ha->pHashTable + slot;
-        const std::uint64_t key = (std::uint64_t{hash->dwName1} << 32) | hash->dwName2;
-        if (IsUsedSlot(ha, hash) && std::find(keys.begin(), keys.end(), key) != keys.end())
-            found.push_back(MPQ_BLOCK_INDEX(hash));
-    }
+    stormlib::ForEachHashSlot(storm, [&](const stormlib::HashSlot &slot, std::uint32_t) {
+        if (slot.used && std::find(keys.begin(), keys.end(), slot.key) != keys.end())
+            found.push_back(slot.FileIndex());
+    });
     return found;
 }
 
@@ -90,19 +88,19 @@ std::vector<DWORD> InternalEntries(TMPQArchive *ha)
 // file it keeps. New data, its internal files and its tables all go there;
 // the internal files, rewritten at the close, do not count, and neither do
 // the old tables, which the engine never writes over in place.
-std::uint64_t TailStart(TMPQArchive *ha)
+std::uint64_t TailStart(HANDLE storm)
 {
-    const std::vector<DWORD> internal = InternalEntries(ha);
-    std::uint64_t end = ha->pHeader->dwHeaderSize;
-    const DWORD chunk = ha->pHeader->dwRawChunkSize;
-    for (DWORD n = 0; n < ha->dwFileTableSize; ++n) {
-        const TFileEntry &entry = ha->pFileTable[n];
-        if ((entry.dwFlags & MPQ_FILE_EXISTS) == 0 || entry.dwCmpSize == 0) continue;
-        std::uint64_t fileEnd = entry.ByteOffset + entry.dwCmpSize;
-        if (chunk != 0) fileEnd += (std::uint64_t{entry.dwCmpSize} - 1) / chunk * 16 + 16;  // MD5 per chunk
+    const std::vector<DWORD> internal = InternalEntries(storm);
+    const stormlib::ArchiveFacts facts = stormlib::Facts(storm);
+    std::uint64_t end = facts.headerSize;
+    const DWORD chunk = facts.rawChunkSize;
+    stormlib::ForEachFileEntry(storm, [&](const stormlib::Entry &entry, std::uint32_t n) {
+        if ((entry.flags & MPQ_FILE_EXISTS) == 0 || entry.storedSize == 0) return;
+        std::uint64_t fileEnd = entry.offset + entry.storedSize;
+        if (chunk != 0) fileEnd += (std::uint64_t{entry.storedSize} - 1) / chunk * 16 + 16;  // MD5 per chunk
         if (fileEnd > end && std::find(internal.begin(), internal.end(), n) == internal.end()) end = fileEnd;
-    }
-    return ha->MpqPos + end;
+    });
+    return facts.headerAt + end;
 }
 
 // Keeps in the journal what the engine's next writes may cover: the tail
@@ -118,18 +116,22 @@ bool KeepTail(MpqHandle update)
 // Whether the engine's "disk full" means its tables are full: no room in
 // the file table or no free hash slot. Otherwise the disk itself is full, and a
 // larger table would only make things worse.
-bool TablesFull(TMPQArchive *ha)
+bool TablesFull(HANDLE storm)
 {
+    const stormlib::ArchiveFacts facts = stormlib::Facts(storm);
     // Free file entries, past the used part of the table or inside it; the
     // ones the engine keeps for its internal files count as taken.
-    std::uint64_t free = ha->dwMaxFileCount > ha->dwFileTableSize ? ha->dwMaxFileCount - ha->dwFileTableSize : 0;
-    for (DWORD n = 0; free <= ha->dwReservedFiles && n < ha->dwFileTableSize; ++n)
-        free += (ha->pFileTable[n].dwFlags & MPQ_FILE_EXISTS) == 0;
-    if (free <= ha->dwReservedFiles) return true;
-    if (ha->pHashTable == nullptr) return false;
-    for (DWORD slot = 0; slot < ha->pHeader->dwHashTableSize; ++slot)
-        if (ha->pHashTable[slot].dwBlockIndex >= HASH_ENTRY_DELETED) return false;
-    return true;
+    std::uint64_t free = facts.maxFileCount > facts.fileTableSize ? facts.maxFileCount - facts.fileTableSize : 0;
+    stormlib::ForEachFileEntry(storm, [&](const stormlib::Entry &entry, std::uint32_t) {
+        if (free <= facts.reservedFiles) free += (entry.flags & MPQ_FILE_EXISTS) == 0;
+    });
+    if (free <= facts.reservedFiles) return true;
+    if (!facts.hasHashTable) return false;
+    bool freeSlot = false;
+    stormlib::ForEachHashSlot(storm, [&](const stormlib::HashSlot &slot, std::uint32_t) {
+        freeSlot = freeSlot || slot.blockIndex >= HASH_ENTRY_DELETED;
+    });
+    return !freeSlot;
 }
 
 // A full hash table grows instead of refusing the file, up to the largest
@@ -146,14 +148,14 @@ bool AddGrowing(MpqHandle update, AddFn &&add)
     return add();
 }
 
-// The file-table entry that a name of the engine opens, or null.
-const TFileEntry *EntryOf(HANDLE storm, const char *engineName)
+// The file that a name of the engine opens; not known when it opens none.
+stormlib::OpenedFile FileNamed(HANDLE storm, const char *engineName)
 {
     HANDLE file = nullptr;
-    if (!::SFileOpenFileEx(storm, engineName, SFILE_OPEN_FROM_MPQ, &file)) return nullptr;
-    const TFileEntry *entry = static_cast<const TMPQFile *>(file)->pFileEntry;
+    if (!::SFileOpenFileEx(storm, engineName, SFILE_OPEN_FROM_MPQ, &file)) return {};
+    const stormlib::OpenedFile opened = stormlib::Opened(file);
     ::SFileCloseFile(file);
-    return entry;
+    return opened;
 }
 
 // Whether a name stands for the internal list of an update that keeps the
@@ -163,20 +165,21 @@ const TFileEntry *EntryOf(HANDLE storm, const char *engineName)
 bool IsKeptList(MpqHandle update, const std::string &engineName)
 {
     if (!update->keepsList) return false;
-    const TFileEntry *list = EntryOf(update->storm, LISTFILE_NAME);
-    return list != nullptr && list == EntryOf(update->storm, engineName.c_str());
+    const stormlib::OpenedFile list = FileNamed(update->storm, LISTFILE_NAME);
+    if (!list.known) return false;
+    const stormlib::OpenedFile named = FileNamed(update->storm, engineName.c_str());
+    return named.known && named.index == list.index;
 }
 
 // Writes the update and ends it; whether the archive was written.
 bool CloseUpdate(Handle *update)
 {
     std::unique_ptr<Handle> owned(update);
-    TMPQArchive *ha = StormArchive(update);
     update->tailMoved = true;
     if (!KeepTail(update)) {
         // What the close would write cannot be kept: it writes nothing, and
         // the archive goes back to how it was.
-        ha->dwFlags &= ~(MPQ_FLAG_CHANGED | MPQ_FLAG_LISTFILE_NEW | MPQ_FLAG_ATTRIBUTES_NEW | MPQ_FLAG_SIGNATURE_NEW);
+        stormlib::ForgetChanges(update->storm);
         ::SFileCloseArchive(update->storm);
         update->journal->RollBack();
         return false;
@@ -214,22 +217,18 @@ Update MpqOpenArchiveForUpdate(const std::string &givenPath, std::uint32_t flags
 
     if ((openExisting || openAlways) && exists && size > 0) {
         if (!guards::UpdateOpenIsSafe(path) || !::SFileOpenArchive(path.c_str(), 0, 0, &storm)) return nullptr;
-        TMPQArchive *ha = static_cast<TMPQArchive *>(storm);
+        const stormlib::ArchiveFacts facts = stormlib::Facts(storm);
         // Nothing is written before the journal keeps what the update may
         // cover: the header (and the user data before it), and the tail.
         if (!IsUsableArchive(storm) || !(journal = UpdateJournal::Begin(path)) ||
-            !journal->Keep(ha->MpqPos, std::max<std::uint64_t>(ha->pHeader->dwHeaderSize, MPQ_HEADER_SIZE_V4)) ||
-            (ha->pUserData != nullptr && !journal->Keep(ha->UserDataPos, ha->MpqPos - ha->UserDataPos)) ||
-            !journal->KeepFrom(TailStart(ha))) {
+            !journal->Keep(facts.headerAt, std::max<std::uint64_t>(facts.headerSize, MPQ_HEADER_SIZE_V4)) ||
+            (facts.hasUserData && !journal->Keep(facts.userDataAt, facts.headerAt - facts.userDataAt)) ||
+            !journal->KeepFrom(TailStart(storm))) {
             ::SFileCloseArchive(storm);
             return nullptr;
         }
-        if ((flags & MOAU_MAINTAIN_LISTFILE) && ha->dwFileFlags1 == 0) {
-            // The archive had no "(listfile)": have StormLib write one on close.
-            ha->dwFileFlags1 = MPQ_FILE_EXISTS;
-            ha->dwFlags |= MPQ_FLAG_LISTFILE_NEW;
-            ha->dwReservedFiles++;
-        }
+        // An archive without a "(listfile)": have StormLib write one on close.
+        if (flags & MOAU_MAINTAIN_LISTFILE) stormlib::AddListOnClose(storm);
     } else {
         if (openExisting) return nullptr;
         // Never write over an archive or any other data unless told to.
@@ -309,9 +308,9 @@ bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::stri
     const std::string engineName = EngineName(update, oldName);
     if (IsKeptList(update, engineName)) return false;
     // An encrypted file is encrypted anew for its new name, where it lies.
-    const TFileEntry *entry = EntryOf(update->storm, engineName.c_str());
-    if (entry != nullptr && (entry->dwFlags & MPQ_FILE_ENCRYPTED) &&
-        !update->journal->Keep(StormArchive(update)->MpqPos + entry->ByteOffset, entry->dwCmpSize))
+    const stormlib::OpenedFile file = FileNamed(update->storm, engineName.c_str());
+    if (file.known && (file.entry.flags & MPQ_FILE_ENCRYPTED) &&
+        !update->journal->Keep(stormlib::Facts(update->storm).headerAt + file.entry.offset, file.entry.storedSize))
         return false;
     return ::SFileRenameFile(update->storm, engineName.c_str(), newName.c_str());
 }

@@ -5,6 +5,7 @@
 #include "mpq/mpq_handle.h"
 #include "mpq/mpq_isolation.h"
 #include "mpq/mpq_library.h"
+#include "mpq/mpq_storm.h"
 
 #include <fcntl.h>
 #include <strings.h>
@@ -12,11 +13,6 @@
 
 #include <array>
 #include <cstring>
-
-// StormLib's loader of "(attributes)" into the file table, exported by the
-// library though not declared in its header. The archive is opened without
-// it; the checks load it once its own read has passed the guards.
-int SAttrLoadAttributes(TMPQArchive *ha);
 
 namespace mpq {
 
@@ -52,10 +48,10 @@ SignatureKind SignatureOf(HANDLE storm)
 // size, and a file larger than every layout it knows is refused unread.
 void LoadAttributes(Handle &archive)
 {
-    TMPQArchive *ha = StormArchive(&archive);
-    if (ha->dwFlags & (MPQ_FLAG_BLOCK_TABLE_CUT | MPQ_FLAG_MALFORMED)) return;
-    const DWORD entries = ha->pHeader->dwBlockTableSize;
-    if (ha->pFileTable == nullptr || entries == 0 || entries > ha->dwFileTableSize) return;
+    const stormlib::ArchiveFacts facts = stormlib::Facts(StormArchive(&archive));
+    if (facts.blockTableCut || facts.malformed) return;
+    const DWORD entries = facts.blockTableSize;
+    if (!facts.hasFileTable || entries == 0 || entries > facts.fileTableSize) return;
     constexpr std::uint64_t kLargestEntry = 4 + 8 + 16 + 4;  // CRC32, time, MD5, a patch word
     HANDLE file = nullptr;
     // The loader opens it in any locale, the neutral one first: so does the check.
@@ -64,7 +60,7 @@ void LoadAttributes(Handle &archive)
     const bool loadable = ::SFileGetFileSize(file, nullptr) <= 8 + kLargestEntry * entries &&
                           guards::ReadIsSafe(archive.fd, file);
     ::SFileCloseFile(file);
-    if (loadable) SAttrLoadAttributes(ha);
+    if (loadable) stormlib::LoadAttributes(archive.storm);
 }
 
 // StormLib 9.22 checks the stored bytes of a file of a format 4 archive
@@ -72,13 +68,14 @@ void LoadAttributes(Handle &archive)
 // it counts in 32 bits: a small chunk size and a large stored size wrap it
 // round and write past it. The bytes and their MD5s must lie in the file,
 // with chunks of a sensible size.
-bool RawChecksumsFit(const TMPQFile *hf, std::uint64_t fileSize)
+bool RawChecksumsFit(HANDLE stormFile, std::uint64_t fileSize)
 {
-    const std::uint64_t chunk = hf->ha->pHeader->dwRawChunkSize, stored = hf->pFileEntry->dwCmpSize;
+    const stormlib::OpenedFile file = stormlib::Opened(stormFile);
+    const std::uint64_t chunk = stormlib::Facts(file.archive).rawChunkSize, stored = file.entry.storedSize;
     if (chunk == 0 || stored == 0) return true;  // nothing to check
     if (chunk > (1u << 24)) return false;
     const std::uint64_t digests = ((stored - 1) / chunk + 1) * 16;
-    return digests <= 0xFFFFFFFFu && hf->RawFilePos + stored + digests <= fileSize;
+    return digests <= 0xFFFFFFFFu && file.rawAt + stored + digests <= fileSize;
 }
 
 // Reads the open file to its end; whether all of its bytes came.
@@ -118,7 +115,7 @@ std::uint32_t CheckFile(Handle &archive, const std::string &name, std::uint64_t 
     std::uint32_t faults = 0;
     DWORD what = SFILE_VERIFY_SECTOR_CRC;
     if (HasChecksumsInAttributes(engineName)) what |= SFILE_VERIFY_FILE_CRC | SFILE_VERIFY_FILE_MD5;
-    if (RawChecksumsFit(static_cast<const TMPQFile *>(file->storm), fileSize)) what |= SFILE_VERIFY_RAW_MD5;
+    if (RawChecksumsFit(file->storm, fileSize)) what |= SFILE_VERIFY_RAW_MD5;
     else faults |= VERIFY_RAW_MD5;
     if (!ReadsCompletely(file.get())) faults |= VERIFY_NOT_READ;
     // A sector whose checksum fails ends StormLib's read there: that read's
@@ -147,16 +144,16 @@ SignatureCheck CheckSignature(HANDLE storm)
 bool ReadArchiveLayout(const std::string &path, ArchiveLayout &layout)
 {
     const Archive archive = SFileOpenArchive(path);
-    TMPQArchive *ha = StormArchive(archive.get());
-    if (ha == nullptr) return false;
-    layout.formatVersion = ha->pHeader->wFormatVersion + 1;
-    layout.headerOffset = ha->MpqPos;
-    layout.sectorSize = ha->dwSectorSize;
-    layout.hashTableSize = ha->pHashTable != nullptr ? ha->pHeader->dwHashTableSize : 0;
+    HANDLE storm = StormArchive(archive.get());
+    if (storm == nullptr) return false;
+    const stormlib::ArchiveFacts facts = stormlib::Facts(storm);
+    layout.formatVersion = static_cast<int>(facts.formatVersion) + 1;
+    layout.headerOffset = facts.headerAt;
+    layout.sectorSize = facts.sectorSize;
+    layout.hashTableSize = facts.hashTableSize;
     layout.usedSlots = 0;
-    for (DWORD slot = 0; slot < layout.hashTableSize; ++slot)
-        if (IsUsedSlot(ha, ha->pHashTable + slot)) ++layout.usedSlots;
-    layout.blockTableSize = ha->pHeader->dwBlockTableSize;
+    stormlib::ForEachHashSlot(storm, [&](const stormlib::HashSlot &slot, std::uint32_t) { layout.usedSlots += slot.used; });
+    layout.blockTableSize = facts.blockTableSize;
     layout.signature = SignatureOf(archive->storm);
     return true;
 }
