@@ -685,9 +685,10 @@ private slots:
         const QByteArray before = ReadFile(archive);
         ScriptedDialogs dialogs;
         dialogs.answers = {{folder + (add ? "/in" : "/out")}};
-        QTimer cancel;  // presses Cancel once the dialog is up
+            QTimer cancel;  // presses Cancel once the dialog is up (for an add, once a file went in)
         connect(&cancel, &QTimer::timeout, this, [&] {
-            if (auto *progress = window->findChild<QProgressDialog *>("dlgBatchProgress")) progress->cancel();
+            auto *progress = window->findChild<QProgressDialog *>("dlgBatchProgress");
+            if (progress != nullptr && (!add || progress->value() > 0)) progress->cancel();
         });
         cancel.start(0);
         if (add) {
