@@ -257,6 +257,18 @@ Examination Examine(int fd, std::uint64_t fileSize)
 
     const int version = FormatVersion(header);
     const unsigned char *h = header.bytes.data();
+    // StormLib 9.22 reads a header that the end of the file cuts short with
+    // whatever its buffer held past the end, and may then abort (a version 2
+    // header's tables measure out of order). Its tables would lie behind it:
+    // no loader reads such an archive.
+    const std::uint64_t headerBytes = version == MPQ_FORMAT_VERSION_1   ? MPQ_HEADER_SIZE_V1
+                                      : version == MPQ_FORMAT_VERSION_2 ? MPQ_HEADER_SIZE_V2
+                                      : version == MPQ_FORMAT_VERSION_3 ? MPQ_HEADER_SIZE_V3
+                                                                        : MPQ_HEADER_SIZE_V4;
+    if (header.at + headerBytes > fileSize) {
+        result.verdict = OpenVerdict::Unsafe;
+        return result;
+    }
     // StormLib 9.22 takes the sector size, 512 shifted by the header's field
     // (by its low five bits, as the processor shifts), unchecked, and an open
     // for update reads the internal list with it at once: a size shifted out
