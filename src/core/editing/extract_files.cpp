@@ -21,6 +21,7 @@
 #include "config/catalogue.h"
 #include "editing/helpers/paths.h"
 #include "mpq/mpq_library.h"
+#include "mpq/whole_io.h"
 #include "listing/text_encoding.h"
 
 namespace {
@@ -142,17 +143,6 @@ Descriptor MakeScratchAt(int dirfd, QByteArray &name)
     return Descriptor();
 }
 
-bool WriteAll(int fd, const char *data, std::size_t size)
-{
-    for (std::size_t done = 0; done < size;) {
-        const ssize_t wrote = ::write(fd, data + done, size - done);
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) return false;
-        done += static_cast<std::size_t>(wrote);
-    }
-    return true;
-}
-
 // Streams the stored file, `size` bytes in all, into the file `name` of the
 // folder `dirfd`, through `chunk`. It goes to a file of its own beside, which
 // takes the name only once every byte is there: a file that does not read
@@ -176,7 +166,7 @@ Streamed StreamStoredFileAt(mpq::MpqHandle file, std::uint32_t size, int dirfd, 
         std::uint32_t read = 0;
         if (!mpq::SFileReadFile(file, chunk.data(), wanted, &read, nullptr) || read != wanted)
             result = Streamed::NotRead;
-        else if (!WriteAll(fd.get(), chunk.data(), read))
+        else if (!mpq::WriteAll(fd.get(), chunk.data(), read))
             result = Streamed::Failed;
         done += read;
         beat.Wait();

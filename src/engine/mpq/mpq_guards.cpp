@@ -9,6 +9,7 @@
 #include "mpq/mpq_hash.h"
 #include "mpq/mpq_header.h"
 #include "mpq/mpq_storm.h"
+#include "mpq/whole_io.h"
 
 #include <StormLib.h>
 
@@ -374,18 +375,6 @@ Examination Examine(int fd, std::uint64_t fileSize)
     return result;
 }
 
-bool WriteAll(int fd, std::uint64_t offset, const void *data, std::size_t size)
-{
-    std::size_t done = 0;
-    while (done < size) {
-        const ssize_t wrote = ::pwrite(fd, static_cast<const char *>(data) + done, size - done,
-                                       static_cast<off_t>(offset + done));
-        if (wrote <= 0) return false;
-        done += static_cast<std::size_t>(wrote);
-    }
-    return true;
-}
-
 }  // namespace
 
 OpenVerdict CheckOpen(const std::string &path)
@@ -411,7 +400,7 @@ int ScreenedCopy(const std::string &path)
     std::vector<char> chunk(1 << 20);
     for (std::uint64_t at = 0; copy >= 0 && at < fileSize; at += chunk.size()) {
         const std::size_t size = static_cast<std::size_t>(std::min<std::uint64_t>(chunk.size(), fileSize - at));
-        if (ReadAt(source, at, chunk.data(), size) != size || !WriteAll(copy, at, chunk.data(), size)) {
+        if (ReadAt(source, at, chunk.data(), size) != size || !WriteAllAt(copy, chunk.data(), size, at)) {
             ::close(copy);
             copy = -1;
         }
@@ -422,7 +411,7 @@ int ScreenedCopy(const std::string &path)
     bool written = true;
     for (const Patch &patch : found.patches)
         written = written && patch.at + patch.bytes.size() <= fileSize &&
-                  WriteAll(copy, patch.at, patch.bytes.data(), patch.bytes.size());
+                  WriteAllAt(copy, patch.bytes.data(), patch.bytes.size(), patch.at);
     if (!written || Examine(copy, fileSize).verdict != OpenVerdict::Safe) {
         ::close(copy);
         return -1;

@@ -1,5 +1,7 @@
 #include "mpq/mpq_journal.h"
 
+#include "mpq/whole_io.h"
+
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -87,34 +89,6 @@ std::uint64_t Fnv(const void *data, std::size_t size, std::uint64_t hash = kFnvB
     return hash;
 }
 
-bool WriteAll(int fd, const void *data, std::size_t size, off_t at)
-{
-    const auto *bytes = static_cast<const char *>(data);
-    while (size > 0) {
-        const ssize_t wrote = ::pwrite(fd, bytes, size, at);
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) return false;
-        bytes += wrote;
-        size -= static_cast<std::size_t>(wrote);
-        at += wrote;
-    }
-    return true;
-}
-
-bool ReadAll(int fd, void *data, std::size_t size, off_t at)
-{
-    auto *bytes = static_cast<char *>(data);
-    while (size > 0) {
-        const ssize_t got = ::pread(fd, bytes, size, at);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        bytes += got;
-        size -= static_cast<std::size_t>(got);
-        at += got;
-    }
-    return true;
-}
-
 std::string NameOf(const std::string &path)
 {
     const std::size_t slash = path.rfind('/');
@@ -182,7 +156,7 @@ struct Segment {
 // Reads the journal's header and its whole segments.
 bool ReadJournal(int fd, Header &header, std::vector<Segment> &segments)
 {
-    if (!ReadAll(fd, &header, sizeof header, 0) || std::memcmp(header.magic, kMagic, sizeof kMagic) != 0 ||
+    if (!ReadAllAt(fd, &header, sizeof header, 0) || std::memcmp(header.magic, kMagic, sizeof kMagic) != 0 ||
         header.check != Fnv(&header, offsetof(Header, check)) || header.mode > OverNothing)
         return false;
     struct stat st {};
@@ -192,7 +166,7 @@ bool ReadJournal(int fd, Header &header, std::vector<Segment> &segments)
     auto at = static_cast<off_t>(sizeof header);
     for (;;) {
         SegmentHead head {};
-        if (!ReadAll(fd, &head, sizeof head, at) || std::memcmp(head.magic, kSegment, sizeof kSegment) != 0 ||
+        if (!ReadAllAt(fd, &head, sizeof head, at) || std::memcmp(head.magic, kSegment, sizeof kSegment) != 0 ||
             head.check != Fnv(&head, offsetof(SegmentHead, check)))
             break;
         const std::uint64_t dataAt = static_cast<std::uint64_t>(at) + sizeof head;
@@ -203,7 +177,7 @@ bool ReadJournal(int fd, Header &header, std::vector<Segment> &segments)
         bool whole = true;
         for (std::uint64_t done = 0; done < head.length;) {
             const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, head.length - done));
-            if (!ReadAll(fd, buffer.data(), piece, static_cast<off_t>(dataAt + done))) {
+            if (!ReadAllAt(fd, buffer.data(), piece, static_cast<off_t>(dataAt + done))) {
                 whole = false;
                 break;
             }
@@ -211,7 +185,7 @@ bool ReadJournal(int fd, Header &header, std::vector<Segment> &segments)
             done += piece;
         }
         std::uint64_t check = 0;
-        if (!whole || !ReadAll(fd, &check, sizeof check, static_cast<off_t>(dataAt + head.length)) || check != hash)
+        if (!whole || !ReadAllAt(fd, &check, sizeof check, static_cast<off_t>(dataAt + head.length)) || check != hash)
             break;
         segments.push_back({head.offset, head.length, static_cast<off_t>(dataAt)});
         at = static_cast<off_t>(dataAt + head.length + sizeof check);
@@ -225,8 +199,8 @@ bool CopyBack(int journalFd, int archiveFd, const std::vector<Segment> &segments
     for (const Segment &segment : segments) {
         for (std::uint64_t done = 0; done < segment.length;) {
             const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, segment.length - done));
-            if (!ReadAll(journalFd, buffer.data(), piece, segment.dataAt + static_cast<off_t>(done)) ||
-                !WriteAll(archiveFd, buffer.data(), piece, static_cast<off_t>(segment.offset + done)))
+            if (!ReadAllAt(journalFd, buffer.data(), piece, segment.dataAt + static_cast<off_t>(done)) ||
+                !WriteAllAt(archiveFd, buffer.data(), piece, static_cast<off_t>(segment.offset + done)))
                 return false;
             done += piece;
         }
@@ -383,7 +357,7 @@ std::unique_ptr<UpdateJournal> UpdateJournal::Begin(const std::string &archivePa
     header.oldSize = journal->oldSize_;
     header.check = Fnv(&header, offsetof(Header, check));
 
-    if (::ftruncate(journal->journalFd_, 0) != 0 || !WriteAll(journal->journalFd_, &header, sizeof header, 0) ||
+    if (::ftruncate(journal->journalFd_, 0) != 0 || !WriteAllAt(journal->journalFd_, &header, sizeof header, 0) ||
         ::fsync(journal->journalFd_) != 0)
         return fail("no journal can be written for the archive");
     SyncFolder(FolderOf(journal->journalPath_));
@@ -440,20 +414,20 @@ bool UpdateJournal::Keep(std::uint64_t offset, std::uint64_t length)
         head.offset = begin;
         head.length = stop - begin;
         head.check = Fnv(&head, offsetof(SegmentHead, check));
-        if (!WriteAll(journalFd_, &head, sizeof head, static_cast<off_t>(at))) return undo();
+        if (!WriteAllAt(journalFd_, &head, sizeof head, static_cast<off_t>(at))) return undo();
         at += sizeof head;
         const std::uint64_t dataAt = at;
         std::uint64_t hash = kFnvBasis;
         for (std::uint64_t done = 0; done < head.length;) {
             const auto piece = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, head.length - done));
-            if (!ReadAll(archiveFd_, buffer.data(), piece, static_cast<off_t>(begin + done)) ||
-                !WriteAll(journalFd_, buffer.data(), piece, static_cast<off_t>(at)))
+            if (!ReadAllAt(archiveFd_, buffer.data(), piece, static_cast<off_t>(begin + done)) ||
+                !WriteAllAt(journalFd_, buffer.data(), piece, static_cast<off_t>(at)))
                 return undo();
             hash = Fnv(buffer.data(), piece, hash);
             done += piece;
             at += piece;
         }
-        if (!WriteAll(journalFd_, &hash, sizeof hash, static_cast<off_t>(at))) return undo();
+        if (!WriteAllAt(journalFd_, &hash, sizeof hash, static_cast<off_t>(at))) return undo();
         at += sizeof hash;
         added.emplace_back(begin, stop, dataAt);
     }

@@ -9,13 +9,13 @@
 #include "mpq/mpq_hash.h"
 #include "mpq/mpq_library.h"
 #include "mpq/mpq_storm.h"
+#include "mpq/whole_io.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
@@ -268,47 +268,19 @@ void FileList::Clear()
     std::vector<FileListEntry>().swap(entries_);
 }
 
-namespace {
-
-bool WriteBytes(int fd, const void *data, std::size_t size)
-{
-    const char *bytes = static_cast<const char *>(data);
-    for (std::size_t done = 0; done < size;) {
-        const ssize_t wrote = ::write(fd, bytes + done, size - done);
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) return false;
-        done += static_cast<std::size_t>(wrote);
-    }
-    return true;
-}
-
-bool ReadBytes(int fd, void *data, std::size_t size)
-{
-    char *bytes = static_cast<char *>(data);
-    for (std::size_t done = 0; done < size;) {
-        const ssize_t got = ::read(fd, bytes + done, size - done);
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return false;
-        done += static_cast<std::size_t>(got);
-    }
-    return true;
-}
-
-}  // namespace
-
 bool FileList::Save(int fd) const
 {
     const std::uint64_t sizes[3] = {text_.size(), added_.size(), entries_.size()};
-    return WriteBytes(fd, sizes, sizeof sizes) && WriteBytes(fd, text_.data(), text_.size()) &&
-           WriteBytes(fd, added_.data(), added_.size()) &&
-           WriteBytes(fd, entries_.data(), entries_.size() * sizeof(FileListEntry));
+    return WriteAll(fd, sizes, sizeof sizes) && WriteAll(fd, text_.data(), text_.size()) &&
+           WriteAll(fd, added_.data(), added_.size()) &&
+           WriteAll(fd, entries_.data(), entries_.size() * sizeof(FileListEntry));
 }
 
 bool FileList::Load(int fd)
 {
     Clear();
     std::uint64_t sizes[3] = {0, 0, 0};
-    if (!ReadBytes(fd, sizes, sizeof sizes)) return false;
+    if (!ReadAll(fd, sizes, sizeof sizes)) return false;
     // Every byte announced must be there: the sizes are held against the file.
     struct stat st {};
     const off_t at = ::lseek(fd, 0, SEEK_CUR);
@@ -318,8 +290,8 @@ bool FileList::Load(int fd)
     text_.resize(sizes[0]);
     added_.resize(sizes[1]);
     entries_.resize(sizes[2]);
-    if (ReadBytes(fd, text_.data(), text_.size()) && ReadBytes(fd, added_.data(), added_.size()) &&
-        ReadBytes(fd, entries_.data(), entries_.size() * sizeof(FileListEntry)))
+    if (ReadAll(fd, text_.data(), text_.size()) && ReadAll(fd, added_.data(), added_.size()) &&
+        ReadAll(fd, entries_.data(), entries_.size() * sizeof(FileListEntry)))
         return true;
     Clear();
     return false;
