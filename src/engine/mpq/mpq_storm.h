@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace mpq::stormlib {
@@ -71,28 +72,30 @@ struct HashSlot {
 // walk (ForEachHashSlot) costs one call a batch.
 std::size_t HashSlots(HANDLE storm, std::uint32_t first, std::span<HashSlot> out);
 
-// Calls fn(const Entry &, std::uint32_t index) for each entry of the file table.
-template <typename Fn>
-void ForEachFileEntry(HANDLE storm, Fn &&fn)
+// Calls fn(const Item &, std::uint32_t place) for each item that `copy`
+// (FileEntries or HashSlots) gives, a batch of 256 at a time.
+template <typename Item, typename Fn>
+void ForEachBatched(HANDLE storm, std::size_t (*copy)(HANDLE, std::uint32_t, std::span<Item>), Fn &&fn)
 {
-    std::array<Entry, 256> batch;
+    std::array<Item, 256> batch;
     for (std::uint32_t first = 0;; first += static_cast<std::uint32_t>(batch.size())) {
-        const std::size_t count = FileEntries(storm, first, batch);
+        const std::size_t count = copy(storm, first, batch);
         for (std::size_t i = 0; i < count; ++i) fn(batch[i], first + static_cast<std::uint32_t>(i));
         if (count < batch.size()) return;
     }
 }
 
-// Calls fn(const HashSlot &, std::uint32_t number) for each slot of the hash table.
+// Each entry of the file table, with its index; each slot of the hash table,
+// with its number.
+template <typename Fn>
+void ForEachFileEntry(HANDLE storm, Fn &&fn)
+{
+    ForEachBatched<Entry>(storm, &FileEntries, std::forward<Fn>(fn));
+}
 template <typename Fn>
 void ForEachHashSlot(HANDLE storm, Fn &&fn)
 {
-    std::array<HashSlot, 256> batch;
-    for (std::uint32_t first = 0;; first += static_cast<std::uint32_t>(batch.size())) {
-        const std::size_t count = HashSlots(storm, first, batch);
-        for (std::size_t i = 0; i < count; ++i) fn(batch[i], first + static_cast<std::uint32_t>(i));
-        if (count < batch.size()) return;
-    }
+    ForEachBatched<HashSlot>(storm, &HashSlots, std::forward<Fn>(fn));
 }
 
 // One entry or one slot: false past the end of its table.
