@@ -13,6 +13,10 @@
 #                                      the target that goes on past findings;
 #                                      findings in BUILD_DIR/campaign/artifacts/
 #   scripts/fuzz.sh run INPUT...       runs the target once on each input
+#
+# TARGET=image fuzzes the image reader instead (arcavera-fuzz-image: BLP,
+# DDS, TGA, PNG, JPEG, BMP), with its own seeds and work folders beside the
+# archive target's.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build_dir=$(realpath -m "${BUILD_DIR:-build-fuzz}")
@@ -27,12 +31,17 @@ if ! grep -q '^ARCAVERA_FUZZ:BOOL=\(ON\|1\)' "$build_dir/CMakeCache.txt" 2>/dev/
   CC=clang CXX=clang++ cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo \
     -DARCAVERA_FUZZ=ON -DARCAVERA_TESTS=OFF >/dev/null
 fi
-cmake --build "$build_dir" --parallel "$(nproc)" --target arcavera-fuzz-archive arcavera-fuzz-seeds
+case "${TARGET:-archive}" in
+archive) name=arcavera-fuzz-archive seed_maker=arcavera-fuzz-seeds suffix= ;;
+image) name=arcavera-fuzz-image seed_maker=arcavera-fuzz-image-seeds suffix=-image ;;
+*) echo "TARGET is archive (the default) or image" >&2; exit 1 ;;
+esac
+cmake --build "$build_dir" --parallel "$(nproc)" --target "$name" "$seed_maker"
 
-target=$build_dir/fuzz/arcavera-fuzz-archive
-seeds=$build_dir/seeds
+target=$build_dir/fuzz/$name
+seeds=$build_dir/seeds$suffix
 rm -rf "$seeds" && mkdir -p "$seeds"
-"$build_dir/fuzz/arcavera-fuzz-seeds" "$seeds"
+"$build_dir/fuzz/$seed_maker" "$seeds"
 
 export ASAN_OPTIONS=${ASAN_OPTIONS:-allocator_may_return_null=1:detect_leaks=0}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
@@ -42,7 +51,7 @@ case "$mode" in
 build) ;;
 smoke)
   # A fresh corpus each time, so that every run does the same work.
-  work=$build_dir/smoke
+  work=$build_dir/smoke$suffix
   rm -rf "$work" && mkdir -p "$work/corpus" "$work/artifacts"
   cp "$seeds"/* "$work/corpus/"
   # StormLib's endless loops are the program's watchdog's to end (it reads
@@ -53,13 +62,13 @@ smoke)
   ;;
 campaign)
   seconds=${1:-7200}
-  work=$build_dir/campaign
+  work=$build_dir/campaign$suffix
   mkdir -p "$work/corpus" "$work/artifacts" "$work/tmp"
   cp "$seeds"/* "$work/corpus/"
   # A copy of its own, so that rebuilding meanwhile leaves the run alone.
-  cp "$target" "$work/arcavera-fuzz-archive"
+  cp "$target" "$work/$name"
   cd "$work"
-  TMPDIR=$work/tmp exec ./arcavera-fuzz-archive "${common[@]}" -fork=1 -ignore_crashes=1 \
+  TMPDIR=$work/tmp exec "./$name" "${common[@]}" -fork=1 -ignore_crashes=1 \
     -ignore_timeouts=1 -ignore_ooms=1 -max_total_time="$seconds" -artifact_prefix="$work/artifacts/" \
     "$work/corpus"
   ;;

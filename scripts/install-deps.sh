@@ -7,6 +7,9 @@ packages=(g++ cmake ninja-build pkg-config qt6-base-dev qt6-qpa-plugins libstorm
           fonts-dejavu-core xdg-utils shared-mime-info libfile-mimeinfo-perl
           desktop-file-utils appstream groff-base  # the installed desktop files checked
           qt6-translations-l10n     # Qt's own texts (Yes, No, the file dialogs) in the program's language
+          libjpeg-dev               # the JPEG of BLP1 textures, alpha and all
+          qt6-multimedia-dev gstreamer1.0-plugins-good  # sounds played in the preview (WAV, MP3, Ogg)
+          python3-pil               # the reference decoder scripts/compare_images.py checks ours against
           clang libclang-rt-14-dev  # the fuzzing of scripts/fuzz.sh
           lld)                      # a faster linker, used when present
 [ "${ARCAVERA_SCREENSHOTS:-0}" = 1 ] && packages+=(imagemagick)
