@@ -243,13 +243,15 @@ private slots:
         const QString wave = QMimeDatabase().mimeTypeForFile("x.wav", QMimeDatabase::MatchExtension).comment();
         QTest::newRow("half, in a folder") << "data\\x.wav" << "x.wav|data\\|" + wave + "|" + Percent(50) + "|C--|1" << 0.5;
         QTest::newRow("stored larger, a registered type") << "grown.bin" << "grown.bin||Dati di gioco|" + Percent(-50) + "|---|1" << -0.5;
+        // The desktop calls a model a "Genesis 32X ROM": the game's types come first.
+        QTest::newRow("a game's type") << "units\\f.MDX" << "f.MDX|units\\|Modello 3D|" + Percent(0) + "|---|1" << 0.0;
     }
     void fileProperties()
     {
         QFETCH(QString, row);
         const QString path = WriteFile(dir.filePath("rows.mpq"), HandMadeArchive(16, {
             {"data\\x.wav", QByteArray(1000, 'w'), 0xFFFFFFFF, 0x80000200, 500}, {"grown.bin", QByteArray(100, 'g'), 0xFFFFFFFF, 0x80000000, 150},
-            {"(listfile)", "data\\x.wav\r\ngrown.bin\r\n"}}));
+            {"units\\f.MDX", "MDLX"}, {"(listfile)", "data\\x.wav\r\ngrown.bin\r\nunits\\f.MDX\r\n"}}));
         auto window = StartWindow(Paths(), path);
         QVERIFY(window && WriteRegistry("HKEY_CLASSES_ROOT\\.bin\\", "Game.Data") && WriteRegistry("HKEY_CLASSES_ROOT\\Game.Data\\", "Dati di gioco"));
         for (int r = 0; r < window->Model()->rowCount(); ++r)

@@ -101,6 +101,11 @@ struct MessageStrings {
     // and a new archive's name that is taken already. "%v" is the file.
     QString EmbedderOpenFailed, EmbedderReadFailed, EmbedderWriteFailed, EmbedderSameFile;
     QString MessageFileExists;
+    // The preview pane, a map's details, and the game's file types.
+    QString MenuPreview;
+    QString PreviewEmpty, PreviewReading, PreviewLeave, PreviewLeft, PreviewHead, PreviewNotRead, PreviewDamaged, PreviewNotStored, PreviewDamagedImage, PreviewUnsupportedImage, PreviewLargeImage, PreviewPlay, PreviewStop, PreviewSoundFailed, PreviewFit, PreviewNoMap;
+    QString MapTitle, MapName, MapAuthor, MapDescription, MapPlayers, MapSize, MapTileset;
+    QString FileTypeModel, FileTypeModelText, FileTypeTexture, FileTypeDds, FileTypeJass, FileTypeAi, FileTypeLua, FileTypeGalaxy, FileTypeTerrain, FileTypeStrings, FileTypeObjects, FileTypeDoodads, FileTypeMapInfo, FileTypePathing, FileTypeShadows, FileTypeMinimap, FileTypeRegions, FileTypeCameras, FileTypeSounds, FileTypeTriggers, FileTypeTriggerText, FileTypeImports, FileTypeSlk, FileTypeFrames, FileTypeFrameList, FileTypeScenario, FileTypeWc3Map, FileTypeCampaign, FileTypeCampaignInfo, FileTypeScMap;
 
     // The file-dialog filters built from the descriptions: description NUL
     // pattern NUL ..., no NUL after the last pattern. The patterns are fixed.
@@ -125,7 +130,8 @@ struct CatalogueEntry {
 
 // The catalogue in the order of its lookups: Language's Author, then the
 // sections Menu, Column, ToolBar, StatusBar, Message, InfoMPQ, InfoFile,
-// Configuration, Various, MPQEmbedder and Filter, then the failure messages.
+// Configuration, Various, MPQEmbedder and Filter, then the failure messages
+// and the texts added since.
 std::span<const CatalogueEntry> Catalogue();
 
 // The texts in force.

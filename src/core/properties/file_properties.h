@@ -6,7 +6,13 @@
 
 #include "listing/list_row.h"
 
-// The type of a stored file as the desktop describes it: the description of
+// The type of a stored file of the games (a model, a texture, a JASS
+// script, terrain, strings, object data...) in the catalogue's words, by its
+// extension in any case; empty for other files.
+QString GameFileTypeName(const QString &name);
+
+// The type of a stored file: its game type when it has one, else as the
+// desktop describes it: the description of
 // the class its extension names, or "File " and the extension when no class
 // is known. A class without a description gives the empty text.
 QString GetFileTypeName(const QString &name);
