@@ -25,11 +25,13 @@
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
 #include "exit_status.h"
+#include "look_commands.h"
 #include "usage.h"
 #include "listing/classic_listing.h"
 #include "listing/name_scanner.h"
 #include "listing/row_order.h"
 #include "listing/text_encoding.h"
+#include "preview/preview_content.h"
 #include "properties/archive_properties.h"
 #include "tools/verify_archive.h"
 
@@ -52,35 +54,6 @@ Settings LoadSettings(const QString &iniPath)
     settings.listing = ListingOptionsOf(settings.config);
     settings.window = ReadWindowSettings(iniPath, 0, 0);
     return settings;
-}
-
-// Why `path` is no archive to read or change, said on standard error, as
-// its exit status; 0 when it is one.
-int ReportArchiveCheck(const QString &path, Refusal why)
-{
-    switch (why) {
-    case Refusal::Missing:
-        PrintError(QStringLiteral("%1: no such file").arg(path));
-        break;
-    case Refusal::WrongKind:
-        PrintError(QStringLiteral("%1: is a folder, not an archive").arg(path));
-        break;
-    case Refusal::EmptyFile:
-        PrintError(QStringLiteral("%1: is empty, it holds no MPQ archive; left as it is").arg(path));
-        break;
-    case Refusal::NotAnArchive:
-        PrintError(QStringLiteral("%1: holds no MPQ archive").arg(path));
-        break;
-    case Refusal::Damaged:
-        PrintError(QStringLiteral("%1: damaged, reading it stopped the engine").arg(path));
-        break;
-    case Refusal::Malformed:
-        PrintError(QStringLiteral("%1: a malformed archive (a protected map): it can be read, never changed").arg(path));
-        break;
-    default:
-        break;
-    }
-    return ExitStatus(why);
 }
 
 // Why the archive could not be opened for update, said, as its exit status.
@@ -211,6 +184,10 @@ int InfoCommand(const QStringList &arguments, const Settings &settings)
     }
     for (const auto &[key, value] : lines)
         std::printf("%s\t%s\n", key, EscapeControls(value).toUtf8().constData());
+    if (p.mapDetails) {
+        for (const auto &[key, value] : MapDetailLines(*p.mapDetails, false))
+            std::printf("%s\t%s\n", key.toUtf8().constData(), EscapeControls(value).toUtf8().constData());
+    }
     return 0;
 }
 
@@ -562,6 +539,10 @@ int main(int argc, char *argv[])
         PrintError(QStringLiteral("--format and --max-files belong to create"));
         return kUsageStatus;
     }
+    if (line.Has(QStringLiteral("--size")) && command != QLatin1String("thumbnail")) {
+        PrintError(QStringLiteral("--size belongs to thumbnail"));
+        return kUsageStatus;
+    }
     const bool verbose = line.Has(QStringLiteral("-v")) || line.Has(QStringLiteral("--verbose"));
     if (command == QLatin1String("embed")) return EmbedCommand(rest);
     Settings settings = LoadSettings(iniPath);
@@ -575,6 +556,9 @@ int main(int argc, char *argv[])
     if (command == QLatin1String("rename")) return RenameCommand(rest, settings);
     if (command == QLatin1String("info")) return InfoCommand(rest, settings);
     if (command == QLatin1String("verify")) return VerifyCommand(rest, settings);
+    if (command == QLatin1String("cat")) return CatCommand(rest);
+    if (command == QLatin1String("convert")) return ConvertCommand(rest);
+    if (command == QLatin1String("thumbnail")) return ThumbnailCommand(rest, line.Value(QStringLiteral("--size")));
     if (command == QLatin1String("compact")) return CompactCommand(rest, settings);
     if (command == QLatin1String("create")) return CreateCommand(rest, line, settings);
     PrintError(QStringLiteral("unknown command: %1").arg(command));

@@ -4,11 +4,41 @@
 #include <string>
 #include <string_view>
 
+#include "exit_status.h"
 #include "listing/text_encoding.h"
 
 void PrintError(const QString &message)
 {
     std::fprintf(stderr, "arcavera-cli: %s\n", EscapeControls(message).toUtf8().constData());
+}
+
+// Why `path` is no archive to read or change, said on standard error, as
+// its exit status; 0 when it is one.
+int ReportArchiveCheck(const QString &path, Refusal why)
+{
+    switch (why) {
+    case Refusal::Missing:
+        PrintError(QStringLiteral("%1: no such file").arg(path));
+        break;
+    case Refusal::WrongKind:
+        PrintError(QStringLiteral("%1: is a folder, not an archive").arg(path));
+        break;
+    case Refusal::EmptyFile:
+        PrintError(QStringLiteral("%1: is empty, it holds no MPQ archive; left as it is").arg(path));
+        break;
+    case Refusal::NotAnArchive:
+        PrintError(QStringLiteral("%1: holds no MPQ archive").arg(path));
+        break;
+    case Refusal::Damaged:
+        PrintError(QStringLiteral("%1: damaged, reading it stopped the engine").arg(path));
+        break;
+    case Refusal::Malformed:
+        PrintError(QStringLiteral("%1: a malformed archive (a protected map): it can be read, never changed").arg(path));
+        break;
+    default:
+        break;
+    }
+    return ExitStatus(why);
 }
 
 namespace {

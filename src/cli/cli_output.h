@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "editing/refusal.h"
 #include "listing/list_row.h"
 #include "listing/row_order.h"  // a listing's records, as the core sorts them
 
@@ -14,6 +15,10 @@
 
 // "arcavera-cli: message" on standard error.
 void PrintError(const QString &message);
+
+// Why `path` is no archive to read or change, said on standard error, as
+// its exit status; 0 when it is one.
+int ReportArchiveCheck(const QString &path, Refusal why);
 // One line per record's row, in `order`, the six columns separated by tabs;
 // the numbers are written in the user's locale as the lines go out.
 void PrintRecords(const mpq::FileList &records, const std::vector<std::uint32_t> &order);

@@ -2,6 +2,7 @@
 // exit status and message each reason of a refusal gives.
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QTest>
@@ -13,6 +14,7 @@
 #include "support/cli_runner.h"
 #include "support/damaged_data.h"
 #include "support/file_size_limit.h"
+#include "support/map_factory.h"
 
 using namespace fixtures;
 
@@ -54,6 +56,7 @@ private slots:
         protectedMap.replace(4, 8, "(c)prot!").replace(28, 4, QByteArray("\xff\xff\xff\x0f", 4));
         WriteFile(f + "/protected.w3x", protectedMap);
         WriteFile(f + "/stuck.mpq", HandMadeArchive(8, {{"a.txt", "a"}, EndlessBzip2File("x.bin")}));
+        WriteFile(f + "/look.w3x", LookMap());
     }
 
     void commands_data()
@@ -88,6 +91,11 @@ private slots:
         row("list recovering names", {"list", "@/bare.w3x"}, 0, "war3mapImported\\a.blp\tblp\t");
         row("list a protected map", {"list", "@/protected.w3x"}, 0, "a.txt\ttxt\t9\t");
         row("list with --no-scan", {"list", "@/bare.w3x", "--no-scan"}, 0, "~unknowns\\");
+        row("info of a map's details", {"info", "@/look.w3x"}, 0, "\nmap title\tLook Map\nmap author\tBlizzard\n"
+            "map description\tA red map\nmap players\t1v1\nmap size\t116x84\nmap tileset\tLordaeron Summer\n");
+        row("cat", {"cat", "@/look.w3x", "war3map.j"}, 0, "function main takes nothing returns nothing\r\nendfunction\r\n");
+        row("convert", {"convert", "@/look.w3x", "war3mapPreview.tga", "@/preview.png"}, 0, "");
+        row("thumbnail", {"thumbnail", "@/look.w3x", "@/thumb.png", "--size", "1"}, 0, "");
         // Bad usage.
         row("no command", {}, 1, "Usage:");
         row("unknown command", {"explode", "x"}, 1, "unknown command: explode");
@@ -101,6 +109,8 @@ private slots:
         row("split without output", {"split", "@/embedded.exe"}, 1, "split takes a file and --exe OUT");
         row("split --exe twice", {"split", "@/embedded.exe", "--exe", "a", "--exe", "b"}, 1, "--exe is given twice");
         row("split with --to", {"split", "@/embedded.exe", "--to", "x"}, 1, "--to belongs to extract");
+        row("--size outside thumbnail", {"convert", "@/look.w3x", "a", "b", "--size", "3"}, 1, "--size belongs to thumbnail");
+        row("--size of nothing", {"thumbnail", "@/look.w3x", "@/t.png", "--size", "0"}, 1, "--size takes a number of pixels");
         // 2: a path that is missing, of the wrong kind, or cannot be made or written.
         row("missing archive", {"list", "@/gone.mpq"}, 2, "gone.mpq: no such file\n");
         row("missing source", {"add", "@/new.mpq", "@/gone.txt"}, 2, "gone.txt: no such file or folder\n");
@@ -124,6 +134,11 @@ private slots:
         row("a link in its place", {"extract", "@/good.mpq", "a.txt", "--to", "@/o6"}, 4, "a.txt: refused, a link stands in its place below ");
         row("extraction on a full disk", {"extract", "@/good.mpq", "big.bin", "--to", "@/o7"}, 4, "big.bin: cannot be written; extraction stopped there\n", 1000);
         row("archive not written", {"add", "@/big.mpq", "@/more.bin"}, 4, "big.mpq: the archive could not be written (is the disk full?); it is as it was\n", 200000);
+        row("cat of a name not stored", {"cat", "@/look.w3x", "nope"}, 4, "nope: not stored\n");
+        row("convert a damaged image", {"convert", "@/look.w3x", "broken.blp", "@/b.png"}, 4, "broken.blp: damaged image: ");
+        row("convert a script", {"convert", "@/look.w3x", "war3map.j", "@/j.png"}, 4, "war3map.j: not an image Arcavera reads\n");
+        row("thumbnail of no map", {"thumbnail", "@/good.mpq", "@/t.png"}, 4, "good.mpq: holds no map preview or minimap\n");
+        row("thumbnail nowhere", {"thumbnail", "@/look.w3x", "@/folder"}, 2, "folder: cannot be written\n");
         row("embed twice", {"embed", "@/embedded.exe", "@/plain.mpq"}, 4, "holds an MPQ archive already, at offset 1024");
         // 5: the new name is stored already, whatever its case.
         row("rename onto a stored name", {"rename", "@/ren.mpq", "big.bin", "BIG.BIN"}, 5, "BIG.BIN: a file of that name is stored already; nothing renamed\n");
@@ -154,6 +169,12 @@ private slots:
         const QByteArray &text = reportsOnOutput ? run.out : run.err;
         QVERIFY2(text.contains(said), run.err.constData());
         if (!reportsOnOutput) QVERIFY2(run.err.startsWith("arcavera-cli: ") || said == "Usage:", run.err.constData());
+        // Pictures come out at their full size, or fitted to the size asked.
+        if (status == 0 && (arguments[0] == "convert" || arguments[0] == "thumbnail")) {
+            const QImage picture(arguments[arguments[0] == "convert" ? 3 : 2]);
+            QCOMPARE(picture.size(), arguments[0] == "convert" ? QSize(2, 2) : QSize(1, 1));
+            if (arguments[0] == "convert") QCOMPARE(picture.pixel(1, 0), 0xff00ff00u);
+        }
         if (status == 0) return;
         for (qsizetype n = 0; n < kept.size(); ++n) QCOMPARE(ReadFile(f + "/" + kept[n]), before[n]);
         QVERIFY(!QFileInfo::exists(f + "/up.txt") && !QFileInfo::exists(f + "/no"));

@@ -292,9 +292,19 @@ private slots:
         frmInfoMPQ dialog;
         std::optional<ArchiveDetails> details;
         std::optional<MapHeader> map;
-        if (onDisk) details = ArchiveDetails{2, 512, 4096, 1024, 3, 3, ArchiveSignature::Weak}, map = MapHeader{"My Map", 0x24};
+        std::optional<MapDetails> mapDetails;
+        if (onDisk) {
+            details = ArchiveDetails{2, 512, 4096, 1024, 3, 3, ArchiveSignature::Weak}, map = MapHeader{"My Map", 0x24};
+            mapDetails = MapDetails{};
+            mapDetails->name = "|cffff0000Red|r Map", mapDetails->description = "Two|nlines";
+        }
         dialog.ShowArchive({.folder = "/maps/", .name = "x.w3x", .onDisk = onDisk, .size = size, .lastChange = QDateTime::currentDateTime(),
-                            .unpacked = unpacked, .headerCount = 1234567, .rowsShown = 1234567, .details = details, .mapHeader = map});
+                            .unpacked = unpacked, .headerCount = 1234567, .rowsShown = 1234567, .details = details, .mapHeader = map,
+                            .mapDetails = mapDetails});
+        // The map's details follow its header, on one line each, colour codes gone.
+        const std::vector<QLabel *> &lines = dialog.MapDetailLabels();
+        QCOMPARE(lines[0]->isVisibleTo(&dialog), onDisk);
+        QCOMPARE(lines[0]->text() + "/" + lines[2]->text(), onDisk ? "Red Map/Two lines" : "/");
         QCOMPARE(QStringList({dialog.lblPath->text(), dialog.lblName->text(), dialog.lblSize->text(), dialog.lblDecompress->text(), dialog.lblNFiles->text()}),
                  QStringList({"/maps/", "x.w3x", onDisk ? Grouped(size) : "", Grouped(unpacked), "1234567"}));
         const QStringList layout{dialog.lblFormat->text(), dialog.lblOffset->text(), dialog.lblSectorSize->text(), dialog.lblHashTable->text(),

@@ -8,6 +8,7 @@
 
 #include "boundary/child_work.h"
 #include "listing/text_encoding.h"
+#include "preview/map_preview.h"
 #include "mpq/mpq_library.h"
 #include "tools/mpq_header.h"
 
@@ -54,6 +55,7 @@ ArchiveProperties ReadArchiveProperties(const QString &fileName, qint64 unpacked
         p.headerCount = GetMPQFileCount(fileName);
         p.details = ReadDetails(fileName);
         p.mapHeader = ReadMapHeader(fileName);
+        if (p.details) p.mapDetails = ReadArchiveMapDetails(fileName);
     }
     return p;
 }

@@ -8,6 +8,8 @@
 
 #include <optional>
 
+#include "preview/map_details.h"
+
 // A WarCraft III map's own header, the 512 bytes before its archive:
 // "HM3W", four unused bytes, the map's name closed by a zero, its flags
 // (32 bits), the most players it takes (32 bits).
@@ -42,9 +44,11 @@ struct ArchiveProperties {
     qint64 rowsShown = 0;   // the rows the list holds now
     std::optional<ArchiveDetails> details;  // none when the engine opens no archive there
     std::optional<MapHeader> mapHeader;     // when the file begins with one
+    std::optional<MapDetails> mapDetails;   // when it stores a war3map.w3i that reads
 };
 
-// Reads the file's length, date, header count, layout and map header when
+// Reads the file's length, date, header count, layout, map header and map
+// details (of a WarCraft III map) when
 // asked, from the file as it then stands; `unpacked` and `rowsShown` come
 // from the listing.
 ArchiveProperties ReadArchiveProperties(const QString &fileName, qint64 unpacked, qint64 rowsShown);

@@ -4,6 +4,7 @@
 
 #include "config/catalogue.h"
 #include "listing/classic_listing.h"
+#include "preview/preview_content.h"
 
 frmInfoMPQ::frmInfoMPQ(QWidget *parent) : frmProperties(parent)
 {
@@ -25,6 +26,10 @@ frmInfoMPQ::frmInfoMPQ(QWidget *parent) : frmProperties(parent)
     lblSignature = AddLine(13, 13, "lblSignature", QStringLiteral("%FIRMA%"));
     lblMapName = AddLine(14, 14, "lblMapName", QStringLiteral("%NOMEMAPPA%"));
     lblMapFlags = AddLine(15, 15, "lblMapFlags", QStringLiteral("%FLAGMAPPA%"));
+    // A WarCraft III map's details, from its war3map.w3i.
+    const char *detailNames[kMapDetailLines] = {"lblMapTitle",   "lblMapAuthor", "lblMapDescription",
+                                                "lblMapPlayers", "lblMapSize",   "lblMapTileset"};
+    for (int i = 0; i < kMapDetailLines; ++i) mapDetails_.push_back(AddLine(16 + i, 16 + i, detailNames[i], QString()));
     connect(&LanguageEvents::Instance(), &LanguageEvents::Loaded, this, &frmInfoMPQ::ApplyTexts);
     ApplyTexts();
 }
@@ -35,7 +40,8 @@ void frmInfoMPQ::ApplyTexts()
     SetCaptions(t.InfoMPQProperty, t.InfoMPQCompression,
                 {t.InfoMPQPath, t.InfoMPQName, t.InfoMPQSize, t.InfoMPQDecompress, t.InfoMPQLast, t.InfoMPQNFiles,
                  t.InfoMPQNFilesView, t.InfoMPQFormat, t.InfoMPQOffset, t.InfoMPQSectorSize, t.InfoMPQHashTable,
-                 t.InfoMPQUsedSlots, t.InfoMPQBlockTable, t.InfoMPQSignature, t.InfoMPQMapName, t.InfoMPQMapFlags});
+                 t.InfoMPQUsedSlots, t.InfoMPQBlockTable, t.InfoMPQSignature, t.InfoMPQMapName, t.InfoMPQMapFlags, t.MapName,
+                 t.MapAuthor, t.MapDescription, t.MapPlayers, t.MapSize, t.MapTileset});
     const QString signatures[] = {t.InfoMPQSignatureNone, t.InfoMPQSignatureWeak, t.InfoMPQSignatureStrong};
     lblSignature->setText(detailsShown_ ? signatures[static_cast<int>(signature_)] : QString());
 }
@@ -65,7 +71,20 @@ void frmInfoMPQ::ShowArchive(const ArchiveProperties &p)
     lblMapFlags->setText(p.mapHeader ? QStringLiteral("0x%1").arg(p.mapHeader->flags, 8, 16, QLatin1Char('0')) : QString());
     for (int index : {14, 15}) lblLabel(index)->setVisible(p.mapHeader.has_value());
     for (QLabel *value : {lblMapName, lblMapFlags}) value->setVisible(p.mapHeader.has_value());
-    FitLines(p.mapHeader ? 16 : 14);
+    // The details follow the map header's lines, so they show with it.
+    const bool details = p.mapHeader && p.mapDetails;
+    const QList<std::pair<QString, QString>> lines = details ? MapDetailLines(*p.mapDetails, true) : decltype(lines){};
+    for (int i = 0; i < kMapDetailLines; ++i) {
+        QLabel *value = mapDetails_[static_cast<std::size_t>(i)];
+        // One line each: a description's line breaks become spaces, and the
+        // whole text is the tip.
+        const QString text = details ? lines[i].second : QString();
+        value->setText(QString(text).replace(QLatin1Char('\n'), QLatin1Char(' ')));
+        value->setToolTip(text);
+        value->setVisible(details);
+        lblLabel(16 + i)->setVisible(details);
+    }
+    FitLines(details ? 16 + kMapDetailLines : p.mapHeader ? 16 : 14);
 
     // With nothing listed there is no saving to show: the bar is empty and
     // the percentage goes back to nothing saved. A file that has gone has no

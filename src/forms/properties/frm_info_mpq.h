@@ -1,6 +1,8 @@
 // The properties of the open archive as a whole.
 #pragma once
 
+#include <vector>
+
 #include "properties/archive_properties.h"
 #include "properties/frm_properties.h"
 
@@ -32,9 +34,14 @@ public:
     QLabel *lblSignature = nullptr;
     QLabel *lblMapName = nullptr;
     QLabel *lblMapFlags = nullptr;
+    // A WarCraft III map's details (name, author, description, players,
+    // size, tileset), under its header; hidden with it.
+    static constexpr int kMapDetailLines = 6;
+    const std::vector<QLabel *> &MapDetailLabels() const { return mapDetails_; }
 
 private:
     void ApplyTexts();
     ArchiveSignature signature_ = ArchiveSignature::None;  // shown in the language in force
     bool detailsShown_ = false;
+    std::vector<QLabel *> mapDetails_;
 };

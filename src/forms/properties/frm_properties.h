@@ -50,7 +50,7 @@ private:
     int X(double twips) const;
     int Y(double twips) const;
 
-    std::array<QLabel *, 16> labels_{};
+    std::array<QLabel *, 22> labels_{};
     QLabel *lblCompression_ = nullptr;
     QWidget *picSize_ = nullptr;
     QWidget *picRatio_ = nullptr;
