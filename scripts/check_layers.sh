@@ -3,7 +3,7 @@
 # which layer may include what, and how long a source file may grow.
 #
 #   engine  src/engine  StormLib, no Qt
-#   core    src/core    Qt Core, the engine; no widgets
+#   core    src/core    Qt Core, the engine; no widgets (QImage privately in preview/)
 #   forms   src/forms   Qt Widgets, the core
 #   window  src/shell   everything above; nobody includes it
 #   cli     src/cli     the core; never the engine's header

@@ -40,6 +40,7 @@ constexpr Command kCommands[] = {
     {"mnuFindNext",        "mnuEdit",    &M::MenuFindNext,        Qt::Key_F3,            &W::mnuFindNext_Click,       Needs::FindText, None, {}},
     {"mnuTools",           "mnuView",    &M::MenuToolBar,         NoKey,                 &W::mnuTools_Click,          N, Mark::Check, {}},
     {"mnuStatus",          "mnuView",    &M::MenuStatusBar,       NoKey,                 &W::mnuStatus_Click,         N, Mark::Check, {}},
+    {"mnuPreview",         "mnuView",    &M::MenuPreview,         Qt::Key_F9,            &W::mnuPreview_Click,        N, Mark::Check, {}},
     {"mnusep3",            "mnuView",    nullptr,                 NoKey,                 nullptr,                     N, None, {}},
     {"mnuClassicStyle",    "mnuView",    &M::MenuClassicStyle,    NoKey,                 &W::mnuClassicStyle_Click,   N, Mark::Style, {}},
     {"mnuExplorerStyle",   "mnuView",    &M::MenuExplorerStyle,   NoKey,                 &W::mnuExplorerStyle_Click,  N, Mark::Style, {}},

@@ -29,6 +29,7 @@
 #include "layout/twips.h"
 #include "listing/explorer_listing.h"
 #include "listing/text_encoding.h"
+#include "preview/preview_pane.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
 #include "shell/batch_progress.h"
@@ -133,6 +134,13 @@ void frmMain::BuildControls()
     lwMPQ_->SetLeastWidths(std::move(leastWidths));
     lwMPQ_->viewport()->installEventFilter(this);
 
+    // The preview follows the current row, and the list filled anew.
+    preview_ = new PreviewPane(client_);
+    preview_->setVisible(false);
+    connect(lwMPQ_->selectionModel(), &QItemSelectionModel::currentChanged, this, &frmMain::UpdatePreview);
+    connect(model_, &QAbstractItemModel::modelReset, this, &frmMain::UpdatePreview);
+    connect(model_, &QAbstractItemModel::dataChanged, this, &frmMain::UpdatePreview);
+
     tbMenu_ = new QToolBar(client_);
     tbMenu_->setObjectName(QStringLiteral("tbMenu"));
     tbMenu_->setMovable(false);
@@ -170,6 +178,7 @@ void frmMain::Form_Resize()
     input.toolBarShown = !tbMenu_->isHidden();
     input.statusBarShown = !statusBar->isHidden();
     input.explorer = session_.ExplorerStyle;
+    input.previewShown = !preview_->isHidden();
     input.dpi = ScreenDpi();
     const LayoutPlaces places = LayOutMainWindow(layout_, input);
     Place(tbMenu_, layout_.toolBar);
@@ -178,12 +187,16 @@ void frmMain::Form_Resize()
     Place(lwMPQ_, layout_.list);
     Place(tvMPQ_, layout_.tree);
     Place(lblSplitter_, layout_.splitter);
+    if (!preview_->isHidden()) Place(preview_, layout_.preview);
 }
 
 void frmMain::lblSplitter_MouseMove(int button, int /*shift*/, float x, float /*y*/)
 {
     if (button != 1) return;
-    if (!MoveSplitter(layout_, x, static_cast<float>(PixelsToTwips(client_->width(), logicalDpiX())))) return;
+    // The list and the tree share what the preview pane leaves them.
+    const float room = static_cast<float>(PixelsToTwips(client_->width(), logicalDpiX())) -
+                       (preview_->isHidden() ? 0.0f : layout_.preview.width);
+    if (!MoveSplitter(layout_, x, room)) return;
     Place(lblSplitter_, layout_.splitter);
     Place(tvMPQ_, layout_.tree);
     Place(lwMPQ_, layout_.list);
@@ -194,6 +207,27 @@ void frmMain::mnuTools_Click()
     tbMenu_->setVisible(tbMenu_->isHidden());
     MenuEntry(QStringLiteral("mnuTools"))->setChecked(!tbMenu_->isHidden());
     Form_Resize();
+}
+
+void frmMain::mnuPreview_Click()
+{
+    preview_->setVisible(preview_->isHidden());
+    MenuEntry(QStringLiteral("mnuPreview"))->setChecked(!preview_->isHidden());
+    Form_Resize();
+    if (preview_->isHidden()) preview_->Clear();
+    else UpdatePreview();
+}
+
+void frmMain::UpdatePreview()
+{
+    if (preview_->isHidden()) return;
+    if (session_.FileName.isEmpty()) {
+        preview_->Clear();
+        return;
+    }
+    const int row = CurrentRow();
+    if (row < 0) preview_->ShowArchive(session_.FileName);
+    else preview_->ShowStoredFile(session_.FileName, model_->Row(row).Tag);
 }
 
 void frmMain::mnuStatus_Click()
@@ -235,6 +269,7 @@ void frmMain::ShowSession()
     commands_.ShowRecentFiles(session_.RecentFiles);
     commands_.ShowArchiveOpen(session_.IsOpen());
     setWindowTitle(session_.Title());
+    UpdatePreview();
 }
 
 void frmMain::OpenArchive(const QString &path)

@@ -31,6 +31,7 @@ class ArchiveListModel;
 class BatchProgress;
 class ArchiveListView;
 class FolderTreeWidget;
+class PreviewPane;
 class frmConfig;
 class frmInfoFile;
 class frmInfoMPQ;
@@ -117,6 +118,8 @@ public:
     void lblSplitter_MouseMove(int button, int shift, float x, float y);
     void mnuTools_Click();
     void mnuStatus_Click();
+    // Shows or hides the preview pane beside the list.
+    void mnuPreview_Click();
     void mnuClassicStyle_Click();
     void mnuExplorerStyle_Click();
     void tbMenu_ButtonClick(const QString &key);
@@ -135,6 +138,7 @@ public:
     ArchiveListModel *Model() const { return model_; }
     ArchiveListView *List() const { return lwMPQ_; }
     FolderTreeWidget *Tree() const { return tvMPQ_; }
+    PreviewPane *Preview() const { return preview_; }
     bool FirstRun() const { return firstRun_; }
     // The configuration dialog, made at start-up and kept; the others are
     // loaded at their first use and kept.
@@ -183,6 +187,9 @@ private:
     // makes it current and scrolls to it.
     void FindFrom(int start);
     void ShowSortOrder();
+    // The preview pane looks at the current row, or at the archive when
+    // there is none; nothing when it is hidden.
+    void UpdatePreview();
     Dpi ScreenDpi() const { return Dpi{logicalDpiX(), logicalDpiY()}; }
     void Place(QWidget *control, const TwipsBox &box);
 
@@ -198,6 +205,7 @@ private:
     ArchiveListView *lwMPQ_ = nullptr;
     ArchiveListModel *model_ = nullptr;
     FolderTreeWidget *tvMPQ_ = nullptr;
+    PreviewPane *preview_ = nullptr;
     QLabel *lblSplitter_ = nullptr;
     std::unique_ptr<StatusReport> reports_;
     std::unique_ptr<TreePort> treePort_;

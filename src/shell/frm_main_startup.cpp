@@ -24,6 +24,7 @@
 #include "editing/helpers/shell_open.h"
 #include "editing/window_scratch.h"
 #include "layout/twips.h"
+#include "preview/preview_pane.h"
 #include "shell/archive_list_model.h"
 
 void frmMain::Form_Load(const QString &commandLine)
@@ -83,6 +84,7 @@ void frmMain::ApplyWindowSettings()
     tbMenu_->setVisible(settings_.ToolBar);
     MenuEntry(QStringLiteral("mnuStatus"))->setChecked(settings_.StatusBar);
     reports_->Bar()->setVisible(settings_.StatusBar);
+    if (ReadPreviewShown(config_.IniPath) != !preview_->isHidden()) mnuPreview_Click();
 
     model_->sort(settings_.SortKey, settings_.SortOrder == 1 ? Qt::DescendingOrder : Qt::AscendingOrder);
     ShowSortOrder();
@@ -117,6 +119,7 @@ void frmMain::Form_Unload()
     if (unloaded_) return;
     unloaded_ = true;
     WriteWindowSettings(CurrentWindowSettings(), config_.IniPath);
+    WritePreviewShown(!preview_->isHidden(), config_.IniPath);
     WriteRecentFiles(session_.RecentFiles, config_.IniPath);
     if (scratch_) scratch_->Release();
 }

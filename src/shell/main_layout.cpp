@@ -60,14 +60,21 @@ LayoutPlaces LayOutMainWindow(MainLayout &layout, const LayoutInput &input)
         places.progress = true;
     }
 
+    // The pane's width comes off the room of the list and the tree.
+    const float previewWidth =
+        input.previewShown ? std::min(std::clamp(scaleWidth * 0.4f, 3000.0f, 9000.0f), std::max(scaleWidth - 2000, 0.0f))
+                           : 0.0f;
+    const float room = scaleWidth - previewWidth;
+    layout.preview = {room, list.top, scaleWidth - room, list.height};
+
     if (input.explorer) {
         list.left = tree.width + splitter.width;
-        if (scaleWidth - tree.width - splitter.width >= 0) list.width = scaleWidth - tree.width - splitter.width;
+        if (room - tree.width - splitter.width >= 0) list.width = room - tree.width - splitter.width;
         splitter.left = tree.width;
         splitter.height = tree.height;
     } else {
         list.left = 0;
-        list.width = scaleWidth;
+        list.width = room;
     }
     return places;
 }

@@ -38,6 +38,7 @@ struct MainLayout {
     TwipsBox tree{0, 0, 3135, 0};
     TwipsBox splitter{0, 960, 50, 0};
     TwipsBox progress{0, 0, 0, 255};
+    TwipsBox preview;  // the preview pane at the right, when shown
 };
 
 struct LayoutInput {
@@ -49,6 +50,7 @@ struct LayoutInput {
     bool statusBarShown = true;
     bool explorer = false;
     Dpi dpi;
+    bool previewShown = false;
 };
 
 // Which of the controls that are not always placed a run places.
@@ -58,7 +60,9 @@ struct LayoutPlaces {
 };
 
 // One run of the layout for every change of size, bar or style. The tool
-// bar, list, tree and splitter are always placed.
+// bar, list, tree and splitter are always placed. A preview pane shown
+// takes the right part of the width (two fifths, 3000 to 9000 twips, and
+// never the last 2000 the list needs) and the list's height.
 LayoutPlaces LayOutMainWindow(MainLayout &layout, const LayoutInput &input);
 
 // One step of a drag of the splitter, `x` twips from its left edge, in a

@@ -30,6 +30,7 @@
 #include "dialogs/dialogs_qt.h"
 #include "editing/helpers/shell_open.h"
 #include "listing/explorer_listing.h"
+#include "preview/preview_pane.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
 #include "shell/folder_tree_widget.h"
@@ -343,6 +344,8 @@ private slots:
         QTest::newRow("status bar only") << false << true << false << QRect(0, 0, 400, 380) << QRect(333, 382, 167, 17);
         QTest::newRow("no bars, Explorer") << false << false << true << QRect(212, 0, 188, 400) << QRect();
         QTest::newRow("toolbar, Explorer") << true << false << true << QRect(212, 58, 188, 342) << QRect();
+        // The preview pane takes 3000 twips at the least, here more than two fifths.
+        QTest::newRow("preview") << true << true << false << QRect(0, 58, 200, 322) << QRect(333, 382, 167, 17);
     }
     void layoutOfTheBarsAndStyles()
     {
@@ -352,8 +355,10 @@ private slots:
         QFETCH(QRect, list);
         QFETCH(QRect, progress);
         MainLayout layout;
-        const LayoutInput input{QSize(400, 400), 40, 20, QRect(0, 0, 100, 30), toolBar, statusBar, explorer, Dpi{96, 96}};
+        const bool preview = QByteArray(QTest::currentDataTag()) == "preview";
+        const LayoutInput input{QSize(400, 400), 40, 20, QRect(0, 0, 100, 30), toolBar, statusBar, explorer, Dpi{96, 96}, preview};
         const LayoutPlaces places = LayOutMainWindow(layout, input);
+        if (preview) QCOMPARE(ToPixels(layout.preview, input.dpi), QRect(200, 58, 200, 322));
         QCOMPARE(ToPixels(layout.toolBar, input.dpi), QRect(0, 0, 400, 58));
         QCOMPARE(places.statusBar ? ToPixels(layout.statusBar, input.dpi) : QRect(), QRect(0, 380, 400, 20));
         QCOMPARE(ToPixels(layout.list, input.dpi), list);
@@ -365,6 +370,27 @@ private slots:
         QVERIFY(!LayOutMainWindow(layout, {QSize(400, 10), 40, 20, QRect(1, 2, 3, 4), toolBar, statusBar, explorer,
                                            Dpi{96, 96}}).statusBar);
         QCOMPARE(ToPixels(layout.statusBar, input.dpi), QRect(1, 2, 3, 4));
+    }
+
+    // The preview pane is hidden at the first start; shown, it follows the current row, and the
+    // next start shows it again.
+    void previewFollowsTheRowAndIsRemembered()
+    {
+        const StartupPaths paths = Paths();
+        {
+            auto window = StartWindow(paths, "\"" + master + "\"");
+            QVERIFY(window->Preview()->isHidden() && !window->MenuEntry("mnuPreview")->isChecked());
+            window->MenuEntry("mnuPreview")->trigger();
+            QVERIFY(window->Preview()->isVisible() && window->MenuEntry("mnuPreview")->isChecked());
+            QCOMPARE(window->Preview()->geometry().left(), window->List()->geometry().right() + 1);
+            Select(*window, {"data\\e.txt"}, "data\\e.txt");
+            QTRY_VERIFY(window->Preview()->Kind() == PreviewKind::Text && !window->Preview()->Reading());
+            QCOMPARE(window->Preview()->Text().toLatin1(), QByteArray(files["data\\e.txt"]).replace("\r\n", "\n"));
+            window->close();
+        }
+        QCOMPARE(ReadIni("Preview", "Shown", paths.iniPath, {}), QStringLiteral("1"));
+        auto again = StartWindow(paths, {});
+        QVERIFY(again->Preview()->isVisible() && again->MenuEntry("mnuPreview")->isChecked());
     }
 
     // A splitter that would leave less than 2000 twips to the tree or the list (of 6000) is refused.

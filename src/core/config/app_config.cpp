@@ -209,6 +209,19 @@ bool ReadAssociate(const QString &iniPath)
     return ReadSwitch(IniDocument::Load(iniPath), kSectionConfig, QStringLiteral("Associate"), false);
 }
 
+bool ReadPreviewShown(const QString &iniPath)
+{
+    return ReadSwitch(IniDocument::Load(iniPath), QStringLiteral("Preview"), QStringLiteral("Shown"), false);
+}
+
+void WritePreviewShown(bool shown, const QString &iniPath)
+{
+    // A user who never showed the pane keeps the file as it was.
+    if (!shown && !IniDocument::Load(iniPath).Value(QStringLiteral("Preview"), QStringLiteral("Shown"))) return;
+    WriteIni(QStringLiteral("Preview"), QStringLiteral("Shown"), shown ? QStringLiteral("1") : QStringLiteral("0"),
+             iniPath);
+}
+
 QString ReadLanguage(const QString &iniPath)
 {
     return ReadIni(kSectionConfig, QStringLiteral("Language"), iniPath, {});

@@ -77,6 +77,10 @@ void SaveAppConfig(const AppConfig &config, const QStringList &listPaths, bool a
 // The keys of section Config that AppConfig does not hold.
 bool ReadAssociate(const QString &iniPath);    // "Associate", default false
 QString ReadLanguage(const QString &iniPath);  // "Language", default empty (built-in texts)
+// The preview pane beside the list: section "Preview", key "Shown", off when
+// absent. Written only once the pane has been shown.
+bool ReadPreviewShown(const QString &iniPath);
+void WritePreviewShown(bool shown, const QString &iniPath);
 
 // The paths that name an existing file (not a folder), in their order, and
 // the same paths as AppConfig::ListFiles holds them.
