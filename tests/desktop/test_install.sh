@@ -4,7 +4,8 @@
 # manual pages format without warnings, the entry's icon is installed, both
 # programs tell their version, and with the prefix's share in XDG_DATA_DIRS
 # the MIME database that the install updated knows archives and maps, by
-# name and by content, while Scheme source named .scm stays Scheme.
+# name and by content, while Scheme source named .scm stays Scheme; the map
+# thumbnailer names the map types and writes a map's preview.
 #
 # Usage: test_install.sh CMAKE BUILD_DIR VERSION   (exit 77: a tool is missing)
 set -euo pipefail
@@ -60,4 +61,22 @@ expect map.w3x application/x-warcraft3-map
 expect map.scx $ours
 expect map.scm $ours
 expect source.scm text/x-scheme
+
+# The thumbnailer names the map types and, run as a file manager runs it,
+# writes the sample map's preview as a picture no larger than asked.
+thumbnailer=$share/thumbnailers/$id.thumbnailer
+maps=$(sed -n 's/^MimeType=//p' "$thumbnailer")
+[ "$maps" = "application/x-warcraft3-map;application/x-starcraft-map;" ] || { echo "thumbnailer types: $maps" >&2; status=1; }
+exec_line=$(sed -n 's/^Exec=//p' "$thumbnailer")
+exec_line=${exec_line//%i/$build/sample/sample.w3x}
+exec_line=${exec_line//%o/$work/thumb.png}
+${exec_line//%s/48}
+# Debian's Python, which has python3-pil, whatever python3 comes first on the PATH.
+/usr/bin/python3 - "$work/thumb.png" <<'PY' || status=1
+import sys
+from PIL import Image
+picture = Image.open(sys.argv[1]).convert("RGBA")
+colours = picture.getcolors(1 << 16) or []
+assert max(picture.size) <= 48 and len(colours) > 1, (picture.size, len(colours))
+PY
 exit $status
