@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Compares the PNGs that Arcavera's image reader wrote with Pillow's own
 decoding of the original BLP and TGA files, Pillow's being the reference.
 
