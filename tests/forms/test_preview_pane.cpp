@@ -7,7 +7,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "preview/preview_pane.h"
+#include "pane/preview_pane.h"
 #include "support/archive_factory.h"
 #include "support/damaged_data.h"
 #include "support/map_factory.h"

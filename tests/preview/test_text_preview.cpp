@@ -5,7 +5,7 @@
 #include <QTextDocument>
 #include <QTextLayout>
 
-#include "preview/code_highlighter.h"
+#include "pane/code_highlighter.h"
 #include "preview/text_preview.h"
 
 Q_DECLARE_METATYPE(CodeLanguage)

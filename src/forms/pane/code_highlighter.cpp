@@ -1,4 +1,4 @@
-#include "preview/code_highlighter.h"
+#include "pane/code_highlighter.h"
 
 #include <QColor>
 #include <QFont>

@@ -1,4 +1,4 @@
-#include "preview/preview_pane.h"
+#include "pane/preview_pane.h"
 
 #include <QAudioOutput>
 #include <QDir>
@@ -24,7 +24,7 @@
 
 #include "config/catalogue.h"
 #include "listing/text_encoding.h"
-#include "preview/code_highlighter.h"
+#include "pane/code_highlighter.h"
 #include "preview/map_preview.h"
 #include "properties/file_properties.h"
 
