@@ -31,12 +31,13 @@ MapPicture ReadMapPicture(const QString &path, const ImageLimits &limits)
     return picture;
 }
 
-std::optional<MapDetails> ReadArchiveMapDetails(const QString &path, QString *why)
+std::optional<MapDetails> ReadArchiveMapDetails(const QString &path, QString *why, EventQueue *events)
 {
     CollectingPorts quiet;
-    NoEvents events;
-    const QList<StoredBytes> read = ReadStoredFiles(
-        path, {QByteArrayLiteral("war3map.w3i"), QByteArrayLiteral("war3map.wts")}, LookLimits{}, quiet, nullptr, events);
+    NoEvents none;
+    const QList<StoredBytes> read =
+        ReadStoredFiles(path, {QByteArrayLiteral("war3map.w3i"), QByteArrayLiteral("war3map.wts")}, LookLimits{},
+                        quiet, nullptr, events ? *events : none);
     const StoredBytes &info = read[0];
     if (info.why != Refusal::None || info.cut) {
         if (why) {

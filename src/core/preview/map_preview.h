@@ -10,6 +10,7 @@
 #include <optional>
 
 #include "editing/refusal.h"
+#include "listing/reporting.h"
 #include "preview/image_reader.h"
 #include "preview/map_details.h"
 
@@ -29,8 +30,10 @@ MapPicture ReadMapPicture(const QString &path, const ImageLimits &limits = {});
 
 // The details of the WarCraft III map at `path`, its trigger strings
 // resolved; none when it stores no war3map.w3i or it does not read (then
-// `why`, when given, gets the reason in a few English words).
-std::optional<MapDetails> ReadArchiveMapDetails(const QString &path, QString *why = nullptr);
+// `why`, when given, gets the reason in a few English words). A Cancel of
+// `events`, when given, ends the read.
+std::optional<MapDetails> ReadArchiveMapDetails(const QString &path, QString *why = nullptr,
+                                                EventQueue *events = nullptr);
 
 // Saves `image` as a PNG at `path`, scaled down (never up) to fit `fitSide`
 // pixels each way when that is above 0. False when the file cannot be written.

@@ -251,12 +251,12 @@ void PreviewPane::Start()
     const QByteArray name = name_;
     QThread *thread = QThread::create([this, read, generation, archive, name] {
         PreviewContent content;
+        ReadPorts ports(*read);
         if (name.isEmpty()) {
             QString why;
-            const std::optional<MapDetails> details = ReadArchiveMapDetails(archive, &why);
+            const std::optional<MapDetails> details = ReadArchiveMapDetails(archive, &why, &ports);
             content = details ? MapPreview(details, why) : MessagePreview(Texts().PreviewEmpty);
         } else {
-            ReadPorts ports(*read);
             const StoredBytes bytes = ReadStoredFiles(archive, {name}, LookLimits{}, ports, &ports, ports).front();
             content = MakePreview(DecodeBytes(name), bytes);
         }
