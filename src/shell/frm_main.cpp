@@ -29,7 +29,7 @@
 #include "layout/twips.h"
 #include "listing/explorer_listing.h"
 #include "listing/text_encoding.h"
-#include "pane/preview_pane.h"
+#include "pane/preview_pane_widget.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
 #include "shell/batch_progress.h"

@@ -24,7 +24,7 @@
 #include "editing/helpers/shell_open.h"
 #include "editing/window_scratch.h"
 #include "layout/twips.h"
-#include "pane/preview_pane.h"
+#include "pane/preview_pane_widget.h"
 #include "shell/archive_list_model.h"
 
 void frmMain::Form_Load(const QString &commandLine)

@@ -7,7 +7,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include "pane/preview_pane.h"
+#include "pane/preview_pane_widget.h"
 #include "support/archive_factory.h"
 #include "support/damaged_data.h"
 #include "support/map_factory.h"

@@ -30,7 +30,7 @@
 #include "dialogs/dialogs_qt.h"
 #include "editing/helpers/shell_open.h"
 #include "listing/explorer_listing.h"
-#include "pane/preview_pane.h"
+#include "pane/preview_pane_widget.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
 #include "shell/folder_tree_widget.h"

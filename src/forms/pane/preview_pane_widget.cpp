@@ -1,4 +1,4 @@
-#include "pane/preview_pane.h"
+#include "pane/preview_pane_widget.h"
 
 #include <QAudioOutput>
 #include <QDir>
