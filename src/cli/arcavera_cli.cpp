@@ -277,8 +277,9 @@ int CreateCommand(const QStringList &arguments, const CommandLine &line, const S
     const qint32 maxFiles = line.Has(QStringLiteral("--max-files"))
                                 ? line.Value(QStringLiteral("--max-files")).value_or(QString()).toInt(&counted)
                                 : settings.config.DefaultMaxFiles;
-    if ((format != QLatin1String("1") && format != QLatin1String("2")) || !counted || maxFiles < 1) {
-        PrintError(QStringLiteral("create takes --format 1 or 2 and --max-files with a count of 1 or more"));
+    const bool knownFormat = format.size() == 1 && format[0] >= QLatin1Char('1') && format[0] <= QLatin1Char('4');
+    if (!knownFormat || !counted || maxFiles < 1) {
+        PrintError(QStringLiteral("create takes --format 1, 2, 3 or 4 and --max-files with a count of 1 or more"));
         return kUsageStatus;
     }
     const QString path = QFileInfo(arguments[0]).absoluteFilePath();

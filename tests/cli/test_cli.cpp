@@ -83,7 +83,7 @@ private slots:
         row("help", {"--help"}, 0, "Usage: arcavera-cli");
         row("compact", {"compact", "@/compact.mpq"}, 0, " after\n");
         row("create", {"create", "@/made.mpq", "--format", "2", "--max-files", "100"}, 0, "");
-        row("create, bad format", {"create", "@/made2.mpq", "--format", "3"}, 1, "create takes --format 1 or 2");
+        row("create, bad format", {"create", "@/made2.mpq", "--format", "5"}, 1, "create takes --format 1, 2, 3 or 4");
         row("--format outside create", {"list", "@/good.mpq", "--format", "2"}, 1, "--format and --max-files belong to create");
         row("create over a file", {"create", "@/text.mpq"}, 5, "text.mpq: a file is there already; left as it is\n");
         row("compact without names", {"compact", "@/nameless.mpq"}, 7, "~unknowns\\unknown00000");
@@ -178,6 +178,34 @@ private slots:
         if (status == 0) return;
         for (qsizetype n = 0; n < kept.size(); ++n) QCOMPARE(ReadFile(f + "/" + kept[n]), before[n]);
         QVERIFY(!QFileInfo::exists(f + "/up.txt") && !QFileInfo::exists(f + "/no"));
+    }
+
+    // An archive made new in each format takes adds, renames, deletes and a
+    // compaction, and verifies clean.
+    void everyFormatTakesChanges_data()
+    {
+        QTest::addColumn<int>("format");
+        for (int format = 1; format <= 4; ++format) QTest::addRow("format %d", format) << format;
+    }
+    void everyFormatTakesChanges()
+    {
+        QFETCH(int, format);
+        const QString f = dir.filePath(QStringLiteral("format%1").arg(format)), archive = f + "/new.mpq";
+        WriteFile(f + "/a.txt", TextData(3000));
+        WriteFile(f + "/b.txt", TextData(9000, 'b'));
+        const QStringList ini{"--ini", f + "/none.ini"};
+        for (const QStringList &command : QList<QStringList>{{"create", archive, "--format", QString::number(format)},
+                                                             {"add", archive, f + "/a.txt", f + "/b.txt"},
+                                                             {"rename", archive, "a.txt", "c.txt"},
+                                                             {"delete", archive, "b.txt"},
+                                                             {"compact", archive}}) {
+            const CliRun run = Cli(ini + command);
+            QVERIFY2(run.status == 0, qPrintable(command.first() + ": " + run.err));
+        }
+        QVERIFY(Cli(ini + QStringList{"verify", archive}).out.contains("2 files checked, 0 with faults"));
+        QCOMPARE(Cli(ini + QStringList{"extract", archive, "c.txt", "--to", f + "/out"}).status, 0);
+        QCOMPARE(ReadFile(f + "/out/c.txt"), TextData(3000));
+        QVERIFY(!Cli(ini + QStringList{"list", archive}).out.contains("b.txt"));
     }
 };
 

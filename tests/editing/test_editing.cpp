@@ -570,6 +570,8 @@ private slots:
         QTest::addColumn<QList<int>>("header");  // header size, format (0 for the first), hash slots
         QTest::newRow("format 1") << 1 << 1024 << QByteArray() << Refusal::None << QList<int>{32, 0, 1024};
         QTest::newRow("format 2, rounded up") << 2 << 5000 << QByteArray() << Refusal::None << QList<int>{44, 1, 8192};
+        QTest::newRow("format 3") << 3 << 1024 << QByteArray() << Refusal::None << QList<int>{68, 2, 1024};
+        QTest::newRow("format 4") << 4 << 1024 << QByteArray() << Refusal::None << QList<int>{208, 3, 1024};
         QTest::newRow("hand-edited count") << 1 << -3 << QByteArray() << Refusal::None << QList<int>{32, 0, 2};
         QTest::newRow("a file with content") << 1 << 64 << QByteArray("text") << Refusal::NameInUse << QList<int>{};
     }

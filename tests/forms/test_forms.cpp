@@ -26,6 +26,7 @@
 #include "config/frm_config.h"
 #include "config/ini_file.h"
 #include "config/registry.h"
+#include "dialogs/dialogs_qt.h"
 #include "properties/frm_info_file.h"
 #include "properties/frm_info_mpq.h"
 #include "shell/archive_list_model.h"
@@ -232,6 +233,29 @@ private slots:
         QCOMPARE(Rules(config) + Entries(Find<QListWidget>(dialog.get(), "lstExtensions")), QStringList({".wav,3,1", ".wav"}));
         QCOMPARE(Entries(Find<QListWidget>(dialog.get(), "lstFileLists")) << Find<QLineEdit>(dialog.get(), "txtMaxFiles")->text(), QStringList({list, "500"}));
         QCOMPARE(languages->currentItem()->text(), QString::fromUtf8(kBuiltInLanguageName));
+    }
+
+    // The New box offers the four formats, each with the games that read it, starts at the
+    // one asked for and gives back the one chosen.
+    void newArchiveBoxOffersEveryFormat()
+    {
+        QtDialogProvider provider;
+        QStringList offered;
+        int shownFirst = -1;
+        QTimer::singleShot(0, [&] {
+            auto *box = qobject_cast<QDialog *>(QApplication::activeModalWidget());
+            auto *format = box ? box->findChild<QComboBox *>() : nullptr;
+            if (!format) return;
+            for (int i = 0; i < format->count(); ++i) offered << format->itemText(i);
+            shownFirst = format->currentIndex();
+            format->setCurrentIndex(3);
+            box->accept();
+        });
+        const NewArchiveChoice chosen = provider.ChooseNewArchive(nullptr, NewArchiveChoice{true, 3, 100});
+        QCOMPARE(shownFirst, 2);
+        QCOMPARE(chosen.format, 4);
+        QCOMPARE(offered.size(), 4);
+        QVERIFY(offered[0].contains("WarCraft III") && offered[3].contains("StarCraft II"));
     }
 
     // A stored file's values as its dialog shows them from the list: sizes as listed, the saving and its bar.

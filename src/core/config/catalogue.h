@@ -62,7 +62,8 @@ struct MessageStrings {
     // A stored file saved in another program: the question, and why it is not put back.
     QString MessageWriteBack, MessageWriteBackStale;
     // The new-archive box.
-    QString NewArchiveTitle, NewArchiveFormat, NewArchiveFormat1, NewArchiveFormat2, NewArchiveMaxFiles;
+    QString NewArchiveTitle, NewArchiveFormat, NewArchiveFormat1, NewArchiveFormat2, NewArchiveMaxFiles,
+        NewArchiveFormat3, NewArchiveFormat4;
     // A batch the user stopped.
     QString MessageCancelled;
     // Verify: the menu entry, the report's lines, the faults, the signature.

@@ -19,6 +19,17 @@ constexpr qint32 kLargestMaxFiles = 999999;
 // The table room asked of the engine for a count of the settings.
 std::uint32_t TableRoom(qint32 maxFiles) { return static_cast<std::uint32_t>(std::clamp(maxFiles, 1, kLargestMaxFiles)); }
 
+// The engine's flag for a new archive of `format` (1 to 4; others give 1).
+std::uint32_t FormatFlag(int format)
+{
+    switch (format) {
+    case 2: return mpq::MOAU_FORMAT_2;
+    case 3: return mpq::MOAU_FORMAT_3;
+    case 4: return mpq::MOAU_FORMAT_4;
+    default: return 0;
+    }
+}
+
 }  // namespace
 
 mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why, int format)
@@ -37,8 +48,7 @@ mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFi
     // here; a file of any other content is never written over.
     if (!update)
         update = mpq::MpqOpenArchiveForUpdate(
-            archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW | (format == 2 ? mpq::MOAU_FORMAT_2 : 0),
-            maximumFiles);
+            archive, mpq::MOAU_MAINTAIN_LISTFILE | mpq::MOAU_CREATE_NEW | FormatFlag(format), maximumFiles);
     why = update ? Refusal::None : WhyUpdateNotOpened(archivePath, hadContent);
     return update;
 }

@@ -21,7 +21,7 @@
 // engine). A file of any other content is never written over. Empty when
 // both fail, with `why` telling the reason (NotCreatable, NotWritable or
 // NotAnArchive); else `why` is None. The update is written at its Close().
-// An archive made here is in `format` (1, or 2 for archives over 4 GiB).
+// An archive made here is in `format` (1 to 4; see CreateArchive).
 mpq::Update OpenArchiveForUpdate(const QString &archivePath, qint32 defaultMaxFiles, Refusal &why, int format = 1);
 
 // What the status bar says when a change left the archive at `archivePath`
@@ -78,7 +78,9 @@ QString UnchangedFileText(Refusal why, const QByteArray &storedName);
 bool ArchiveWritable(const QString &archivePath);
 
 // Makes an archive with no files at `archivePath`, in format 1 (what
-// WarCraft III and StarCraft read) or 2 (archives over 4 GiB), with room for
+// StarCraft, Diablo II and WarCraft III read), 2 (archives over 4 GiB, from
+// The Burning Crusade on), 3 (HET and BET tables, World of Warcraft's
+// Cataclysm beta) or 4 (World of Warcraft from Cataclysm on, StarCraft II), with room for
 // `maxFiles` files (held as above). Only an absent or empty file is made an
 // archive: NameInUse for a file with content, which is left as it is,
 // NotCreatable when none can be made there, else None.

@@ -84,7 +84,11 @@ inline constexpr std::uint32_t MOAU_MAINTAIN_LISTFILE = 0x01;  // keep "(listfil
 inline constexpr std::uint32_t MOAU_OPEN_EXISTING = 0x04;      // open; fail on anything but an archive
 inline constexpr std::uint32_t MOAU_CREATE_ALWAYS = 0x08;      // create, replacing whatever is there
 inline constexpr std::uint32_t MOAU_OPEN_ALWAYS = 0x20;        // open, or create when absent or empty
-inline constexpr std::uint32_t MOAU_FORMAT_2 = 0x1000;         // create in format 2 (archives over 4 GiB)
+// The format a new archive is made in; format 1 without any of these.
+inline constexpr std::uint32_t MOAU_FORMAT_2 = 0x1000;         // archives over 4 GiB
+inline constexpr std::uint32_t MOAU_FORMAT_3 = 0x2000;         // HET and BET tables
+inline constexpr std::uint32_t MOAU_FORMAT_4 = 0x3000;         // and the MD5s of the tables
+inline constexpr std::uint32_t MOAU_FORMAT_MASK = 0x3000;
 
 // The marker at the start of the name of a stored file that no list names.
 inline constexpr const char *kUnknownPrefix = "~unknowns\\";

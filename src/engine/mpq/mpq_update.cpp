@@ -236,7 +236,11 @@ Update MpqOpenArchiveForUpdate(const std::string &givenPath, std::uint32_t flags
         journal = UpdateJournal::Begin(path);
         if (!journal) return nullptr;
         if (exists && ::unlink(path.c_str()) != 0) return nullptr;
-        DWORD createFlags = (flags & MOAU_FORMAT_2) ? MPQ_CREATE_ARCHIVE_V2 : MPQ_CREATE_ARCHIVE_V1;
+        const std::uint32_t format = flags & MOAU_FORMAT_MASK;
+        DWORD createFlags = format == MOAU_FORMAT_4   ? MPQ_CREATE_ARCHIVE_V4
+                            : format == MOAU_FORMAT_3 ? MPQ_CREATE_ARCHIVE_V3
+                            : format == MOAU_FORMAT_2 ? MPQ_CREATE_ARCHIVE_V2
+                                                      : MPQ_CREATE_ARCHIVE_V1;
         if (flags & MOAU_MAINTAIN_LISTFILE) createFlags |= MPQ_CREATE_LISTFILE;
         // StormLib counts the list's own entry on top of the maximum and rounds
         // up to a power of two: ask for one less so that a maximum of 1024

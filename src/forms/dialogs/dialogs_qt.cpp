@@ -203,8 +203,8 @@ NewArchiveChoice QtDialogProvider::ChooseNewArchive(QObject *owner, const NewArc
     dialog.setObjectName(QStringLiteral("dlgNewArchive"));
     dialog.setWindowTitle(t.NewArchiveTitle);
     auto *format = new QComboBox(&dialog);
-    format->addItems({t.NewArchiveFormat1, t.NewArchiveFormat2});
-    format->setCurrentIndex(preset.format == 2 ? 1 : 0);
+    format->addItems({t.NewArchiveFormat1, t.NewArchiveFormat2, t.NewArchiveFormat3, t.NewArchiveFormat4});
+    format->setCurrentIndex(std::clamp(preset.format, 1, 4) - 1);
     auto *maxFiles = new QSpinBox(&dialog);
     maxFiles->setRange(1, 999999);
     maxFiles->setValue(std::clamp<qint32>(preset.maxFiles, 1, 999999));
