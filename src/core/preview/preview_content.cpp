@@ -17,9 +17,8 @@ bool IsMp3(const QByteArray &bytes)
     return b1 == 0xFF && (b2 & 0xE0) == 0xE0 && (b2 & 0x18) != 0x08 && (b2 & 0x06) != 0;
 }
 
-PreviewContent ImageFaultPreview(const ImageResult &result)
+PreviewContent ImageFaultPreview(const ImageResult &result, const MessageStrings &t)
 {
-    const MessageStrings &t = Texts();
     const QString &text = result.fault == ImageFault::PastLimit     ? t.PreviewLargeImage
                           : result.fault == ImageFault::Unsupported ? t.PreviewUnsupportedImage
                                                                     : t.PreviewDamagedImage;
@@ -43,9 +42,9 @@ QString SoundFormat(const QByteArray &bytes)
     return {};
 }
 
-PreviewContent MakePreview(const QString &storedName, const StoredBytes &read, const ImageLimits &limits)
+PreviewContent MakePreview(const QString &storedName, const StoredBytes &read, const MessageStrings &t,
+                           const ImageLimits &limits)
 {
-    const MessageStrings &t = Texts();
     switch (read.why) {
     case Refusal::None:
         break;
@@ -74,7 +73,7 @@ PreviewContent MakePreview(const QString &storedName, const StoredBytes &read, c
             content.image = std::move(image.image);
             return content;
         }
-        if (image.fault != ImageFault::NotAnImage) return ImageFaultPreview(image);
+        if (image.fault != ImageFault::NotAnImage) return ImageFaultPreview(image, t);
     }
     if (IsTextName(storedName) || LooksLikeText(read.bytes)) {
         content.kind = PreviewKind::Text;
@@ -89,9 +88,9 @@ PreviewContent MakePreview(const QString &storedName, const StoredBytes &read, c
     return content;
 }
 
-PreviewContent MapPreview(const std::optional<MapDetails> &details, const QString &why)
+PreviewContent MapPreview(const std::optional<MapDetails> &details, const QString &why, const MessageStrings &texts)
 {
-    if (!details) return MessagePreview(ReplaceValue(Texts().PreviewNoMap, why));
+    if (!details) return MessagePreview(ReplaceValue(texts.PreviewNoMap, why));
     PreviewContent content;
     content.kind = PreviewKind::Map;
     content.map = details;

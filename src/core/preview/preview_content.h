@@ -9,6 +9,7 @@
 
 #include <optional>
 
+#include "config/catalogue.h"
 #include "preview/image_reader.h"
 #include "preview/map_details.h"
 #include "preview/stored_read.h"
@@ -31,14 +32,16 @@ struct PreviewContent {
 QString SoundFormat(const QByteArray &bytes);
 
 // What the preview shows for `read`, the stored file `storedName` as the
-// engine read it.
-PreviewContent MakePreview(const QString &storedName, const StoredBytes &read, const ImageLimits &limits = {});
+// engine read it, in the words of `texts` (a copy of the catalogue's, for a
+// look made off the window's thread while a language may be loading).
+PreviewContent MakePreview(const QString &storedName, const StoredBytes &read, const MessageStrings &texts,
+                           const ImageLimits &limits = {});
 
 // A preview that says `message` instead of showing the file.
 PreviewContent MessagePreview(const QString &message);
 
-// The details of a map as a preview.
-PreviewContent MapPreview(const std::optional<MapDetails> &details, const QString &why);
+// The details of a map as a preview; without them, why not.
+PreviewContent MapPreview(const std::optional<MapDetails> &details, const QString &why, const MessageStrings &texts);
 
 // The lines of a map's details, label and value, as the preview, the
 // archive's properties and arcavera-cli info show them; the labels are the

@@ -249,16 +249,17 @@ void PreviewPane::Start()
     const quint64 generation = ++generation_;
     const QString archive = archive_;
     const QByteArray name = name_;
-    QThread *thread = QThread::create([this, read, generation, archive, name] {
+    // The thread words its look with a copy of the texts in force now.
+    QThread *thread = QThread::create([this, read, generation, archive, name, texts = Texts()] {
         PreviewContent content;
         ReadPorts ports(*read);
         if (name.isEmpty()) {
             QString why;
             const std::optional<MapDetails> details = ReadArchiveMapDetails(archive, &why, &ports);
-            content = details ? MapPreview(details, why) : MessagePreview(Texts().PreviewEmpty);
+            content = details ? MapPreview(details, why, texts) : MessagePreview(texts.PreviewEmpty);
         } else {
             const StoredBytes bytes = ReadStoredFiles(archive, {name}, LookLimits{}, ports, &ports, ports).front();
-            content = MakePreview(DecodeBytes(name), bytes);
+            content = MakePreview(DecodeBytes(name), bytes, texts);
         }
         // The pane waits for its threads before it goes, so it is there.
         QMetaObject::invokeMethod(this, [this, generation, content] { Deliver(generation, content); },
