@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "exit_status.h"
+#include "listing/locale_tags.h"
 #include "listing/text_encoding.h"
 
 void PrintError(const QString &message)
@@ -61,11 +62,18 @@ void AppendColumn(Buffer &out, const QString &text)
 
 }  // namespace
 
+QString ShownName(const QByteArray &storedName)
+{
+    const std::uint16_t locale = NameLocale(storedName);
+    const QString text = DecodeBytes(BareName(storedName));
+    return locale == 0 ? text : QStringLiteral("%1 [%2]").arg(text, LocaleTag(locale));
+}
+
 QByteArray RowLine(const ListRow &row)
 {
     QByteArray line;
     std::string text;
-    for (int column = 0; column < ListRow::ColumnCount; ++column) {
+    for (int column = 0; column <= ListRow::Locale; ++column) {
         if (column > 0) text.push_back('\t');
         AppendColumn(text, ColumnText(row, column));
     }
@@ -117,6 +125,8 @@ void PrintRecords(const mpq::FileList &records, const std::vector<std::uint32_t>
         numbers.AppendRatio(out, record.FullSize, record.CompressedSize);
         out.push_back('\t');
         AppendColumn(out, AttributeLetters(record.Flags));
+        out.push_back('\t');
+        if (record.Locale != 0) AppendColumn(out, LocaleTag(record.Locale));
         out.push_back('\n');
         if (out.size() >= kChunk) {
             std::fwrite(out.data(), 1, out.size(), stdout);

@@ -8,7 +8,7 @@ bool TakesValue(const QString &name)
 {
     return name == QLatin1String("--ini") || name == QLatin1String("--to") || name == QLatin1String("--prefix") ||
            name == QLatin1String("--exe") || name == QLatin1String("--mpq") || name == QLatin1String("--format") ||
-           name == QLatin1String("--max-files") || name == QLatin1String("--size");
+           name == QLatin1String("--max-files") || name == QLatin1String("--size") || name == QLatin1String("--locale");
 }
 
 bool IsKnown(const QString &name)

@@ -33,7 +33,13 @@ int ArchiveListModel::rowCount(const QModelIndex &parent) const
 
 int ArchiveListModel::columnCount(const QModelIndex &parent) const
 {
-    return parent.isValid() ? 0 : ListRow::ColumnCount;
+    return parent.isValid() ? 0 : ListRow::ColumnCount + (variants_ ? 1 : 0);
+}
+
+bool ArchiveListModel::AnyVariant() const
+{
+    auto variant = [](const ListRow &row) { return row.Tag.contains('\0'); };
+    return std::any_of(rows_.begin(), rows_.end(), variant) || std::any_of(pending_.begin(), pending_.end(), variant);
 }
 
 QVariant ArchiveListModel::data(const QModelIndex &index, int role) const
@@ -70,6 +76,7 @@ QVariant ArchiveListModel::headerData(int section, Qt::Orientation orientation, 
     case ListRow::Compressed: return t.ColumnCompressed;
     case ListRow::Ratio: return t.ColumnRatio;
     case ListRow::Attribute: return t.ColumnAttribute;
+    case ListRow::Locale: return t.ColumnLocale;
     default: return {};
     }
 }
@@ -146,6 +153,7 @@ void ArchiveListModel::SetSorted(bool sorted)
     }
     pending_ = {};
     SortRows(rows_, sortKey_, sortOrder_);
+    variants_ = AnyVariant();
     endResetModel();
 }
 
@@ -156,6 +164,11 @@ void ArchiveListModel::AddRow(ListRow row)
         return;
     }
     // A row added to a sorted list takes its place in the order at once.
+    if (!variants_ && row.Tag.contains('\0')) {
+        beginInsertColumns({}, ListRow::Locale, ListRow::Locale);
+        variants_ = true;
+        endInsertColumns();
+    }
     const int place = static_cast<int>(SortedPlace(rows_, row, sortKey_, sortOrder_));
     beginInsertRows({}, place, place);
     rows_.insert(rows_.begin() + place, std::move(row));
@@ -167,6 +180,7 @@ void ArchiveListModel::Clear()
     beginResetModel();
     rows_ = {};
     pending_ = {};
+    variants_ = false;
     endResetModel();
 }
 

@@ -76,6 +76,8 @@ public:
     // By the text of a column (SortRows); the selection and the current row
     // move with their rows. The order stays in force for rows added later.
     void sort(int column, Qt::SortOrder order = Qt::AscendingOrder) override;
+    // Whether the Locale column is shown: some row is a locale variant.
+    bool ShowsLocales() const { return variants_; }
     int SortKey() const { return sortKey_; }
     int SortOrder() const { return sortOrder_; }  // 1: descending
 
@@ -118,6 +120,8 @@ private:
     std::vector<ListRow> rows_;
     std::vector<ListRow> pending_;
     bool sorted_ = true;
+    bool variants_ = false;  // the rows hold a locale variant: the Locale column is there
+    bool AnyVariant() const;
     int sortKey_ = 0;
     int sortOrder_ = 0;
     ListTransferPort *port_ = nullptr;

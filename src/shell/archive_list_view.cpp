@@ -31,6 +31,7 @@ void ArchiveListView::setModel(QAbstractItemModel *model)
     if (model == nullptr) return;
     connect(model, &QAbstractItemModel::modelReset, this, &ArchiveListView::FitColumns);
     connect(model, &QAbstractItemModel::headerDataChanged, this, &ArchiveListView::FitColumns);
+    connect(model, &QAbstractItemModel::columnsInserted, this, &ArchiveListView::FitColumns);
 }
 
 void ArchiveListView::SetLeastWidths(std::vector<int> widths)
@@ -65,10 +66,15 @@ int ArchiveListView::ContentWidth(int column) const
 void ArchiveListView::FitColumns()
 {
     if (model() == nullptr) return;
-    const int columns = std::min(static_cast<int>(least_.size()), model()->columnCount(rootIndex()));
+    const int columns = model()->columnCount(rootIndex());
+    // A column the model shows only at times (the locale of variants) fits
+    // its texts, from no least width.
+    fitted_.resize(std::max<std::size_t>(fitted_.size(), static_cast<std::size_t>(columns)), 0);
+    dragged_.resize(fitted_.size(), false);
     for (int column = 0; column < columns; ++column) {
         const auto c = static_cast<std::size_t>(column);
-        fitted_[c] = std::max({least_[c], header()->sectionSizeHint(column), ContentWidth(column)});
+        const int least = c < least_.size() ? least_[c] : 0;
+        fitted_[c] = std::max({least, header()->sectionSizeHint(column), ContentWidth(column)});
         if (!dragged_[c]) SetWidth(column, fitted_[c]);
     }
     StretchFirstColumn();
@@ -78,7 +84,8 @@ void ArchiveListView::StretchFirstColumn()
 {
     if (fitted_.empty() || dragged_[0]) return;
     int others = 0;
-    for (int column = 1; column < static_cast<int>(fitted_.size()); ++column) others += columnWidth(column);
+    const int columns = model() != nullptr ? model()->columnCount(rootIndex()) : 0;
+    for (int column = 1; column < columns; ++column) others += columnWidth(column);
     SetWidth(0, std::max(fitted_[0], viewport()->width() - others));
 }
 

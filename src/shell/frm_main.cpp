@@ -28,6 +28,7 @@
 #include "editing/helpers/shell_open.h"
 #include "layout/twips.h"
 #include "listing/explorer_listing.h"
+#include "listing/locale_tags.h"
 #include "listing/text_encoding.h"
 #include "pane/preview_pane_widget.h"
 #include "shell/archive_list_model.h"
@@ -489,7 +490,8 @@ void frmMain::lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString)
         cancel = true;
         return;
     }
-    const QByteArray newTag = EncodeText(newString);
+    // A locale variant is renamed within its locale.
+    const QByteArray newTag = VariantName(EncodeText(newString), NameLocale(model_->Row(row).Tag));
     const Refusal why = RenameStoredFile(session_.FileName, model_->Row(row).Tag, newTag, config_.DefaultMaxFiles);
     switch (why) {
     default:  // the archive could not be opened for update, or not written at the end
@@ -533,7 +535,7 @@ void frmMain::mnuPopupCreateDir_Click()
 void frmMain::SelectRowRange(int first, int last, QItemSelectionModel::SelectionFlags how)
 {
     if (first > last) return;
-    const QItemSelection rows(model_->index(first, 0), model_->index(last, ListRow::ColumnCount - 1));
+    const QItemSelection rows(model_->index(first, 0), model_->index(last, model_->columnCount() - 1));
     lwMPQ_->selectionModel()->select(rows, how | QItemSelectionModel::Rows);
 }
 

@@ -56,7 +56,7 @@ namespace {
 // The add itself, in this process.
 AddReport AddHere(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
                   const QByteArray &prefix, const AppConfig &config, StatusPanel &status, EventQueue &events,
-                  int newFormat)
+                  int newFormat, std::uint16_t locale)
 {
     AddReport report;
     mpq::Update update = OpenArchiveForUpdate(archivePath, config.DefaultMaxFiles, report.archive, newFormat);
@@ -75,7 +75,7 @@ AddReport AddHere(const QString &archivePath, const QStringList &names, const QS
         } else {
             // A folder ending in "/" gives "//", which the file system reads as one.
             const std::string source = PathBytes(sourceFolder + QLatin1Char('/') + name).toStdString();
-            const std::string stored = (prefix + PathBytes(StoredNameFromRelativePath(name))).toStdString();
+            const std::string stored = mpq::LocaleVariant((prefix + PathBytes(StoredNameFromRelativePath(name))).toStdString(), locale);
             const bool added =
                 method.kind == AddMethod::Wave
                     ? mpq::MpqAddWaveToArchive(update.get(), source, stored, method.flags,
@@ -121,9 +121,9 @@ QDataStream &operator>>(QDataStream &in, AddReport &report)
 // left as it was, and the add is refused as damaged.
 AddReport AddFiles(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
                    const QByteArray &prefix, const AppConfig &config, StatusPanel &status, EventQueue &events,
-                   int newFormat)
+                   int newFormat, std::uint16_t locale)
 {
     return UpdateInChild<AddReport>(archivePath, names, status, events, [&](ChildPorts &ports) {
-        return AddHere(archivePath, names, sourceFolder, prefix, config, ports, ports, newFormat);
+        return AddHere(archivePath, names, sourceFolder, prefix, config, ports, ports, newFormat, locale);
     });
 }

@@ -67,7 +67,9 @@ struct AddReport {
 // Per file: the status text "Aggiunta file %v" (the texts in force) with the
 // name, the compression of ChooseAddMethod, then a turn of `events`. A name
 // already stored is replaced. A file the engine refuses does not stop the
-// batch. An archive that the batch makes is in `newFormat` (1 or 2).
+// batch. An archive that the batch makes is in `newFormat` (1 to 4). The
+// files go in as the variants of `locale` (0: neutral), replacing only
+// variants of that locale.
 AddReport AddFiles(const QString &archivePath, const QStringList &names, const QString &sourceFolder,
                    const QByteArray &prefix, const AppConfig &config, StatusPanel &status,
-                   EventQueue &events, int newFormat = 1);
+                   EventQueue &events, int newFormat = 1, std::uint16_t locale = 0);

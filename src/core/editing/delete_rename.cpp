@@ -6,6 +6,7 @@
 #include "config/catalogue.h"
 #include "editing/archive_check.h"
 #include "editing/archive_update.h"
+#include "listing/locale_tags.h"
 #include "mpq/mpq_library.h"
 #include "listing/text_encoding.h"
 
@@ -51,7 +52,8 @@ Refusal RenameHere(const QString &archivePath, const QByteArray &oldName, const 
     mpq::Update update = OpenArchiveForUpdate(archivePath, defaultMaxFiles, why);
     if (!update) return why;
     if (mpq::SFileOpenFileEx(update.get(), newName.toStdString())) return Refusal::NameInUse;
-    const bool renamed = mpq::MpqRenameFile(update.get(), oldName.toStdString(), newName.toStdString());
+    // A variant keeps its locale: the new name's variant form only checks that none of that locale is in the way.
+    const bool renamed = mpq::MpqRenameFile(update.get(), oldName.toStdString(), BareName(newName).toStdString());
     if (!update.Close()) return Refusal::ArchiveNotWritten;
     if (renamed) return Refusal::None;
     return AreStored(archivePath, {oldName}).first() ? Refusal::EngineRefused : Refusal::NotStored;

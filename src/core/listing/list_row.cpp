@@ -4,6 +4,7 @@
 
 #include <array>
 
+#include "listing/locale_tags.h"
 #include "listing/names.h"
 #include "listing/text_encoding.h"
 #include "mpq/mpq_library.h"
@@ -146,7 +147,7 @@ QString AttributeLetters(std::uint32_t flags)
     return texts[static_cast<std::size_t>(index)];
 }
 
-QString ListRow::text() const { return DecodeBytes(Tag); }
+QString ListRow::text() const { return DecodeBytes(Tag.contains('\0') ? BareName(Tag) : Tag); }
 
 QString ColumnText(const ListRow &row, int column)
 {
@@ -157,6 +158,7 @@ QString ColumnText(const ListRow &row, int column)
     case ListRow::Compressed: return FormatSize(row.CompressedSize);
     case ListRow::Ratio: return FormatRatio(row.FullSize, row.CompressedSize);
     case ListRow::Attribute: return AttributeLetters(row.Flags);
+    case ListRow::Locale: return LocaleTag(NameLocale(row.Tag));
     default: return {};
     }
 }

@@ -11,13 +11,16 @@
 // name and three numbers. The texts of its columns, the name's too, are made
 // from it when they are shown.
 struct ListRow {
-    enum Column { Name = 0, Ext, Size, Compressed, Ratio, Attribute, ColumnCount };
-    QByteArray Tag;  // the exact stored name the engine gets back (with the type's extension of a nameless entry)
+    // The columns every list has; the locale of a row's variant is shown
+    // after them, where the archive stores one name in several locales.
+    enum Column { Name = 0, Ext, Size, Compressed, Ratio, Attribute, ColumnCount, Locale = ColumnCount };
+    QByteArray Tag;  // the exact stored name the engine gets back (with the type's extension of a nameless entry,
+                     // in the variant form of a locale variant: mpq_library.h, LocaleVariant)
     std::uint32_t FullSize = 0;
     std::uint32_t CompressedSize = 0;
     std::uint32_t Flags = 0;
 
-    // The name as shown: Tag decoded.
+    // The name as shown: Tag decoded, without the locale of a variant.
     QString text() const;
 };
 

@@ -48,6 +48,8 @@ FileProperties ReadFileProperties(const ListRow &row)
     FileProperties p;
     // Shown with the control characters of the name as marks.
     p.name = MarkControls(GetFileName(name));
+    // A locale variant says which.
+    if (const QString tag = ColumnText(row, ListRow::Locale); !tag.isEmpty()) p.name += QStringLiteral(" [%1]").arg(tag);
     p.path = MarkControls(GetFolder(name));
     p.type = MarkControls(GetFileTypeName(name));
     p.size = ColumnText(row, ListRow::Size);

@@ -18,7 +18,7 @@ QString GameFileTypeName(const QString &name);
 QString GetFileTypeName(const QString &name);
 
 struct FileProperties {
-    QString name;        // the part behind the last "\"
+    QString name;        // the part behind the last "\", and a variant's locale tag in brackets
     QString path;        // the folder part with its closing "\", empty at the top
     QString type;        // GetFileTypeName of the whole name
     QString size;        // the row's texts, as listed

@@ -49,6 +49,35 @@ HANDLE StormArchive(MpqHandle handle);
 bool IsRegularFile(const std::string &path);
 bool EmbeddedZero(const std::string &text);
 
+// A stored name taken apart (SplitLocaleVariant): the name StormLib knows,
+// and the locale of the variant it picks. `valid` is false for a name the
+// engine cannot take.
+struct StoredName {
+    std::string name;
+    std::uint16_t locale = 0;
+    bool valid = false;
+    explicit StoredName(const std::string &storedName);
+};
+
+// StormLib picks the variant of a name by a locale that is global to the
+// process. A scope sets it for the calls made within, under a lock that every
+// call naming a variant takes, and sets back the one before at its end.
+class LocaleScope {
+public:
+    explicit LocaleScope(std::uint16_t locale);
+    ~LocaleScope();
+    LocaleScope(const LocaleScope &) = delete;
+    LocaleScope &operator=(const LocaleScope &) = delete;
+
+private:
+    LCID previous_ = 0;
+};
+
+// Whether the open file `file` is the variant `locale` of its name: StormLib
+// falls back to the neutral variant when the one asked for is not stored.
+// Files opened by StormLib's pseudo-names are whatever variant they are.
+bool IsVariant(HANDLE file, std::uint16_t locale);
+
 // StormLib 9.22 takes the sector size from the header unchecked; a size
 // shifted out to zero divides by zero at the first read, and a huge one is
 // allocated for every file read. Archives use sectors of a few kilobytes.

@@ -93,6 +93,18 @@ inline constexpr std::uint32_t MOAU_FORMAT_MASK = 0x3000;
 // The marker at the start of the name of a stored file that no list names.
 inline constexpr const char *kUnknownPrefix = "~unknowns\\";
 
+// One name may be stored several times, once per locale (a Windows LCID;
+// 0 is neutral). A name as the engine takes it picks its neutral variant;
+// another variant is picked by the name, a zero byte and the locale as four
+// lower-case hex digits, which no stored name can hold. Listings give the
+// names of such variants in that form, and every call that takes a stored
+// name takes it: a variant that is not stored is not found (never the
+// neutral one in its place).
+std::string LocaleVariant(std::string_view name, std::uint16_t locale);
+// The name and the locale of a stored name in either form; false for an
+// empty name, or one holding a zero byte in any other way.
+bool SplitLocaleVariant(std::string_view storedName, std::string_view &name, std::uint16_t &locale);
+
 // What a listing finds of one stored file. The bytes of its name stand in
 // the FileList that holds it.
 struct FileListEntry {
@@ -100,6 +112,8 @@ struct FileListEntry {
     std::uint32_t FullSize = 0;
     std::uint32_t Flags = 0;
     std::uint32_t NameAt = 0;  // where its name begins among the list's bytes
+    std::uint16_t Locale = 0;  // its locale; its name is then in the variant form (LocaleVariant)
+    std::uint16_t Platform = 0;
 };
 
 // The records of a listing, one per stored file, and the bytes of all their
@@ -119,8 +133,9 @@ public:
     // Whether record i has a name from the list text, which no "~unknowns"
     // name ever is: known without reading the name.
     bool FromListText(std::size_t i) const { return (entries_[i].NameAt & kAddedBit) == 0; }
-    // Gives record i the name `name`; its old bytes stay, unused. False,
-    // with nothing changed, for a name that is empty or holds a line break.
+    // Gives record i the name `name` (in the variant form of its locale);
+    // its old bytes stay, unused. False, with nothing changed, for a name
+    // that is empty or holds a line break.
     bool Rename(std::size_t i, std::string_view name);
     // Lets go of everything.
     void Clear();
@@ -240,7 +255,8 @@ struct ArchiveVerdict {
 ArchiveVerdict VerifyArchiveFiles(const std::string &path, const std::vector<std::string> &storedNames,
                                   const std::function<bool(std::size_t)> &onFile = {});
 
-// Updating.
+// Updating. A stored name in the variant form adds, deletes or renames that
+// variant; a rename keeps the locale.
 Update MpqOpenArchiveForUpdate(const std::string &path, std::uint32_t flags,
                                   std::uint32_t maximumFiles);
 // `level` is the deflate level (-1 the engine's default, 0 to 9).
@@ -257,17 +273,30 @@ bool MpqDeleteFile(MpqHandle update, const std::string &storedName);
 bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName);
 
 // Compaction: the archive rewritten without the room that deleted and
-// replaced files left, on a copy beside it that then takes its place, so that
-// a failure at any point leaves the archive as it was. `names` are the stored
-// names of its files; a file that none of them (nor the archive's own list)
-// names could not be rewritten, and the archive is then left alone. The copies
-// a killed compaction left in the folder are removed first.
+// replaced files left, into a new file beside it that then takes its place,
+// so that a failure at any point leaves the archive as it was. The copies a
+// killed compaction left in the folder are removed first.
+//
+// An archive in format 1 or 2 (a map) is written by the engine itself: the
+// stored bytes of its files move as they are, and its hash table stays as it
+// was, so files that no name covers keep their place in it. `names`, the
+// stored names of its files, only give the keys of files encrypted with a
+// key that follows their place; such a file that none of them names and
+// whose key its first bytes do not give either could not be rewritten
+// (Nameless). Its internal files stay as they are: "(listfile)" is not
+// rewritten with `names` (the updates keep it current), and a weak signature
+// no longer matches, as after any compaction. Formats 3 and 4 are compacted
+// by StormLib under `names` and the archive's own list, and a file that none
+// of them names could not be rewritten (Nameless). On Nameless, `nameless`
+// receives the "~unknowns" names of the files that stopped it, as a listing
+// gives them.
 enum class CompactResult { Done, NotAnArchive, NotWritable, Nameless, NotWritten, Cancelled };
 // Called as files are moved, and at least every 50 ms: bytes done, bytes in
 // all. Returning false stops the compaction (Cancelled).
 using CompactProgress = bool (*)(void *context, std::uint64_t done, std::uint64_t total);
 CompactResult MpqCompactArchive(const std::string &path, const std::vector<std::string> &names,
-                                CompactProgress progress = nullptr, void *context = nullptr);
+                                CompactProgress progress = nullptr, void *context = nullptr,
+                                std::vector<std::string> *nameless = nullptr);
 
 // The folders that work on the archive at `path` may write in, whether it
 // reads, updates or compacts the archive (a read puts back an update that

@@ -256,8 +256,12 @@ std::uint32_t FileList::Append(std::string_view name)
 bool FileList::Rename(std::size_t i, std::string_view name)
 {
     if (name.empty() || std::any_of(name.begin(), name.end(), LineBreak)) return false;
-    if (added_.size() + name.size() + 1 > kBlockLimit) return false;
-    entries_[i].NameAt = Append(name);
+    std::string_view bare = name;
+    std::uint16_t locale = 0;
+    if (!SplitLocaleVariant(name, bare, locale)) return false;
+    const std::string variant = LocaleVariant(bare, entries_[i].Locale);
+    if (added_.size() + variant.size() + 1 > kBlockLimit) return false;
+    entries_[i].NameAt = Append(variant);
     return true;
 }
 
@@ -305,8 +309,9 @@ bool SFileListFiles(MpqHandle archive, std::string listText, FileList &list)
     list.text_ = std::move(listText);
     NameMap table = BuildNameTable(list.text_, list.added_);
     std::vector<FileListEntry> &entries = list.entries_;
-    auto add = [&](const stormlib::Entry &file, std::uint32_t nameAt) {
-        entries.push_back({file.storedSize, file.fullSize, file.flags, nameAt});
+    auto add = [&](const stormlib::Entry &file, std::uint32_t nameAt, std::uint16_t locale = 0,
+                   std::uint8_t platform = 0) {
+        entries.push_back({file.storedSize, file.fullSize, file.flags, nameAt, locale, platform});
     };
 
     if (stormlib::Facts(storm).hasHashTable) {
@@ -325,7 +330,18 @@ bool SFileListFiles(MpqHandle archive, std::string listText, FileList &list)
         stormlib::ForEachHashSlot(storm, [&](const stormlib::HashSlot &slot, std::uint32_t number) {
             if (!slot.used) return;
             const NameMap::Place place = found[next++];
-            add(slot.file, place.size != 0 ? place.at : list.Append(UnknownName(number)));
+            std::uint32_t nameAt = 0;
+            if (place.size == 0) {
+                nameAt = list.Append(UnknownName(number));
+            } else if (slot.locale != 0) {
+                // A variant's name is in the variant form, in the added block.
+                const std::string &block = (place.at & kAddedBit) != 0 ? list.added_ : list.text_;
+                nameAt = list.Append(LocaleVariant(std::string_view(block).substr(place.at & ~kAddedBit, place.size),
+                                                   slot.locale));
+            } else {
+                nameAt = place.at;
+            }
+            add(slot.file, nameAt, slot.locale, slot.platform);
         });
         return true;
     }

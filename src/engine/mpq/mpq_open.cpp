@@ -7,11 +7,13 @@
 #include "mpq/mpq_library.h"
 #include "mpq/mpq_storm.h"
 
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
+#include <mutex>
 
 namespace mpq {
 
@@ -29,6 +31,77 @@ bool IsRegularFile(const std::string &path)
 }
 
 bool EmbeddedZero(const std::string &text) { return text.find('\0') != std::string::npos; }
+
+std::string LocaleVariant(std::string_view name, std::uint16_t locale)
+{
+    std::string variant(name);
+    if (locale == 0) return variant;
+    char digits[8];
+    std::snprintf(digits, sizeof digits, "%04x", locale);
+    variant.push_back('\0');
+    return variant.append(digits, 4);
+}
+
+bool SplitLocaleVariant(std::string_view storedName, std::string_view &name, std::uint16_t &locale)
+{
+    const std::size_t zero = storedName.find('\0');
+    name = storedName.substr(0, zero);
+    locale = 0;
+    if (name.empty()) return false;
+    if (zero == std::string_view::npos) return true;
+    const std::string_view digits = storedName.substr(zero + 1);
+    if (digits.size() != 4) return false;
+    for (const char c : digits) {
+        const int value = c >= '0' && c <= '9' ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
+        if (value < 0) return false;
+        locale = static_cast<std::uint16_t>(locale << 4 | value);
+    }
+    return locale != 0;
+}
+
+StoredName::StoredName(const std::string &storedName)
+{
+    std::string_view bare;
+    valid = SplitLocaleVariant(storedName, bare, locale);
+    if (valid) name.assign(bare);
+}
+
+namespace {
+// A child forked while another thread held the lock would never get it: the
+// child starts with a lock of its own.
+std::recursive_mutex *localeLock = nullptr;
+
+std::recursive_mutex &LocaleLock()
+{
+    static const bool made = [] {
+        localeLock = new std::recursive_mutex;
+        ::pthread_atfork(nullptr, nullptr, [] { localeLock = new std::recursive_mutex; });
+        return true;
+    }();
+    (void)made;
+    return *localeLock;
+}
+}  // namespace
+
+LocaleScope::LocaleScope(std::uint16_t locale)
+{
+    LocaleLock().lock();
+    previous_ = ::SFileGetLocale();
+    ::SFileSetLocale(locale);
+}
+
+LocaleScope::~LocaleScope()
+{
+    ::SFileSetLocale(previous_);
+    LocaleLock().unlock();
+}
+
+bool IsVariant(HANDLE file, std::uint16_t locale)
+{
+    if (locale == 0) return true;
+    DWORD found = 0;
+    return ::SFileGetFileInfo(file, SFileInfoLocale, &found, sizeof found, nullptr) && found == locale;
+}
 
 bool IsUsableArchive(HANDLE storm)
 {

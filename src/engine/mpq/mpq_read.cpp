@@ -9,10 +9,18 @@ namespace mpq {
 
 StoredFile SFileOpenFileEx(MpqHandle archive, const std::string &storedName)
 {
-    if (StormArchive(archive) == nullptr || storedName.empty() || EmbeddedZero(storedName)) return nullptr;
-    const std::string engineName = EngineName(archive, storedName);
+    const StoredName stored(storedName);
+    if (StormArchive(archive) == nullptr || !stored.valid) return nullptr;
+    const std::string engineName = EngineName(archive, stored.name);
     HANDLE storm = nullptr;
-    if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return nullptr;
+    {
+        const LocaleScope scope(stored.locale);
+        if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return nullptr;
+    }
+    if (!IsVariant(storm, stored.locale)) {
+        ::SFileCloseFile(storm);
+        return nullptr;
+    }
     if (archive->fd < 0) archive->fd = ::open(archive->path.c_str(), O_RDONLY | O_CLOEXEC);
     if (archive->fd < 0 || !guards::ReadIsSafe(archive->fd, storm)) {
         ::SFileCloseFile(storm);

@@ -5,6 +5,7 @@
 #include "mpq/mpq_storm.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 // StormLib's sector buffer and sector table loaders, its sector position,
 // and its loader of "(attributes)" into the file table.
@@ -76,6 +77,8 @@ std::size_t HashSlots(HANDLE storm, std::uint32_t first, std::span<HashSlot> out
         HashSlot &slot = out[i];
         slot.key = (std::uint64_t{hash.dwName1} << 32) | hash.dwName2;
         slot.blockIndex = hash.dwBlockIndex;
+        slot.locale = hash.lcLocale;
+        slot.platform = hash.Platform;
         const DWORD index = hash.dwBlockIndex & BLOCK_INDEX_MASK;
         slot.used = index < fileTableSize && (files[index].dwFlags & MPQ_FILE_EXISTS) != 0;
         slot.file = slot.used ? EntryFrom(files[index]) : Entry{};
@@ -121,6 +124,18 @@ std::uint64_t RawSectorAt(HANDLE file, std::uint32_t position) { return Calculat
 
 void LoadAttributes(HANDLE storm) { SAttrLoadAttributes(ArchiveOf(storm)); }
 
+FileChecksums Checksums(HANDLE file)
+{
+    FileChecksums sums;
+    const TMPQFile *hf = FileOf(file);
+    if (hf == nullptr || hf->pFileEntry == nullptr) return sums;
+    sums.crc32 = hf->pFileEntry->dwCrc32;
+    std::copy(std::begin(hf->pFileEntry->md5), std::end(hf->pFileEntry->md5), sums.md5.begin());
+    return sums;
+}
+
+void CheckSectorChecksums(HANDLE file, bool check) { FileOf(file)->bCheckSectorCRCs = check; }
+
 void ForgetChanges(HANDLE storm)
 {
     ArchiveOf(storm)->dwFlags &= ~(MPQ_FLAG_CHANGED | MPQ_FLAG_LISTFILE_NEW | MPQ_FLAG_ATTRIBUTES_NEW | MPQ_FLAG_SIGNATURE_NEW);
@@ -133,6 +148,15 @@ void AddListOnClose(HANDLE storm)
     ha->dwFileFlags1 = MPQ_FILE_EXISTS;
     ha->dwFlags |= MPQ_FLAG_LISTFILE_NEW;
     ha->dwReservedFiles++;
+}
+
+void ForgetName(HANDLE storm, std::uint32_t index)
+{
+    TMPQArchive *ha = ArchiveOf(storm);
+    if (ha == nullptr || ha->pFileTable == nullptr || index >= ha->dwFileTableSize) return;
+    // StormLib allocates names with malloc, and frees them with free.
+    std::free(ha->pFileTable[index].szFileName);
+    ha->pFileTable[index].szFileName = nullptr;
 }
 
 }  // namespace mpq::stormlib

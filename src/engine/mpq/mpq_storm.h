@@ -60,6 +60,8 @@ std::size_t FileEntries(HANDLE storm, std::uint32_t first, std::span<Entry> out)
 struct HashSlot {
     std::uint64_t key = 0;         // its two name hashes, name A high (as NameKey, mpq_hash.h)
     std::uint32_t blockIndex = 0;  // as stored: a file-table index, or HASH_ENTRY_FREE or HASH_ENTRY_DELETED
+    std::uint16_t locale = 0;      // the variant's locale; 0 neutral
+    std::uint8_t platform = 0;
     bool used = false;             // it points at a file that exists, as StormLib's own walk takes it
     Entry file;                    // that file's entry when used; empty otherwise
 
@@ -145,9 +147,24 @@ SectorTable LoadSectorTable(HANDLE file);
 std::uint64_t RawSectorAt(HANDLE file, std::uint32_t position);
 
 // Loads the CRC32s and MD5s of "(attributes)" into the file table, where
-// StormLib's file check compares them. The archive is opened without them;
-// the check loads them once their read has passed the guards.
+// Checksums finds them. The archive is opened without them; the check loads
+// them once their read has passed the guards.
 void LoadAttributes(HANDLE storm);
+
+// What "(attributes)" holds of the open file `file`, as LoadAttributes put
+// it into the file table: zero where it holds nothing, as in an archive
+// opened without loading it.
+struct FileChecksums {
+    std::uint32_t crc32 = 0;
+    std::array<unsigned char, 16> md5{};
+};
+FileChecksums Checksums(HANDLE file);
+
+// From now on (or no longer) StormLib's reads of the open file `file` hold
+// each sector against its checksum, where the file has them: a read that
+// meets a sector that differs gives no bytes and fails with
+// ERROR_CHECKSUM_ERROR, and the file's position stays where it was.
+void CheckSectorChecksums(HANDLE file, bool check);
 
 // Makes the update `storm` close without writing anything: its tables and
 // internal files count as unchanged. For an update whose writes cannot be
@@ -158,5 +175,10 @@ void ForgetChanges(HANDLE storm);
 // it closes and keep its entry free until then; otherwise does nothing. For
 // updates that keep the list current.
 void AddListOnClose(HANDLE storm);
+
+// Makes StormLib forget the name of the file-table entry `index` of the
+// archive `storm` it is making, so that the "(listfile)" it writes on close
+// leaves the file out: for a file written under a stand-in name.
+void ForgetName(HANDLE storm, std::uint32_t index);
 
 }  // namespace mpq::stormlib

@@ -148,12 +148,14 @@ bool AddGrowing(MpqHandle update, AddFn &&add)
     return add();
 }
 
-// The file that a name of the engine opens; not known when it opens none.
-stormlib::OpenedFile FileNamed(HANDLE storm, const char *engineName)
+// The file that a name of the engine opens in `locale`; not known when it
+// opens none, or another variant.
+stormlib::OpenedFile FileNamed(HANDLE storm, const char *engineName, std::uint16_t locale = 0)
 {
     HANDLE file = nullptr;
+    const LocaleScope scope(locale);
     if (!::SFileOpenFileEx(storm, engineName, SFILE_OPEN_FROM_MPQ, &file)) return {};
-    const stormlib::OpenedFile opened = stormlib::Opened(file);
+    const stormlib::OpenedFile opened = IsVariant(file, locale) ? stormlib::Opened(file) : stormlib::OpenedFile{};
     ::SFileCloseFile(file);
     return opened;
 }
@@ -263,8 +265,9 @@ bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
                            const std::string &storedName, std::uint32_t flags,
                            std::uint32_t compressionType, std::int32_t /*level*/)
 {
+    const StoredName stored(storedName);
     if (update == nullptr || update->kind != Handle::Kind::Updating) return false;
-    if (storedName.empty() || EmbeddedZero(storedName) || !IsRegularFile(sourcePath)) return false;
+    if (!stored.valid || !IsRegularFile(sourcePath)) return false;
     DWORD fileFlags = EngineFileFlags(flags);
     DWORD compression = 0;
     if ((flags & MAFA_COMPRESS) && compressionType != MAFA_COMPRESS_NONE) {
@@ -274,7 +277,8 @@ bool MpqAddFileToArchiveEx(MpqHandle update, const std::string &sourcePath,
     }
     // StormLib compresses deflate at its own fixed level; the level stops here.
     return AddGrowing(update, [&] {
-        return ::SFileAddFileEx(update->storm, sourcePath.c_str(), storedName.c_str(), fileFlags,
+        const LocaleScope scope(stored.locale);
+        return ::SFileAddFileEx(update->storm, sourcePath.c_str(), stored.name.c_str(), fileFlags,
                                 compression, MPQ_COMPRESSION_NEXT_SAME);
     });
 }
@@ -283,21 +287,25 @@ bool MpqAddWaveToArchive(MpqHandle update, const std::string &sourcePath,
                          const std::string &storedName, std::uint32_t flags,
                          std::uint32_t quality)
 {
+    const StoredName stored(storedName);
     if (update == nullptr || update->kind != Handle::Kind::Updating) return false;
-    if (storedName.empty() || EmbeddedZero(storedName) || !IsRegularFile(sourcePath)) return false;
+    if (!stored.valid || !IsRegularFile(sourcePath)) return false;
     const DWORD fileFlags = EngineFileFlags(flags) | MPQ_FILE_COMPRESS;
     return AddGrowing(update, [&] {
-        return ::SFileAddWave(update->storm, sourcePath.c_str(), storedName.c_str(), fileFlags,
+        const LocaleScope scope(stored.locale);
+        return ::SFileAddWave(update->storm, sourcePath.c_str(), stored.name.c_str(), fileFlags,
                               WaveQuality(quality));
     });
 }
 
 bool MpqDeleteFile(MpqHandle update, const std::string &storedName)
 {
-    if (update == nullptr || update->kind != Handle::Kind::Updating) return false;
-    if (storedName.empty() || EmbeddedZero(storedName)) return false;
-    const std::string engineName = EngineName(update, storedName);
+    const StoredName stored(storedName);
+    if (update == nullptr || update->kind != Handle::Kind::Updating || !stored.valid) return false;
+    const std::string engineName = EngineName(update, stored.name);
     if (IsKeptList(update, engineName)) return false;
+    const LocaleScope scope(stored.locale);
+    if (!FileNamed(update->storm, engineName.c_str(), stored.locale).known) return false;
     // The room the file took may be where the next write goes.
     if (!::SFileRemoveFile(update->storm, engineName.c_str(), 0)) return false;
     update->tailMoved = true;
@@ -306,14 +314,17 @@ bool MpqDeleteFile(MpqHandle update, const std::string &storedName)
 
 bool MpqRenameFile(MpqHandle update, const std::string &oldName, const std::string &newName)
 {
+    const StoredName stored(oldName);
     if (update == nullptr || update->kind != Handle::Kind::Updating) return false;
-    if (oldName.empty() || newName.empty() || EmbeddedZero(oldName) || EmbeddedZero(newName))
-        return false;
-    const std::string engineName = EngineName(update, oldName);
+    // The new name is a plain name: the file keeps its locale.
+    if (!stored.valid || newName.empty() || EmbeddedZero(newName)) return false;
+    const std::string engineName = EngineName(update, stored.name);
     if (IsKeptList(update, engineName)) return false;
+    const LocaleScope scope(stored.locale);
     // An encrypted file is encrypted anew for its new name, where it lies.
-    const stormlib::OpenedFile file = FileNamed(update->storm, engineName.c_str());
-    if (file.known && (file.entry.flags & MPQ_FILE_ENCRYPTED) &&
+    const stormlib::OpenedFile file = FileNamed(update->storm, engineName.c_str(), stored.locale);
+    if (!file.known) return false;
+    if ((file.entry.flags & MPQ_FILE_ENCRYPTED) &&
         !update->journal->Keep(stormlib::Facts(update->storm).headerAt + file.entry.offset, file.entry.storedSize))
         return false;
     return ::SFileRenameFile(update->storm, engineName.c_str(), newName.c_str());
