@@ -282,13 +282,13 @@ QByteArray WithBlockEntry(QByteArray archive, int headerAt, int index, std::uint
 
 namespace fixtures {
 
-QByteArray StormArchiveBytes(const QString &path, int formatVersion, const QList<StoredFile> &files)
+// The bytes of the archive that StormLib makes at `path` as `create` says,
+// with `files`; each with `flags` or, given none, its own.
+static QByteArray StormBytes(const QString &path, SFILE_CREATE_MPQ create, const QList<StoredFile> &files,
+                             DWORD flags = 0)
 {
     QFile::remove(path);
-    SFILE_CREATE_MPQ create{};
     create.cbSize = sizeof create;
-    create.dwMpqVersion = DWORD(formatVersion - 1);
-    create.dwFileFlags1 = MPQ_FILE_EXISTS | MPQ_FILE_COMPRESS;  // the list file
     create.dwSectorSize = 4096;  // StormLib 9.22 cannot open what it makes with sectors of 512 bytes
     create.dwMaxFileCount = DWORD(files.size()) + 8;
     HANDLE archive = nullptr;
@@ -297,12 +297,28 @@ QByteArray StormArchiveBytes(const QString &path, int formatVersion, const QList
     for (const StoredFile &file : files) {
         HANDLE stored = nullptr;
         ok = ok && SFileCreateFile(archive, file.name.constData(), 0, DWORD(file.data.size()), 0,
-                                   MPQ_FILE_COMPRESS | MPQ_FILE_REPLACEEXISTING, &stored);
+                                   (flags != 0 ? flags : file.flags) | MPQ_FILE_REPLACEEXISTING, &stored);
         ok = ok && SFileWriteFile(stored, file.data.constData(), DWORD(file.data.size()), MPQ_COMPRESSION_ZLIB);
         if (stored != nullptr) ok = SFileFinishFile(stored) && ok;
     }
     ok = SFileCloseArchive(archive) && ok;
     return ok ? ReadFile(path) : QByteArray();
+}
+
+QByteArray StormArchiveBytes(const QString &path, int formatVersion, const QList<StoredFile> &files)
+{
+    SFILE_CREATE_MPQ create{};
+    create.dwMpqVersion = DWORD(formatVersion - 1);
+    create.dwFileFlags1 = MPQ_FILE_EXISTS | MPQ_FILE_COMPRESS;  // the list file
+    return StormBytes(path, create, files, MPQ_FILE_COMPRESS);
+}
+
+QByteArray ListlessArchiveBytes(const QString &path, const QList<StoredFile> &files)
+{
+    SFILE_CREATE_MPQ create{};
+    create.dwFileFlags2 = MPQ_FILE_EXISTS | MPQ_FILE_COMPRESS;  // the attributes
+    create.dwAttrFlags = MPQ_ATTRIBUTE_CRC32 | MPQ_ATTRIBUTE_MD5;
+    return StormBytes(path, create, files);
 }
 
 // Where a HET or BET table lies and how long it is stored: a format 4 header

@@ -116,6 +116,12 @@ namespace fixtures {
 // The bytes of an archive of `formatVersion` (3 or 4) that StormLib makes at
 // `path` with `files` and a list file; empty when it could not.
 QByteArray StormArchiveBytes(const QString &path, int formatVersion, const QList<StoredFile> &files);
+// The bytes of a format 1 archive that StormLib makes at `path` as a map
+// whose list was stripped is: no "(listfile)", an "(attributes)" with CRC32s
+// and MD5s, and `files`, each with its flags as StormLib takes them (0x200
+// compressed with zlib, 0x10000 encrypted, 0x20000 with a key that follows
+// its place, 0x04000000 with sector checksums); empty when it could not.
+QByteArray ListlessArchiveBytes(const QString &path, const QList<StoredFile> &files);
 // The archive (header at 0) with the 32-bit word at `offset` in its HET table
 // (or BET table), counted from the table's start, set to `value`.
 QByteArray WithExtTableWord(QByteArray archive, bool bet, int offset, std::uint32_t value);

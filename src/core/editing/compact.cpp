@@ -70,22 +70,18 @@ CompactReport CompactArchive(const QString &path, const ListingOptions &options,
     case RecordsRead::Listed:
     case RecordsRead::Empty: break;
     }
-    std::vector<std::string> stored;
-    for (const ListRow &row : quiet.rows) {
-        if (row.Tag.startsWith(mpq::kUnknownPrefix)) report.nameless.append(row.Tag);
-        stored.push_back(row.Tag.toStdString());
-    }
-    if (!report.nameless.isEmpty()) {
-        report.archive = Refusal::Nameless;
-        return report;
-    }
+    // The engine says which nameless files, if any, it could not rewrite.
+    std::vector<std::string> stored, nameless;
+    for (const ListRow &row : quiet.rows)
+        if (!row.Tag.startsWith(mpq::kUnknownPrefix)) stored.push_back(row.Tag.toStdString());
     progress.SetProgressMax(100);
     progress.SetProgressValue(0);
     progress.SetProgressVisible(true);
-    events.BeginBatch(static_cast<int>(stored.size()));
-    CompactSteps steps{progress, events, stored.size()};
+    events.BeginBatch(static_cast<int>(quiet.rows.size()));
+    CompactSteps steps{progress, events, static_cast<std::uint64_t>(quiet.rows.size())};
     const mpq::CompactResult result =
-        mpq::MpqCompactArchive(PathBytes(path).toStdString(), stored, ShowCompactProgress, &steps);
+        mpq::MpqCompactArchive(PathBytes(path).toStdString(), stored, ShowCompactProgress, &steps, &nameless);
+    for (const std::string &name : nameless) report.nameless.append(QByteArray::fromStdString(name));
     report.archive = RefusalOf(result);
     report.cancelled = result == mpq::CompactResult::Cancelled;
     progress.SetProgressVisible(false);

@@ -59,7 +59,7 @@ std::uint64_t NameKey(const char *name, std::size_t length)
     return (std::uint64_t{a1} << 32) | b1;
 }
 
-void EncryptWords(std::vector<std::uint32_t> &words, std::uint32_t key)
+void EncryptWords(std::span<std::uint32_t> words, std::uint32_t key)
 {
     const auto &table = CryptTable();
     std::uint32_t seed = 0xEEEEEEEE;
@@ -69,6 +69,18 @@ void EncryptWords(std::vector<std::uint32_t> &words, std::uint32_t key)
         word ^= key + seed;
         key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
         seed = plain + seed + (seed << 5) + 3;
+    }
+}
+
+void DecryptWords(std::span<std::uint32_t> words, std::uint32_t key)
+{
+    const auto &table = CryptTable();
+    std::uint32_t seed = 0xEEEEEEEE;
+    for (std::uint32_t &word : words) {
+        seed += table[0x400 + (key & 0xFF)];
+        word ^= key + seed;
+        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
+        seed = word + seed + (seed << 5) + 3;
     }
 }
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <span>
 
 namespace mpq {
 
@@ -21,7 +21,10 @@ std::uint32_t HashString(const char *name, std::size_t length, HashType type);
 std::uint64_t NameKey(const char *name, std::size_t length);
 
 // Encrypts whole 32-bit words in place, as MPQ tables are encrypted with
-// `key` (the hash table's and the block table's keys are fixed).
-void EncryptWords(std::vector<std::uint32_t> &words, std::uint32_t key);
+// `key` (the hash table's and the block table's keys are fixed), and as
+// file data is: a sector with the file's key plus its number, the sector
+// table with the file's key less one. DecryptWords undoes it.
+void EncryptWords(std::span<std::uint32_t> words, std::uint32_t key);
+void DecryptWords(std::span<std::uint32_t> words, std::uint32_t key);
 
 }  // namespace mpq
