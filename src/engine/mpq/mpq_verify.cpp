@@ -6,13 +6,19 @@
 #include "mpq/mpq_isolation.h"
 #include "mpq/mpq_library.h"
 #include "mpq/mpq_storm.h"
+#include "mpq/whole_io.h"
 
 #include <fcntl.h>
 #include <strings.h>
 #include <sys/stat.h>
 
+#include <tomcrypt.h>
+#include <zlib.h>
+
+#include <algorithm>
 #include <array>
 #include <cstring>
+#include <vector>
 
 namespace mpq {
 
@@ -39,7 +45,7 @@ SignatureKind SignatureOf(HANDLE storm)
 }
 
 // Loads the CRC32s and MD5s of "(attributes)" into the file table, where
-// StormLib's file check compares them, when that file may be read.
+// the check of each file finds its own, when that file may be read.
 //
 // StormLib 9.22 asserts, and so aborts, when it loads "(attributes)" into an
 // archive whose block table was cut short, and does not load it into a
@@ -63,11 +69,9 @@ void LoadAttributes(Handle &archive)
     if (loadable) stormlib::LoadAttributes(archive.storm);
 }
 
-// StormLib 9.22 checks the stored bytes of a file of a format 4 archive
-// against the MD5s behind them, a chunk at a time, into an array whose length
-// it counts in 32 bits: a small chunk size and a large stored size wrap it
-// round and write past it. The bytes and their MD5s must lie in the file,
-// with chunks of a sensible size.
+// The MD5s behind the stored bytes of a file of a format 4 archive, a
+// chunk's each, count as missing unless the bytes and the MD5s lie in the
+// file, with chunks of a sensible size.
 bool RawChecksumsFit(HANDLE stormFile, std::uint64_t fileSize)
 {
     const stormlib::OpenedFile file = stormlib::Opened(stormFile);
@@ -78,19 +82,77 @@ bool RawChecksumsFit(HANDLE stormFile, std::uint64_t fileSize)
     return digests <= 0xFFFFFFFFu && file.rawAt + stored + digests <= fileSize;
 }
 
-// Reads the open file to its end; whether all of its bytes came.
-bool ReadsCompletely(MpqHandle file)
+// Whether the stored bytes of the open file match the MD5s behind them, once
+// RawChecksumsFit has found them in the file.
+bool RawBytesMatch(int fd, HANDLE stormFile)
 {
+    const stormlib::OpenedFile file = stormlib::Opened(stormFile);
+    const std::uint64_t chunk = stormlib::Facts(file.archive).rawChunkSize, stored = file.entry.storedSize;
+    if (chunk == 0 || stored == 0) return true;
+    const std::uint64_t chunks = (stored - 1) / chunk + 1, digestsAt = file.rawAt + stored;
+    std::vector<unsigned char> bytes(chunk);
+    std::array<unsigned char, 16 * 1024> held;  // the MD5s of a run of chunks
+    for (std::uint64_t n = 0; n < chunks; ++n) {
+        const std::uint64_t inRun = n % (held.size() / 16);
+        if (inRun == 0 && !ReadAllAt(fd, held.data(), std::min<std::uint64_t>(held.size(), (chunks - n) * 16), digestsAt + n * 16))
+            return false;
+        const std::uint64_t at = n * chunk, length = std::min(chunk, stored - at);
+        if (!ReadAllAt(fd, bytes.data(), length, file.rawAt + at)) return false;
+        std::array<unsigned char, 16> digest;
+        hash_state md5;
+        md5_init(&md5);
+        md5_process(&md5, bytes.data(), static_cast<unsigned long>(length));
+        md5_done(&md5, digest.data());
+        if (!std::equal(digest.begin(), digest.end(), held.begin() + static_cast<std::ptrdiff_t>(inRun * 16))) return false;
+    }
+    return true;
+}
+
+// The bytes a read of the check asks for: many sectors at a time, so that
+// the calls cost little beside the unpacking and the hashes.
+constexpr std::size_t kReadSize = 1 << 20;
+
+// What one read of a file through to its end found.
+struct WholeRead {
+    bool complete = false;     // all of its bytes came
+    bool sectorFault = false;  // a sector differed from its checksum
+    std::uint32_t crc32 = 0;   // of its bytes, when asked for and complete
+    std::array<unsigned char, 16> md5{};
+};
+
+// Reads the open file to its end, once, through the engine's read: StormLib
+// holds each sector against its checksum as it reads it, and the CRC32 and
+// the MD5 asked for are reckoned as the bytes come. A sector that differs
+// fails its read, which then goes on without the sector checksums: whether
+// the rest reads is a fault of its own. `buffer` holds one read.
+WholeRead ReadWhole(MpqHandle file, bool wantCrc32, bool wantMd5, std::vector<unsigned char> &buffer)
+{
+    WholeRead read;
     const std::int64_t size = SFileGetFileInfo(file, SFILE_INFO_SIZE);
-    if (size < 0) return false;
-    std::array<char, 1 << 16> buffer;
+    if (size < 0) return read;
+    stormlib::CheckSectorChecksums(file->storm, true);
+    uLong crc = ::crc32(0, nullptr, 0);
+    hash_state md5;
+    md5_init(&md5);
     std::int64_t total = 0;
-    std::uint32_t got = 0;
     while (total < size) {
-        if (!SFileReadFile(file, buffer.data(), static_cast<std::uint32_t>(buffer.size()), &got, nullptr) || got == 0) return false;
+        std::uint32_t got = 0;
+        if (!SFileReadFile(file, buffer.data(), static_cast<std::uint32_t>(buffer.size()), &got, nullptr) || got == 0) {
+            if (got != 0 || read.sectorFault || GetLastError() != ERROR_CHECKSUM_ERROR) return read;
+            read.sectorFault = true;
+            stormlib::CheckSectorChecksums(file->storm, false);
+            continue;
+        }
+        if (!read.sectorFault) {
+            if (wantCrc32) crc = ::crc32(crc, buffer.data(), got);
+            if (wantMd5) md5_process(&md5, buffer.data(), got);
+        }
         total += got;
     }
-    return total == size;
+    read.complete = total == size;
+    read.crc32 = static_cast<std::uint32_t>(crc);
+    md5_done(&md5, read.md5.data());
+    return read;
 }
 
 // Whether "(attributes)" can hold a true CRC32 and MD5 of a file. It holds
@@ -101,31 +163,40 @@ bool HasChecksumsInAttributes(const std::string &name)
     return ::strcasecmp(name.c_str(), ATTRIBUTES_NAME) != 0 && ::strcasecmp(name.c_str(), SIGNATURE_NAME) != 0;
 }
 
-// The faults of one stored file. It is opened and read as any read does, the
-// guards first; only a file that passes them reaches StormLib's own check.
+// The faults of one stored file, found in one read of it: it is opened and
+// read as any read does, the guards first. Its CRC32 and MD5 count only when
+// every sector matched its checksum and every byte came; stored bytes that
+// differ from their MD5s are the file's one fault besides a short read.
 std::uint32_t CheckFile(Handle &archive, const std::string &name, std::uint64_t fileSize,
-                        const std::function<void(std::uint64_t)> &starting)
+                        std::vector<unsigned char> &buffer, const std::function<void(std::uint64_t)> &starting)
 {
     const StoredFile file = SFileOpenFileEx(&archive, name);
     starting(file ? static_cast<std::uint64_t>(std::max<std::int64_t>(SFileGetFileInfo(file.get(), SFILE_INFO_SIZE), 0)) : 0);
-    if (name.empty() || EmbeddedZero(name)) return VERIFY_NOT_OPENED;
-    const std::string engineName = EngineName(&archive, name);
+    const StoredName stored(name);
+    if (!stored.valid) return VERIFY_NOT_OPENED;
+    const std::string engineName = EngineName(&archive, stored.name);
     // A file that StormLib finds but the guards refuse cannot be read.
-    if (!file) return ::SFileHasFile(archive.storm, engineName.c_str()) ? VERIFY_NOT_READ : VERIFY_NOT_OPENED;
+    if (!file) {
+        const LocaleScope scope(stored.locale);
+        HANDLE found = nullptr;
+        if (!::SFileOpenFileEx(archive.storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &found)) return VERIFY_NOT_OPENED;
+        const bool variant = IsVariant(found, stored.locale);
+        ::SFileCloseFile(found);
+        return variant ? VERIFY_NOT_READ : VERIFY_NOT_OPENED;
+    }
     std::uint32_t faults = 0;
-    DWORD what = SFILE_VERIFY_SECTOR_CRC;
-    if (HasChecksumsInAttributes(engineName)) what |= SFILE_VERIFY_FILE_CRC | SFILE_VERIFY_FILE_MD5;
-    if (RawChecksumsFit(file->storm, fileSize)) what |= SFILE_VERIFY_RAW_MD5;
-    else faults |= VERIFY_RAW_MD5;
-    if (!ReadsCompletely(file.get())) faults |= VERIFY_NOT_READ;
-    // A sector whose checksum fails ends StormLib's read there: that read's
-    // shortfall is the sector's fault, not one more.
-    const DWORD found = ::SFileVerifyFile(archive.storm, engineName.c_str(), what);
-    if (found & VERIFY_OPEN_ERROR) faults |= VERIFY_NOT_OPENED;
-    if (found & VERIFY_FILE_SECTOR_CRC_ERROR) faults |= VERIFY_SECTOR_CRC;
-    if (found & VERIFY_FILE_CHECKSUM_ERROR) faults |= VERIFY_CRC32;
-    if (found & VERIFY_FILE_MD5_ERROR) faults |= VERIFY_MD5;
-    if (found & VERIFY_FILE_RAW_MD5_ERROR) faults |= VERIFY_RAW_MD5;
+    bool rawMatch = true;
+    if (!RawChecksumsFit(file->storm, fileSize)) faults |= VERIFY_RAW_MD5;
+    else rawMatch = RawBytesMatch(archive.fd, file->storm);
+    const stormlib::FileChecksums held =
+        HasChecksumsInAttributes(engineName) ? stormlib::Checksums(file->storm) : stormlib::FileChecksums{};
+    const bool heldMd5 = std::any_of(held.md5.begin(), held.md5.end(), [](unsigned char c) { return c != 0; });
+    const WholeRead read = ReadWhole(file.get(), rawMatch && held.crc32 != 0, rawMatch && heldMd5, buffer);
+    if (!read.complete) faults |= VERIFY_NOT_READ;
+    if (!rawMatch) return faults | VERIFY_RAW_MD5;
+    if (read.sectorFault) return faults | VERIFY_SECTOR_CRC;
+    if (read.complete && held.crc32 != 0 && read.crc32 != held.crc32) faults |= VERIFY_CRC32;
+    if (read.complete && heldMd5 && read.md5 != held.md5) faults |= VERIFY_MD5;
     return faults;
 }
 
@@ -168,7 +239,7 @@ struct CheckRecord {
 };
 
 // How long the check of a file of `size` bytes may go without a word: it is
-// read twice, at no less than 8 MB a second.
+// read at no less than 4 MB a second.
 unsigned StallLimit(std::uint64_t size)
 {
     return static_cast<unsigned>(std::min<std::uint64_t>(5000 + size / 4000, 3600 * 1000));
@@ -190,9 +261,10 @@ int CheckInChild(const std::string &path, const std::vector<std::string> &stored
     const std::uint64_t fileSize =
         ArchiveDescriptor(*archive) >= 0 && ::fstat(archive->fd, &st) == 0 ? static_cast<std::uint64_t>(st.st_size) : 0;
     LoadAttributes(*archive);
+    std::vector<unsigned char> buffer(kReadSize);
     for (std::size_t n = from; n < storedNames.size(); ++n) {
         const std::uint32_t faults =
-            CheckFile(*archive, storedNames[n], fileSize, [&](std::uint64_t size) { tell('S', n, size); });
+            CheckFile(*archive, storedNames[n], fileSize, buffer, [&](std::uint64_t size) { tell('S', n, size); });
         if (!tell('F', n, faults)) return 1;
     }
     tell('G', 0, static_cast<std::uint32_t>(CheckSignature(archive->storm)));
