@@ -14,11 +14,14 @@
 #include <functional>
 #include <set>
 
+#include <StormLib.h>
+
 #include "mpq/mpq_guards.h"
 #include "mpq/mpq_header.h"
 #include "mpq/mpq_isolation.h"
 #include "mpq/mpq_journal.h"
 #include "mpq/mpq_library.h"
+#include "mpq/mpq_shape.h"
 #include "support/archive_factory.h"
 #include "support/file_size_limit.h"
 
@@ -127,7 +130,82 @@ QByteArray Header(const char *signature, quint32 count)
     return Layout(28, {{0, QByteArray(signature, 4)}}) + Word(count);
 }
 
+// A file of an archive that StormLib writes for the shape tests, in the
+// order it is written, each with a time of its own in "(attributes)".
+struct Made {
+    QByteArray name;
+    QByteArray data;
+    quint32 flags = MPQ_FILE_COMPRESS;
+    quint32 compression = MPQ_COMPRESSION_ZLIB;
+    quint16 locale = 0;
+    bool listed = true;    // the listing's text names it
+    bool removed = false;  // removed again before the archive closes: its slot stays deleted
+    quint32 next = 0;      // the compression of the sectors after the first, when another
+};
+constexpr quint64 kMadeTime = 0x01D5000000000000ull;
+
+// The bytes of an archive in `format` with "(listfile)" and "(attributes)"
+// that StormLib makes at `path` of `files`.
+QByteArray MadeByStorm(const QString &path, int format, const QList<Made> &files)
+{
+    SFILE_CREATE_MPQ create{};
+    create.cbSize = sizeof create;
+    create.dwMpqVersion = DWORD(format - 1);
+    create.dwFileFlags1 = create.dwFileFlags2 = MPQ_FILE_EXISTS | MPQ_FILE_COMPRESS;
+    create.dwAttrFlags = MPQ_ATTRIBUTE_CRC32 | MPQ_ATTRIBUTE_FILETIME | MPQ_ATTRIBUTE_MD5;
+    create.dwSectorSize = 4096;
+    create.dwRawChunkSize = format == 4 ? 4096 : 0;
+    create.dwMaxFileCount = 30;
+    HANDLE archive = nullptr;
+    if (!SFileCreateArchive2(QFile::encodeName(path).constData(), &create, &archive)) return {};
+    bool ok = true;
+    for (int n = 0; n < files.size(); ++n) {
+        const Made &file = files[n];
+        HANDLE stored = nullptr;
+        const DWORD first = file.next != 0 ? 4096 : DWORD(file.data.size());  // a sector
+        ok = ok && SFileCreateFile(archive, file.name.constData(), kMadeTime + n, DWORD(file.data.size()), file.locale,
+                                   file.flags, &stored) &&
+             SFileWriteFile(stored, file.data.constData(), first, file.compression) &&
+             (first == file.data.size() ||
+              SFileWriteFile(stored, file.data.constData() + first, DWORD(file.data.size()) - first, file.next)) &&
+             SFileFinishFile(stored);
+    }
+    for (const Made &file : files) {
+        SFileSetLocale(file.locale);
+        ok = ok && (!file.removed || SFileRemoveFile(archive, file.name.constData(), 0));
+    }
+    SFileSetLocale(0);
+    return SFileCloseArchive(archive) && ok ? ReadFile(path) : QByteArray();
+}
+
+// The shape of the archive at `path` with the names of `listText`.
+bool ReadShape(const QString &path, const std::string &listText, mpq::ArchiveShape &shape)
+{
+    mpq::FileList names;
+    return mpq::SFileListFiles(mpq::SFileOpenArchive(Bytes(path)).get(), listText, names) &&
+           mpq::ReadArchiveShape(Bytes(path), names, shape);
+}
+
+// A shape as text, each file on a line, without the offsets, which the
+// order already gives: two shapes compare line by line.
+QString Described(const mpq::ArchiveShape &shape)
+{
+    QString text = QStringLiteral("format %1, sectors %2, slots %3, header at %4, chunks %5, attributes %6, list %7, held")
+                       .arg(shape.format).arg(shape.sectorSize).arg(shape.hashTableSize).arg(shape.headerAt)
+                       .arg(shape.rawChunkSize).arg(shape.attributes).arg(shape.listfile);
+    for (const std::uint32_t held : shape.heldSlots) text += QStringLiteral(" %1").arg(held);
+    for (const mpq::FileShape &f : shape.files)
+        text += QStringLiteral("\n%1 named %2 key %3 slot %4 locale %5 platform %6 flags %7 compressions %8 %9 time %10 size %11 key %12")
+                    .arg(QString::fromLatin1(QByteArray::fromStdString(f.name).replace('\0', '/')))
+                    .arg(f.named).arg(f.nameKey, 0, 16).arg(f.slot).arg(f.locale, 0, 16).arg(f.platform)
+                    .arg(f.flags, 0, 16).arg(f.compression, 0, 16).arg(f.nextCompression, 0, 16).arg(f.fileTime)
+                    .arg(f.fullSize).arg(f.key, 0, 16);
+    return text;
+}
+
 }  // namespace
+
+Q_DECLARE_METATYPE(Made)
 
 class TestEngine : public QObject {
     Q_OBJECT
@@ -655,6 +733,151 @@ private slots:
         file.close();
         QCOMPARE(qint64(mpq::FindHeaderSignature(Bytes(path))), offset);
         QCOMPARE(qint64(mpq::HeaderFileCount(Bytes(path))), 77LL);
+    }
+
+    // An archive read into its shape and built back from it and its files:
+    // the new archive has the same shape (its files in the same slots, under
+    // the same names, hashes, keys and compressions) and the same files, and
+    // building it twice, whatever the sources' times, gives the same bytes.
+    void shapeBuildsTheArchiveBack_data()
+    {
+        QTest::addColumn<int>("format");
+        QTest::addColumn<QByteArray>("front");
+        QTest::addColumn<QList<Made>>("files");
+        const QByteArray mapHeader = "HM3W" + QByteArray(508, '\0');
+        const QByteArray userData = "MPQ\x1B" + Word(16) + Word(512) + Word(16) + QByteArray(496, 'u');
+        const Made plain{"war3map.j", TextData(9000, 'j')}, stored{"war3map.w3e", TextData(5000, 'e'), 0, 0};
+        const quint32 encrypted = MPQ_FILE_COMPRESS | MPQ_FILE_ENCRYPTED | MPQ_FILE_FIX_KEY;
+        QTest::newRow("format 1 behind a map header")
+            << 1 << mapHeader << QList<Made>{plain, stored, {"Units\\bzip2.txt", TextData(300, 'b'), MPQ_FILE_COMPRESS, MPQ_COMPRESSION_BZIP2}};
+        QTest::newRow("format 4 behind user data")
+            << 4 << userData << QList<Made>{plain, {"bzip2.txt", TextData(12000, 'z'), MPQ_FILE_COMPRESS, MPQ_COMPRESSION_BZIP2}};
+        Made pkware{"pk.txt", TextData(9000, 'p'), MPQ_FILE_COMPRESS, MPQ_COMPRESSION_PKWARE};
+        pkware.next = MPQ_COMPRESSION_ZLIB;
+        QTest::newRow("PKWARE, then zlib") << 1 << QByteArray() << QList<Made>{pkware};
+        QTest::newRow("imploded") << 1 << QByteArray() << QList<Made>{{"imploded.txt", TextData(9000, 'i'), MPQ_FILE_IMPLODE}, plain};
+        QTest::newRow("encrypted, its key fixed by its place")
+            << 2 << QByteArray() << QList<Made>{plain, {"Scripts\\key.ai", TextData(9000, 'k'), encrypted | MPQ_FILE_SECTOR_CRC}};
+        QTest::newRow("three locale variants of one name")
+            << 1 << QByteArray()
+            << QList<Made>{{"units.txt", TextData(700, 'd'), MPQ_FILE_COMPRESS, MPQ_COMPRESSION_ZLIB, 0x407},
+                           {"units.txt", TextData(800, 'e'), MPQ_FILE_COMPRESS, MPQ_COMPRESSION_ZLIB, 0x409},
+                           {"units.txt", TextData(900, 'f'), MPQ_FILE_COMPRESS, MPQ_COMPRESSION_ZLIB, 0x40c}};
+        Made nameless{"secret\\hidden.ai", TextData(9000, 'h'), encrypted};
+        nameless.listed = false;
+        Made removed{"gone.txt", "gone"};
+        removed.removed = true;
+        Made storedNameless = stored;
+        storedNameless.listed = false;
+        QTest::newRow("nameless, one encrypted, beside a deleted entry")
+            << 2 << QByteArray() << QList<Made>{removed, plain, nameless, storedNameless};
+    }
+
+    void shapeBuildsTheArchiveBack()
+    {
+        QFETCH(int, format);
+        QFETCH(QByteArray, front);
+        QFETCH(QList<Made>, files);
+        const QString folder = CaseFolder(dir.path());
+        const QByteArray made = MadeByStorm(folder + "/made.mpq", format, files);
+        QVERIFY(!made.isEmpty());
+        const QString original = WriteFile(folder + "/original.mpq", front + made);
+        std::string listText;
+        QList<Made> kept;
+        QList<quint64> times;
+        std::set<std::string> listed;  // what the archive's own list names
+        for (int n = 0; n < files.size(); ++n) {
+            if (files[n].listed) listText += files[n].name.toStdString() + "\n";
+            if (!files[n].removed) kept.append(files[n]), times.append(kMadeTime + quint64(n));
+            if (files[n].listed && !files[n].removed) listed.insert(files[n].name.toStdString());
+        }
+        mpq::ArchiveShape shape;
+        QVERIFY(ReadShape(original, listText, shape));
+        QCOMPARE(shape.format, format);
+        QCOMPARE(qint64(shape.headerAt), front.size());
+        QVERIFY(shape.listfile && shape.attributes == 7);
+        QCOMPARE(int(shape.files.size()), kept.size());
+        for (int n = 0; n < kept.size(); ++n) {  // written in this order, so stored in it
+            const Made &file = kept[n];
+            const mpq::FileShape &read = shape.files[std::size_t(n)];
+            QCOMPARE(read.named, file.listed);
+            if (file.listed) QCOMPARE(read.name, mpq::LocaleVariant(file.name.toStdString(), file.locale));
+            QCOMPARE(read.locale, file.locale);
+            QCOMPARE(read.compression, quint8((file.flags & MPQ_FILE_COMPRESS) ? file.compression : 0));
+            QCOMPARE(read.nextCompression, quint8(file.next));
+            QCOMPARE(read.fileTime, times[n]);
+            QCOMPARE(read.key != 0, !file.listed && (file.flags & MPQ_FILE_ENCRYPTED));
+        }
+
+        std::vector<std::string> sources;
+        for (const mpq::FileShape &file : shape.files) {
+            bool ok = false;
+            const QByteArray bytes = ReadStored(original, file.name, &ok);
+            QVERIFY(ok);
+            sources.push_back(Bytes(WriteFile(folder + "/files/" + QString::number(sources.size()), bytes)));
+        }
+        const std::string frontFile = front.isEmpty() ? std::string() : Bytes(WriteFile(folder + "/front", front));
+        std::string why;
+        QVERIFY2(mpq::BuildArchive(Bytes(folder + "/built.mpq"), shape, sources, frontFile, why), why.c_str());
+        for (const std::string &source : sources) {
+            QFile file(QFile::decodeName(source.c_str()));
+            QVERIFY(file.open(QIODevice::ReadWrite) && file.setFileTime(QDateTime::currentDateTime().addYears(-3), QFileDevice::FileModificationTime));
+        }
+        QVERIFY2(mpq::BuildArchive(Bytes(folder + "/again.mpq"), shape, sources, frontFile, why), why.c_str());
+        QVERIFY(ReadFile(folder + "/again.mpq") == ReadFile(folder + "/built.mpq"));
+        QVERIFY(ReadFile(folder + "/built.mpq").startsWith(front));
+
+        mpq::ArchiveShape rebuilt;
+        QVERIFY(ReadShape(folder + "/built.mpq", listText, rebuilt));
+        QCOMPARE(Described(rebuilt), Described(shape));
+        std::set<std::string> lines;  // and no stand-in name
+        for (const QByteArray &line : QByteArray::fromStdString(InternalList(folder + "/built.mpq")).split('\n'))
+            if (!line.trimmed().isEmpty()) lines.insert(line.trimmed().toStdString());
+        QVERIFY(lines == listed);
+        for (std::size_t n = 0; n < shape.files.size(); ++n)
+            QVERIFY(ReadStored(folder + "/built.mpq", shape.files[n].name) == ReadFile(QFile::decodeName(sources[n].c_str())));
+    }
+
+    // What cannot be built is refused before anything is made, with the reason.
+    void buildRefusesWhatItCannotMake_data()
+    {
+        QTest::addColumn<QString>("change");
+        for (const char *change : {"a source of another size", "bytes in front not a multiple of 512", "a slot taken twice",
+                                   "slots beside files without", "a nameless file without its slot",
+                                   "a nameless file in format 3", "an encrypted nameless file without its key",
+                                   "a hash table too small", "sectors of 512 bytes"})
+            QTest::newRow(change) << change;
+    }
+
+    void buildRefusesWhatItCannotMake()
+    {
+        QFETCH(QString, change);
+        const QString folder = CaseFolder(dir.path());
+        mpq::ArchiveShape shape;
+        shape.hashTableSize = 4;
+        mpq::FileShape a{"a.txt"}, b{"b.txt"}, c{"c.txt"};
+        a.slot = 1, b.slot = 2, c.slot = 3, a.fullSize = 3, b.fullSize = 4;
+        shape.files = {a, b, c};
+        std::vector<std::string> sources = {Bytes(WriteFile(folder + "/a", "aaa")), Bytes(WriteFile(folder + "/b", "bbbb")),
+                                            Bytes(WriteFile(folder + "/c", ""))};
+        std::string front;
+        mpq::FileShape &second = shape.files[1];
+        if (change == "a source of another size") second.fullSize = 5;
+        if (change == "bytes in front not a multiple of 512") front = Bytes(WriteFile(folder + "/front", QByteArray(100, 'f')));
+        if (change == "a slot taken twice") second.slot = 1;
+        if (change == "slots beside files without") second.slot = mpq::kAnySlot;
+        if (change == "a nameless file without its slot") second.named = false, shape.files[0].slot = second.slot = mpq::kAnySlot;
+        if (change == "a nameless file in format 3") second.named = false, shape.format = 3;
+        if (change == "an encrypted nameless file without its key") second.named = false, second.flags = MPQ_FILE_ENCRYPTED;
+        if (change == "a hash table too small") shape.listfile = true, shape.attributes = 7;
+        if (change == "sectors of 512 bytes") shape.sectorSize = 512;
+        std::string why;
+        QVERIFY(!mpq::BuildArchive(Bytes(folder + "/built.mpq"), shape, sources, front, why));
+        QVERIFY(!why.empty());
+        QCOMPARE(QDir(folder).entryList(QDir::Files).filter("built"), QStringList());
+        shape.files = {a, b, c};  // as it was: made
+        shape.format = 1, shape.sectorSize = 4096, shape.listfile = false, shape.attributes = 0;
+        QVERIFY2(mpq::BuildArchive(Bytes(folder + "/built.mpq"), shape, sources, {}, why), why.c_str());
     }
 };
 
