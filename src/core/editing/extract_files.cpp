@@ -1,24 +1,27 @@
 #include "editing/extract_files.h"
 
 #include <fcntl.h>
+#include <linux/openat2.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <QDir>
 #include <QFileInfo>
+#include <QSet>
 #include <QStringList>
-
-#include <functional>
 
 #include "boundary/child_work.h"
 #include "config/catalogue.h"
+#include "listing/locale_tags.h"
 #include "editing/helpers/paths.h"
 #include "mpq/mpq_library.h"
 #include "mpq/whole_io.h"
@@ -64,11 +67,12 @@ bool IsLinkAt(int dirfd, const QByteArray &name)
     return ::fstatat(dirfd, name.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(st.st_mode);
 }
 
-// Opens the folder `name` of the folder `dirfd`, making it when missing. A
-// link in its place is never followed, whether it points to a folder, to
-// anything else or nowhere.
-Placed OpenLevel(int dirfd, const QByteArray &name, Descriptor &level)
+// Opens the folder `name` of the folder `dirfd`, making it when missing
+// (first, when it is known to be). A link in its place is never followed,
+// whether it points to a folder, to anything else or nowhere.
+Placed OpenLevel(int dirfd, const QByteArray &name, Descriptor &level, bool missing)
 {
+    if (missing && ::mkdirat(dirfd, name.constData(), 0777) != 0 && errno != EEXIST) return Placed::Failed;
     for (int attempt = 0; attempt < 2; ++attempt) {
         level = Descriptor(::openat(dirfd, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
         if (level.valid()) return Placed::Ready;
@@ -79,13 +83,53 @@ Placed OpenLevel(int dirfd, const QByteArray &name, Descriptor &level)
     return IsLinkAt(dirfd, name) ? Placed::Link : Placed::Failed;
 }
 
-// The folders below the chosen one, reached level by level without
-// following a link. The folder reached last stays open: the names of one
-// folder follow each other, and its levels are then walked once.
+// Opens `path` ("/" between levels) below the folder `dirfd` in one call,
+// where it takes no link on the way nor at its end, and stays below `dirfd`:
+// what the levels one by one would find, when all are there and none is a
+// link. Otherwise -1 and errno, ENOSYS where the kernel lacks the call.
+int OpenBeneath(int dirfd, const char *path, int flags, mode_t mode = 0)
+{
+    open_how how{};
+    how.flags = static_cast<std::uint64_t>(flags);
+    how.mode = (flags & O_CREAT) != 0 ? mode : 0;
+    how.resolve = RESOLVE_BENEATH | RESOLVE_NO_SYMLINKS;
+    long fd = -1;
+    do fd = ::syscall(SYS_openat2, dirfd, path, &how, sizeof how);
+    while (fd < 0 && errno == EINTR);
+    return static_cast<int>(fd);
+}
+
+// The chosen folder and the folders below it, reached without following a
+// link. The chosen folder stays open for the batch, and so does the folder
+// reached last: the names of one folder often follow each other.
 class FolderWalk {
 public:
     // `base` ends in "/".
     explicit FolderWalk(const QString &base) : base_(base) {}
+
+    const QString &BasePath() const { return base_; }
+
+    // The chosen folder, which may be reached through links; -1 when it does
+    // not open.
+    int Base()
+    {
+        if (!baseFd_.valid())
+            baseFd_ = Descriptor(::open(PathBytes(base_).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        return baseFd_.get();
+    }
+
+    // Opens `path` below the chosen folder in one call as OpenBeneath does;
+    // -1 also when the kernel has no such call, which is then not tried again.
+    int OpenBelow(const QByteArray &path, int flags, mode_t mode = 0)
+    {
+        if (!beneath_ || Base() < 0) {
+            errno = beneath_ ? EBADF : ENOSYS;
+            return -1;
+        }
+        const int fd = OpenBeneath(Base(), path.constData(), flags, mode);
+        if (fd < 0 && errno == ENOSYS) beneath_ = false;
+        return fd;
+    }
 
     // Opens `levels` below the base, from the top down, making the missing
     // ones; Ready with the last of them in Fd(). Else `failed` is the disk
@@ -94,34 +138,44 @@ public:
     {
         if (current_.valid() && levels == reached_) return Placed::Ready;
         current_ = Descriptor();
-        // The base is the user's choice and may be reached through links.
-        Descriptor level(::open(PathBytes(base_).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (!level.valid()) {
+        if (Base() < 0) {
             failed = base_.size() > 1 ? base_.chopped(1) : base_;
             return Placed::Failed;
         }
-        QString path = base_;
-        for (const QString &name : levels) {
-            path += name;
+        // The deepest level there, with no link on the way, opens in one
+        // call; the levels below it are made. A link or anything else in
+        // the way, or no such call: level by level from the top, each told
+        // apart.
+        qsizetype there = levels.size();
+        Descriptor level;
+        for (; there > 0; --there) {
+            level = Descriptor(OpenBelow(PathBytes(levels.first(there).join(QLatin1Char('/'))),
+                                         O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+            if (level.valid() || errno != ENOENT) break;
+        }
+        const bool missing = level.valid() || there == 0;  // the levels below `there` are not there
+        if (!level.valid()) there = 0;
+        for (qsizetype i = there; i < levels.size(); ++i) {
             Descriptor next;
-            const Placed placed = OpenLevel(level.get(), PathBytes(name), next);
+            const Placed placed = OpenLevel(level.valid() ? level.get() : Base(), PathBytes(levels[i]), next, missing);
             if (placed != Placed::Ready) {
-                failed = path;
+                failed = base_ + levels.first(i + 1).join(QLatin1Char('/'));
                 return placed;
             }
             level = std::move(next);
-            path += QLatin1Char('/');
         }
+        if (!level.valid()) level = Descriptor(::fcntl(Base(), F_DUPFD_CLOEXEC, 0));  // the base itself
         current_ = std::move(level);
         reached_ = levels;
-        return Placed::Ready;
+        return current_.valid() ? Placed::Ready : Placed::Failed;
     }
     int Fd() const { return current_.get(); }
 
 private:
     const QString base_;
-    Descriptor current_;
+    Descriptor baseFd_, current_;
     QStringList reached_;
+    bool beneath_ = true;  // the kernel opens paths beneath a folder in one call
 };
 
 // What became of one stored file.
@@ -130,6 +184,60 @@ enum class Streamed { Written, NotRead, Link, Failed };
 // Extracted files move through reused chunks of this size: memory stays flat
 // whatever a file's size.
 constexpr std::uint32_t kChunk = 1u << 20;
+
+// One stored file on its way out: read whole into `chunk` already when it
+// fits there, else read from `file` a chunk at a time as it is written.
+struct Outgoing {
+    mpq::MpqHandle file;
+    std::uint32_t size;
+    bool whole;
+    std::vector<char> &chunk;
+};
+
+// Reads the whole of a file that fits the chunk; false when it does not
+// read to its end.
+bool ReadWhole(const Outgoing &out)
+{
+    std::uint32_t read = 0;
+    return out.size == 0 || (mpq::SFileReadFile(out.file, out.chunk.data(), out.size, &read, nullptr) && read == out.size);
+}
+
+// Moves the file's bytes into the open file `fd`. `beat` hears of each chunk
+// of a file read as it goes.
+Streamed Pour(const Outgoing &out, int fd, EventQueue &beat)
+{
+    if (out.whole) return mpq::WriteAll(fd, out.chunk.data(), out.size) ? Streamed::Written : Streamed::Failed;
+    for (std::uint32_t done = 0; done < out.size;) {
+        const std::uint32_t wanted = std::min(kChunk, out.size - done);
+        std::uint32_t read = 0;
+        if (!mpq::SFileReadFile(out.file, out.chunk.data(), wanted, &read, nullptr) || read != wanted)
+            return Streamed::NotRead;
+        if (!mpq::WriteAll(fd, out.chunk.data(), read)) return Streamed::Failed;
+        done += read;
+        beat.Wait();
+    }
+    return Streamed::Written;
+}
+
+// Fills the new file `fd`, made at `path` below the folder `dirfd` where
+// nothing stood, with a file read whole. A file the disk does not take whole
+// is removed again, unless another has taken its place since.
+Streamed FillNew(Descriptor fd, int dirfd, const QByteArray &path, const Outgoing &out)
+{
+    const bool written = mpq::WriteAll(fd.get(), out.chunk.data(), out.size);
+    struct stat made {};
+    const bool known = !written && ::fstat(fd.get(), &made) == 0;
+    if (fd.Close() && written) return Streamed::Written;
+    const qsizetype cut = path.lastIndexOf('/');
+    const Descriptor folder(cut < 0 ? -1 : OpenBeneath(dirfd, path.left(cut).constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const int at = cut < 0 ? dirfd : folder.get();
+    const QByteArray leaf = path.mid(cut + 1);
+    struct stat there {};
+    if (at >= 0 && (!known || (::fstatat(at, leaf.constData(), &there, AT_SYMLINK_NOFOLLOW) == 0 &&
+                               there.st_dev == made.st_dev && there.st_ino == made.st_ino)))
+        ::unlinkat(at, leaf.constData(), 0);
+    return Streamed::Failed;
+}
 
 // Makes a new file of a hidden name of its own in the folder `dirfd`.
 Descriptor MakeScratchAt(int dirfd, QByteArray &name)
@@ -143,15 +251,19 @@ Descriptor MakeScratchAt(int dirfd, QByteArray &name)
     return Descriptor();
 }
 
-// Streams the stored file, `size` bytes in all, into the file `name` of the
-// folder `dirfd`, through `chunk`. It goes to a file of its own beside, which
-// takes the name only once every byte is there: a file that does not read
-// to its end, or a full disk, leaves what stood at the name as it was. A link
-// in the name's place is neither followed nor replaced, and a pipe or device
-// there is no file to replace. `beat` hears of each chunk.
-Streamed StreamStoredFileAt(mpq::MpqHandle file, std::uint32_t size, int dirfd, const QByteArray &name,
-                            std::vector<char> &chunk, EventQueue &beat)
+// Writes the file to the name `name` of the folder `dirfd`. A file read
+// whole takes a free name at once. Otherwise, and over a file there, it goes
+// to a file of its own beside, which takes the name only once every byte is
+// there: a file that does not read to its end, or a full disk, leaves what
+// stood at the name as it was. A link in the name's place is neither
+// followed nor replaced, and a pipe or device there is no file to replace.
+Streamed WriteFileAt(int dirfd, const QByteArray &name, const Outgoing &out, EventQueue &beat)
 {
+    if (out.whole) {
+        Descriptor fd(::openat(dirfd, name.constData(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+        if (fd.valid()) return FillNew(std::move(fd), dirfd, name, out);
+        if (errno != EEXIST) return Streamed::Failed;
+    }
     struct stat st {};
     if (::fstatat(dirfd, name.constData(), &st, AT_SYMLINK_NOFOLLOW) == 0) {
         if (S_ISLNK(st.st_mode)) return Streamed::Link;
@@ -160,17 +272,7 @@ Streamed StreamStoredFileAt(mpq::MpqHandle file, std::uint32_t size, int dirfd, 
     QByteArray scratch;
     Descriptor fd = MakeScratchAt(dirfd, scratch);
     if (!fd.valid()) return Streamed::Failed;
-    Streamed result = Streamed::Written;
-    for (std::uint32_t done = 0; done < size && result == Streamed::Written;) {
-        const std::uint32_t wanted = std::min(kChunk, size - done);
-        std::uint32_t read = 0;
-        if (!mpq::SFileReadFile(file, chunk.data(), wanted, &read, nullptr) || read != wanted)
-            result = Streamed::NotRead;
-        else if (!mpq::WriteAll(fd.get(), chunk.data(), read))
-            result = Streamed::Failed;
-        done += read;
-        beat.Wait();
-    }
+    Streamed result = Pour(out, fd.get(), beat);
     if (!fd.Close() && result == Streamed::Written) result = Streamed::Failed;
     if (result == Streamed::Written && ::renameat(dirfd, scratch.constData(), dirfd, name.constData()) != 0)
         result = Streamed::Failed;
@@ -178,6 +280,30 @@ Streamed StreamStoredFileAt(mpq::MpqHandle file, std::uint32_t size, int dirfd, 
     return result;
 }
 
+// Writes the stored file `file`, `size` bytes, to `relative` ("/" between
+// levels) below the chosen folder, making its folders. A file that fits the
+// chunk is read before anything is made for it; the common case, a new file
+// in a folder that is there, then takes one call to make. When the disk
+// fails at a folder, `failed` is its disk path; at the file, it stays empty.
+Streamed PlaceFile(FolderWalk &walk, const QString &relative, mpq::MpqHandle file, std::uint32_t size,
+                   std::vector<char> &chunk, EventQueue &beat, QString &failed)
+{
+    if (chunk.empty()) chunk.resize(kChunk);
+    const Outgoing out{file, size, size <= kChunk, chunk};
+    if (out.whole && !ReadWhole(out)) return Streamed::NotRead;
+    const QByteArray path = PathBytes(relative);
+    if (out.whole) {
+        Descriptor fd(walk.OpenBelow(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+        if (fd.valid()) return FillNew(std::move(fd), walk.Base(), path, out);
+    }
+    // A missing folder, a file there already, a link, or no such call: level
+    // by level, each told apart.
+    QStringList levels = relative.split(QLatin1Char('/'));
+    const QString leaf = levels.takeLast();
+    const Placed placed = walk.Reach(levels, failed);
+    if (placed != Placed::Ready) return placed == Placed::Link ? Streamed::Link : Streamed::Failed;
+    return WriteFileAt(walk.Fd(), PathBytes(leaf), out, beat);
+}
 
 // What became of one name, as the child tells it: its refusal (None:
 // written) and, for a failed disk, the path that failed.
@@ -186,10 +312,18 @@ QByteArray ItemOutcome(Refusal why, const QString &failedPath)
     return QByteArray(1, static_cast<char>(why)) + failedPath.toUtf8();
 }
 
+// Where the name at `i` goes below the folder, "\" or "/" between levels:
+// its path, or the name itself where no paths were given.
+QString PathOf(const QList<QByteArray> &names, const QStringList &paths, qsizetype i)
+{
+    return i < paths.size() ? paths[i] : DecodeBytes(names[i]);
+}
+
 // The extraction itself, in this process: each name's outcome goes to
 // `onItem` (None when it was written) as it is known, once per name.
-ExtractReport ExtractHere(const QString &archivePath, const QList<QByteArray> &names, const QString &base,
-                          StatusPanel &status, EventQueue &events, const std::function<void()> &onOpened,
+ExtractReport ExtractHere(const QString &archivePath, const QList<QByteArray> &names, const QStringList &paths,
+                          const QString &base, StatusPanel &status, EventQueue &events,
+                          const std::function<void()> &onOpened,
                           const std::function<void(Refusal, const QString &)> &onItem)
 {
     ExtractReport report;
@@ -201,18 +335,20 @@ ExtractReport ExtractHere(const QString &archivePath, const QList<QByteArray> &n
 
     FolderWalk walk(base);
     std::vector<char> chunk;  // made at the first file, reused by the others
-    for (const QByteArray &name : names) {
+    const QString extracting = Texts().StatusBarExtract;
+    for (qsizetype i = 0; i < names.size(); ++i) {
+        const QByteArray &name = names[i];
         // The user may stop the batch between two files.
         if (events.Cancelled()) {
             report.cancelled = true;
             break;
         }
-        const QString shown = DecodeBytes(name);
-        status.SetStatusText(ReplaceValue(Texts().StatusBarExtract, shown));
-        // Only names that stay below the folder are written; "..", "\x" and
+        const QString shown = DecodeBytes(BareName(name));
+        status.SetStatusText(ReplaceValue(extracting, shown));
+        // Only paths that stay below the folder are written; "..", "\x" and
         // "C:x" would reach elsewhere.
-        const QString target = DiskPathBelow(base, shown);
-        if (target.isEmpty()) {
+        const QString relative = DiskPathBelow(QString(), i < paths.size() ? paths[i] : shown);
+        if (relative.isEmpty()) {
             report.refused.append({name, Refusal::OutsideFolder});
             onItem(Refusal::OutsideFolder, {});
             events.Yield();
@@ -221,37 +357,26 @@ ExtractReport ExtractHere(const QString &archivePath, const QList<QByteArray> &n
 
         const mpq::StoredFile file = mpq::SFileOpenFileEx(archive.get(), name.toStdString());
         const std::int64_t size = mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE);
-        if (size < 0) {
-            report.refused.append({name, Refusal::NotRead});
-            onItem(Refusal::NotRead, {});
-        } else {
-            QStringList levels = target.mid(base.size()).split(QLatin1Char('/'));
-            const QString leaf = levels.takeLast();
-            QString failedPath = target;
-            const Placed placed = walk.Reach(levels, failedPath);
-            if (chunk.empty()) chunk.resize(kChunk);
-            const Streamed streamed =
-                placed == Placed::Link   ? Streamed::Link
-                : placed != Placed::Ready ? Streamed::Failed
-                                          : StreamStoredFileAt(file.get(), static_cast<std::uint32_t>(size),
-                                                               walk.Fd(), PathBytes(leaf), chunk, events);
-            if (streamed == Streamed::NotRead || streamed == Streamed::Link) {
-                const Refusal why = streamed == Streamed::Link ? Refusal::Linked : Refusal::NotRead;
-                report.refused.append({name, why});
-                onItem(why, {});
-                events.Yield();
-                continue;
-            }
-            if (streamed == Streamed::Failed) {
-                // The disk ends the batch. The status keeps this entry's text,
-                // so the user sees where it stopped.
-                report.refused.append({name, Refusal::DiskFailure});
-                report.failedPath = failedPath;
-                onItem(Refusal::DiskFailure, failedPath);
-                return report;
-            }
+        QString failedPath;
+        const Streamed streamed =
+            size < 0 ? Streamed::NotRead
+                     : PlaceFile(walk, relative, file.get(), static_cast<std::uint32_t>(size), chunk, events, failedPath);
+        if (streamed == Streamed::Failed) {
+            // The disk ends the batch. The status keeps this entry's text,
+            // so the user sees where it stopped.
+            if (failedPath.isEmpty()) failedPath = base + relative;
+            report.refused.append({name, Refusal::DiskFailure});
+            report.failedPath = failedPath;
+            onItem(Refusal::DiskFailure, failedPath);
+            return report;
+        }
+        if (streamed == Streamed::Written) {
             ++report.extracted;
             onItem(Refusal::None, {});
+        } else {
+            const Refusal why = streamed == Streamed::Link ? Refusal::Linked : Refusal::NotRead;
+            report.refused.append({name, why});
+            onItem(why, {});
         }
         events.Yield();
     }
@@ -260,10 +385,10 @@ ExtractReport ExtractHere(const QString &archivePath, const QList<QByteArray> &n
 }
 
 // Removes the half-written file a child that was ended left below `base`
-// for `name`: the scratch files are named after its process.
-void RemoveLeftovers(const QString &base, const QByteArray &name, int pid)
+// at `path`: the scratch files are named after its process.
+void RemoveLeftovers(const QString &base, const QString &path, int pid)
 {
-    const QString target = DiskPathBelow(base, DecodeBytes(name));
+    const QString target = DiskPathBelow(base, path);
     if (target.isEmpty() || pid <= 0) return;
     const QDir folder = QFileInfo(target).dir();
     const QString pattern = QStringLiteral(".arcavera-extract-%1-*").arg(pid);
@@ -276,8 +401,8 @@ void RemoveLeftovers(const QString &base, const QByteArray &name, int pid)
 // The extraction runs in a child process. A name whose reading takes the
 // engine down, or keeps it busy past its limits, is refused as Damaged, and
 // a fresh child goes on with the next one.
-ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &names, const QString &folder,
-                           StatusPanel &status, EventQueue &events)
+ExtractReport ExtractFilesTo(const QString &archivePath, const QList<QByteArray> &names, const QStringList &paths,
+                             const QString &folder, StatusPanel &status, EventQueue &events)
 {
     ExtractReport report;
     if (folder.isEmpty()) return report;
@@ -294,13 +419,14 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
     bool careful = false;
     for (qsizetype from = 0; from < names.size();) {
         const QList<QByteArray> batch = names.mid(from);
+        const QStringList batchPaths = paths.mid(from);
         qsizetype done = 0;
         bool opened = false;  // the child's first item says the archive opened
         const ChildRun run = RunInChildProcess(
             [&](ChildPorts &ports) {
                 ports.SetItemsAtOnce(careful);
                 const ExtractReport part = ExtractHere(
-                    archivePath, batch, base, ports, ports, [&] { ports.ItemDone({}); },
+                    archivePath, batch, batchPaths, base, ports, ports, [&] { ports.ItemDone({}); },
                     [&](Refusal why, const QString &failedPath) { ports.ItemDone(ItemOutcome(why, failedPath)); });
                 return part.cancelled ? 1 : part.archive == Refusal::NotAnArchive ? 2 : 0;
             },
@@ -330,7 +456,7 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
             status.SetStatusText(Texts().StatusBarReady);
             break;
         }
-        RemoveLeftovers(base, batch[done], run.pid);
+        RemoveLeftovers(base, PathOf(batch, batchPaths, done), run.pid);
         for (qsizetype turn = run.turns; turn < done; ++turn) events.Yield();  // those that went with the child
         from += done;
         careful = !careful;
@@ -341,4 +467,39 @@ ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &
         if (from >= names.size()) status.SetStatusText(Texts().StatusBarReady);
     }
     return report;
+}
+
+namespace {
+
+// The paths of a batch that holds locale variants: the neutral variant of a
+// name (or, without one, the first) has the name's own path, the others
+// their tag before its extension.
+QStringList VariantPaths(const QList<QByteArray> &names)
+{
+    QSet<QByteArray> claimed;
+    for (const QByteArray &name : names)
+        if (!name.contains('\0')) claimed.insert(name.toUpper());
+    QStringList paths;
+    for (const QByteArray &name : names) {
+        const QByteArray bare = BareName(name);
+        const QString path = DecodeBytes(bare);
+        if (!name.contains('\0')) {
+            paths << path;
+        } else if (claimed.contains(bare.toUpper())) {
+            paths << VariantPath(path, NameLocale(name));
+        } else {
+            claimed.insert(bare.toUpper());
+            paths << path;
+        }
+    }
+    return paths;
+}
+
+}  // namespace
+
+ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &names, const QString &folder,
+                           StatusPanel &status, EventQueue &events)
+{
+    const bool variants = std::any_of(names.begin(), names.end(), [](const QByteArray &name) { return name.contains('\0'); });
+    return ExtractFilesTo(archivePath, names, variants ? VariantPaths(names) : QStringList(), folder, status, events);
 }

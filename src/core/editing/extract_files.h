@@ -4,6 +4,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include "editing/refusal.h"
 #include "listing/reporting.h"
@@ -42,3 +43,11 @@ struct ExtractReport {
 // An empty `folder` does nothing.
 ExtractReport ExtractFiles(const QString &archivePath, const QList<QByteArray> &names, const QString &folder,
                            StatusPanel &status, EventQueue &events);
+
+// The same, each stored name of `names` written to the path at its place in
+// `paths` (one for each name) instead of to its own: a path relative to
+// `folder`, "\" or "/" between its levels, held to the rules the names are
+// (one that climbs out is refused as OutsideFolder). The report and the
+// status texts still name the stored names.
+ExtractReport ExtractFilesTo(const QString &archivePath, const QList<QByteArray> &names, const QStringList &paths,
+                             const QString &folder, StatusPanel &status, EventQueue &events);
