@@ -22,10 +22,12 @@
 #include "editing/archive_check.h"
 #include "editing/delete_rename.h"
 #include "editing/extract_files.h"
+#include "listing/locale_tags.h"
 #include "editing/helpers/file_walk.h"
 #include "editing/helpers/paths.h"
 #include "exit_status.h"
 #include "look_commands.h"
+#include "folder_commands.h"
 #include "usage.h"
 #include "listing/classic_listing.h"
 #include "listing/name_scanner.h"
@@ -226,7 +228,7 @@ int VerifyCommand(const QStringList &arguments, const Settings &settings)
         QStringList said;
         for (const auto &[fault, text] : kFaultTexts)
             if (file.faults & fault) said << QLatin1String(text);
-        std::printf("%s: %s\n", EscapeControls(DecodeBytes(file.name)).toUtf8().constData(),
+        std::printf("%s: %s\n", EscapeControls(ShownName(file.name)).toUtf8().constData(),
                     said.join(QStringLiteral("; ")).toUtf8().constData());
     }
     std::printf("%lld files checked, %lld with faults; signature: %s\n", static_cast<long long>(report.filesChecked),
@@ -249,7 +251,7 @@ int CompactCommand(const QStringList &arguments, const Settings &settings)
         break;
     case Refusal::Nameless:
         for (const QByteArray &name : report.nameless)
-            PrintError(QStringLiteral("%1: has no name to be rewritten under").arg(DecodeBytes(name)));
+            PrintError(QStringLiteral("%1: has no name to be rewritten under").arg(ShownName(name)));
         PrintError(QStringLiteral("%1: not compacted; it is as it was").arg(path));
         break;
     case Refusal::NotWritable:
@@ -316,7 +318,8 @@ struct AddGroup {
     QStringList names;  // relative to the folder, "/" between levels
 };
 
-int AddCommand(const QStringList &arguments, const QString &prefixOption, bool verbose, const Settings &settings)
+int AddCommand(const QStringList &arguments, const QString &prefixOption, std::uint16_t locale, bool verbose,
+               const Settings &settings)
 {
     if (arguments.size() < 2) {
         PrintError(QStringLiteral("add takes an archive and at least one file or folder"));
@@ -371,7 +374,7 @@ int AddCommand(const QStringList &arguments, const QString &prefixOption, bool v
     NoEvents events;
     for (const AddGroup &group : groups) {
         if (group.names.isEmpty()) continue;  // an empty folder adds nothing
-        const AddReport report = AddFiles(archive, group.names, group.folder, prefix, config, panel, events);
+        const AddReport report = AddFiles(archive, group.names, group.folder, prefix, config, panel, events, 1, locale);
         if (!report.opened()) return std::max(status, ReportUpdateNotOpened(archive, report.archive));
         if (!report.written()) ReportNotWritten(archive);
         status = std::max(status, ExitStatus(report.archive));
@@ -386,7 +389,7 @@ int AddCommand(const QStringList &arguments, const QString &prefixOption, bool v
     return status;
 }
 
-int DeleteCommand(const QStringList &arguments, bool verbose, const Settings &settings)
+int DeleteCommand(const QStringList &arguments, std::uint16_t locale, bool verbose, const Settings &settings)
 {
     if (arguments.size() < 2) {
         PrintError(QStringLiteral("delete takes an archive and at least one stored name"));
@@ -395,7 +398,7 @@ int DeleteCommand(const QStringList &arguments, bool verbose, const Settings &se
     const QString archive = CleanAbsolutePath(arguments[0]);
     if (const int status = ReportArchiveCheck(archive, CheckArchiveToChange(archive))) return status;
     QList<QByteArray> names;
-    for (const QString &name : arguments.mid(1)) names.append(name.toUtf8());
+    for (const QString &name : arguments.mid(1)) names.append(VariantName(name.toUtf8(), locale));
     VerbosePanel panel(verbose);
     const DeleteReport report = DeleteStoredFiles(archive, names, settings.config.DefaultMaxFiles, panel);
     if (!report.opened()) return ReportUpdateNotOpened(archive, report.archive);
@@ -404,13 +407,13 @@ int DeleteCommand(const QStringList &arguments, bool verbose, const Settings &se
     for (const Refused<QByteArray> &entry : report.refused) {
         PrintError((entry.why == Refusal::NotStored ? QStringLiteral("%1: not stored")
                                                     : QStringLiteral("%1: could not be deleted"))
-                       .arg(DecodeBytes(entry.name)));
+                       .arg(ShownName(entry.name)));
         status = std::max(status, ExitStatus(entry.why));
     }
     return status;
 }
 
-int RenameCommand(const QStringList &arguments, const Settings &settings)
+int RenameCommand(const QStringList &arguments, std::uint16_t locale, const Settings &settings)
 {
     if (arguments.size() != 3 || arguments[1].isEmpty() || arguments[2].isEmpty()) {
         PrintError(QStringLiteral("rename takes an archive, a stored name and its new name"));
@@ -419,7 +422,8 @@ int RenameCommand(const QStringList &arguments, const Settings &settings)
     const QString archive = CleanAbsolutePath(arguments[0]);
     if (const int status = ReportArchiveCheck(archive, CheckArchiveToChange(archive))) return status;
     const Refusal why =
-        RenameStoredFile(archive, arguments[1].toUtf8(), arguments[2].toUtf8(), settings.config.DefaultMaxFiles);
+        RenameStoredFile(archive, VariantName(arguments[1].toUtf8(), locale), VariantName(arguments[2].toUtf8(), locale),
+                         settings.config.DefaultMaxFiles);
     switch (why) {
     case Refusal::None:
         break;
@@ -442,8 +446,8 @@ int RenameCommand(const QStringList &arguments, const Settings &settings)
     return ExitStatus(why);
 }
 
-int ExtractCommand(const QStringList &arguments, const std::optional<QString> &folderOption, bool verbose,
-                   const Settings &settings)
+int ExtractCommand(const QStringList &arguments, const std::optional<QString> &folderOption,
+                   std::optional<std::uint16_t> locale, bool verbose, const Settings &settings)
 {
     if (arguments.isEmpty() || !folderOption || folderOption->isEmpty()) {
         PrintError(QStringLiteral("extract takes an archive, stored names if not all, and --to FOLDER"));
@@ -452,12 +456,13 @@ int ExtractCommand(const QStringList &arguments, const std::optional<QString> &f
     const QString archive = QFileInfo(arguments[0]).absoluteFilePath();
     if (const int status = ReportArchiveCheck(archive, CheckPath(archive))) return status;
     QList<QByteArray> names;
-    for (const QString &name : arguments.mid(1)) names.append(name.toUtf8());
+    for (const QString &name : arguments.mid(1)) names.append(VariantName(name.toUtf8(), locale.value_or(0)));
     if (names.isEmpty()) {
-        // Every stored file, by the names the listing gives them.
+        // Every stored file (of the locale given), by the names the listing gives them.
         qint64 totalSize = 0;
         int status = 0;
-        for (const ListRow &row : ListedRows(archive, settings, totalSize, status)) names.append(row.Tag);
+        for (const ListRow &row : ListedRows(archive, settings, totalSize, status))
+            if (!locale || NameLocale(row.Tag) == *locale) names.append(row.Tag);
         if (status) return status;
     }
     const QString folder = QFileInfo(*folderOption).absoluteFilePath();
@@ -474,13 +479,13 @@ int ExtractCommand(const QStringList &arguments, const std::optional<QString> &f
         return ReportArchiveCheck(archive, report.archive);
     }
     for (const QByteArray &name : RefusedFor(report.refused, Refusal::NotRead))
-        PrintError(QStringLiteral("%1: not in the archive, or unreadable").arg(DecodeBytes(name)));
+        PrintError(QStringLiteral("%1: not in the archive, or unreadable").arg(ShownName(name)));
     for (const QByteArray &name : RefusedFor(report.refused, Refusal::Damaged))
-        PrintError(QStringLiteral("%1: damaged, reading it stopped the engine; not written").arg(DecodeBytes(name)));
+        PrintError(QStringLiteral("%1: damaged, reading it stopped the engine; not written").arg(ShownName(name)));
     for (const QByteArray &name : RefusedFor(report.refused, Refusal::OutsideFolder))
-        PrintError(QStringLiteral("%1: refused, it would be written outside %2").arg(DecodeBytes(name), folder));
+        PrintError(QStringLiteral("%1: refused, it would be written outside %2").arg(ShownName(name), folder));
     for (const QByteArray &name : RefusedFor(report.refused, Refusal::Linked))
-        PrintError(QStringLiteral("%1: refused, a link stands in its place below %2").arg(DecodeBytes(name), folder));
+        PrintError(QStringLiteral("%1: refused, a link stands in its place below %2").arg(ShownName(name), folder));
     if (!RefusedFor(report.refused, Refusal::DiskFailure).isEmpty())
         PrintError(QStringLiteral("%1: cannot be written; extraction stopped there").arg(report.failedPath));
     int status = 0;
@@ -544,6 +549,22 @@ int main(int argc, char *argv[])
         PrintError(QStringLiteral("--size belongs to thumbnail"));
         return kUsageStatus;
     }
+    std::optional<std::uint16_t> locale;
+    if (const std::optional<QString> given = line.Value(QStringLiteral("--locale"))) {
+        const QStringList owners = {QStringLiteral("add"), QStringLiteral("extract"), QStringLiteral("delete"),
+                                    QStringLiteral("rename")};
+        if (!owners.contains(command)) {
+            PrintError(QStringLiteral("--locale belongs to add, extract, delete and rename"));
+            return kUsageStatus;
+        }
+        std::uint16_t lcid = 0;
+        if (!ParseLocale(*given, lcid)) {
+            PrintError(QStringLiteral("%1: no such locale; give a tag (%2), neutral, or an LCID in hex such as 0x407")
+                           .arg(*given, KnownLocaleTags().join(QStringLiteral(", "))));
+            return kUsageStatus;
+        }
+        locale = lcid;
+    }
     const bool verbose = line.Has(QStringLiteral("-v")) || line.Has(QStringLiteral("--verbose"));
     if (command == QLatin1String("embed")) return EmbedCommand(rest);
     Settings settings = LoadSettings(iniPath);
@@ -551,16 +572,20 @@ int main(int argc, char *argv[])
     if (command == QLatin1String("list")) return ListCommand(rest, settings);
     if (command == QLatin1String("names")) return NamesCommand(rest, settings);
     if (command == QLatin1String("add"))
-        return AddCommand(rest, line.Value(QStringLiteral("--prefix")).value_or(QString()), verbose, settings);
-    if (command == QLatin1String("extract")) return ExtractCommand(rest, line.Value(QStringLiteral("--to")), verbose, settings);
-    if (command == QLatin1String("delete")) return DeleteCommand(rest, verbose, settings);
-    if (command == QLatin1String("rename")) return RenameCommand(rest, settings);
+        return AddCommand(rest, line.Value(QStringLiteral("--prefix")).value_or(QString()), locale.value_or(0), verbose,
+                          settings);
+    if (command == QLatin1String("extract"))
+        return ExtractCommand(rest, line.Value(QStringLiteral("--to")), locale, verbose, settings);
+    if (command == QLatin1String("delete")) return DeleteCommand(rest, locale.value_or(0), verbose, settings);
+    if (command == QLatin1String("rename")) return RenameCommand(rest, locale.value_or(0), settings);
     if (command == QLatin1String("info")) return InfoCommand(rest, settings);
     if (command == QLatin1String("verify")) return VerifyCommand(rest, settings);
     if (command == QLatin1String("cat")) return CatCommand(rest);
     if (command == QLatin1String("convert")) return ConvertCommand(rest);
     if (command == QLatin1String("thumbnail")) return ThumbnailCommand(rest, line.Value(QStringLiteral("--size")));
     if (command == QLatin1String("compact")) return CompactCommand(rest, settings);
+    if (command == QLatin1String("unpack")) return UnpackCommand(rest, settings.listing, verbose);
+    if (command == QLatin1String("pack")) return PackCommand(rest, settings.config, verbose);
     if (command == QLatin1String("create")) return CreateCommand(rest, line, settings);
     PrintError(QStringLiteral("unknown command: %1").arg(command));
     std::fputs(kUsage, stderr);

@@ -56,6 +56,8 @@ constexpr Command kCommands[] = {
     {"mnuDelete",          "mnuAction",  &M::MenuDelete,          Qt::Key_Delete,        &W::mnuDelete_Click,         A, None, {"delete", 7, &M::ToolBarDelete, &M::ToolBarDeleteToolTip}},
     {"mnusep10",           "mnuAction",  nullptr,                 NoKey,                 nullptr,                     N, None, {}},
     {"mnuCompact",         "mnuAction",  &M::MenuCompact,         NoKey,                 &W::mnuCompact_Click,        A, None, {}},
+    {"mnuUnpack",          "mnuAction",  &M::MenuUnpack,          NoKey,                 &W::mnuUnpack_Click,         A, None, {}},
+    {"mnuPack",            "mnuAction",  &M::MenuPack,            NoKey,                 &W::mnuPack_Click,           N, None, {}},
     {"mnuMakeEXE",         "mnuTool",    &M::MenuMakeEXE,         NoKey,                 &W::mnuMakeEXE_Click,        A, None, {"exe", 11, &M::ToolBarMakeEXE, &M::ToolBarMakeEXEToolTip}},
     {"mnuVerify",          "mnuTool",    &M::MenuVerify,          NoKey,                 &W::mnuVerify_Click,         A, None, {}},
     {"mnusep5",            "mnuTool",    nullptr,                 NoKey,                 nullptr,                     N, None, {}},

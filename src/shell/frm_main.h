@@ -79,6 +79,9 @@ public:
     void mnuCompact_Click();
     void mnuExtractAll_Click();
     void mnuVerify_Click();
+    // An archive to a folder with its manifest, and a folder into an archive.
+    void mnuUnpack_Click();
+    void mnuPack_Click();
     // A stored file opened with a double click and saved since in another
     // program: asks whether to put it back under its stored name.
     void WriteBack(const QString &copy);

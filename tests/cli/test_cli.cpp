@@ -35,12 +35,15 @@ private slots:
         WriteFile(f + "/text.mpq", "just some text\n");
         WriteFile(f + "/empty.mpq", {});
         WriteFile(f + "/src.txt", "source");
-        WriteFile(f + "/nameless.mpq", HandMadeArchive(8, {{"x.dat", "x"}}));
+        // Behind a deleted file: x.dat moves, and neither a name nor its bytes give its key.
+        const HandFile deleted{"gone", "gone", 0xFFFFFFFE, 0};
+        WriteFile(f + "/nameless.mpq", HandMadeArchive(8, {deleted, {"x.dat", noise.left(64), 0xFFFFFFFF, 0x80030000}}));
         WriteFile(f + "/bare.w3x", HandMadeArchive(16, {{"war3map.j", "call X(\"war3mapImported\\\\a.blp\")"},
                                                      {"war3mapImported\\a.blp", "BLP1"}}));
         WriteFile(f + "/game.exe", ExeBytes(1000));
         QByteArray mapHeader = QByteArray("HM3W\0\0\0\0My Map\0\x24\0\0\0\x04\0\0\0", 23);
         WriteFile(f + "/map.w3x", mapHeader.leftJustified(512, '\0') + ReadFile(f + "/good.mpq"));
+        WriteFile(f + "/stripped.w3x", mapHeader.leftJustified(512, '\0') + HandMadeArchive(8, {deleted, {"x.dat", "x"}}));
         WriteFile(f + "/embedded.exe", ExeBytes(1024) + ArchiveBytes(700));
         WriteFile(f + "/plain.mpq", ArchiveBytes(300));
         // The first sector of big.bin names a compression that no engine knows.
@@ -57,6 +60,7 @@ private slots:
         WriteFile(f + "/protected.w3x", protectedMap);
         WriteFile(f + "/stuck.mpq", HandMadeArchive(8, {{"a.txt", "a"}, EndlessBzip2File("x.bin")}));
         WriteFile(f + "/look.w3x", LookMap());
+        WriteFile(f + "/badpack/.arcavera-manifest", "arcavera-manifest 1\nformat 9\n");
     }
 
     void commands_data()
@@ -86,6 +90,7 @@ private slots:
         row("create, bad format", {"create", "@/made2.mpq", "--format", "5"}, 1, "create takes --format 1, 2, 3 or 4");
         row("--format outside create", {"list", "@/good.mpq", "--format", "2"}, 1, "--format and --max-files belong to create");
         row("create over a file", {"create", "@/text.mpq"}, 5, "text.mpq: a file is there already; left as it is\n");
+        row("compact a map without its list", {"compact", "@/stripped.w3x"}, 0, " after\n");
         row("compact without names", {"compact", "@/nameless.mpq"}, 7, "~unknowns\\unknown00000");
         row("names", {"names", "@/bare.w3x"}, 0, "war3map.j\nwar3mapImported\\a.blp\n");
         row("list recovering names", {"list", "@/bare.w3x"}, 0, "war3mapImported\\a.blp\tblp\t");
@@ -96,6 +101,8 @@ private slots:
         row("cat", {"cat", "@/look.w3x", "war3map.j"}, 0, "function main takes nothing returns nothing\r\nendfunction\r\n");
         row("convert", {"convert", "@/look.w3x", "war3mapPreview.tga", "@/preview.png"}, 0, "");
         row("thumbnail", {"thumbnail", "@/look.w3x", "@/thumb.png", "--size", "1"}, 0, "");
+        row("unpack", {"unpack", "@/map.w3x", "@/unpacked"}, 0, "");
+        row("pack", {"pack", "@/folder", "@/packed.mpq", "-v"}, 0, "0 files packed\n");
         // Bad usage.
         row("no command", {}, 1, "Usage:");
         row("unknown command", {"explode", "x"}, 1, "unknown command: explode");
@@ -110,6 +117,7 @@ private slots:
         row("split --exe twice", {"split", "@/embedded.exe", "--exe", "a", "--exe", "b"}, 1, "--exe is given twice");
         row("split with --to", {"split", "@/embedded.exe", "--to", "x"}, 1, "--to belongs to extract");
         row("--size outside thumbnail", {"convert", "@/look.w3x", "a", "b", "--size", "3"}, 1, "--size belongs to thumbnail");
+        row("--locale outside its commands", {"list", "@/good.mpq", "--locale", "de-DE"}, 1, "--locale belongs to add, extract, delete and rename");
         row("--size of nothing", {"thumbnail", "@/look.w3x", "@/t.png", "--size", "0"}, 1, "--size takes a number of pixels");
         // 2: a path that is missing, of the wrong kind, or cannot be made or written.
         row("missing archive", {"list", "@/gone.mpq"}, 2, "gone.mpq: no such file\n");
@@ -142,7 +150,10 @@ private slots:
         row("embed twice", {"embed", "@/embedded.exe", "@/plain.mpq"}, 4, "holds an MPQ archive already, at offset 1024");
         // 5: the new name is stored already, whatever its case.
         row("rename onto a stored name", {"rename", "@/ren.mpq", "big.bin", "BIG.BIN"}, 5, "BIG.BIN: a file of that name is stored already; nothing renamed\n");
+        row("unpack into a folder with files", {"unpack", "@/good.mpq", "@/o6"}, 5, "o6: not empty; unpack writes only into a new or empty folder\n");
         row("split below a file", {"split", "@/embedded.exe", "--mpq", "@/text.mpq/o"}, 5, "cannot be opened");
+        // 8: a folder that does not make an archive.
+        row("pack a manifest that does not parse", {"pack", "@/badpack", "@/bad.w3x"}, 8, ".arcavera-manifest, line 2: does not parse; no archive was written\n");
         // 6: a faulty file, said on standard output as the files a check found.
         row("verify a damaged archive", {"verify", "@/damaged.mpq"}, 6, "big.bin: cannot be read completely\n4 files checked, 1 with faults;");
     }
@@ -206,6 +217,64 @@ private slots:
         QCOMPARE(Cli(ini + QStringList{"extract", archive, "c.txt", "--to", f + "/out"}).status, 0);
         QCOMPARE(ReadFile(f + "/out/c.txt"), TextData(3000));
         QVERIFY(!Cli(ini + QStringList{"list", archive}).out.contains("b.txt"));
+    }
+
+    // One name stored neutral, in German and in French: each command reaches
+    // the variant --locale names, and no other.
+    void localeVariants_data()
+    {
+        QTest::addColumn<QStringList>("command");  // "@" the archive, "%" the output folder
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("said");
+        QTest::addColumn<QStringList>("listed");    // lines of `list` afterwards, each by its start and locale
+        QTest::addColumn<QStringList>("written");   // path=content below the output folder
+        const QStringList all{"war3map.wts\twts\t7\t|", "war3map.wts\twts\t6\t|de-DE", "war3map.wts\twts\t6\t|fr-FR"};
+        QTest::newRow("extract all") << QStringList{"extract", "@", "--to", "%"} << 0 << QByteArray() << all
+                                     << QStringList{"war3map.wts=neutral", "war3map.de-DE.wts=german", "war3map.fr-FR.wts=french"};
+        QTest::newRow("extract one") << QStringList{"extract", "--locale", "de-de", "@", "war3map.wts", "--to", "%"} << 0
+                                     << QByteArray() << all << QStringList{"war3map.wts=german"};
+        QTest::newRow("extract by LCID") << QStringList{"extract", "--locale", "0x40c", "@", "--to", "%"} << 0 << QByteArray()
+                                         << all << QStringList{"war3map.wts=french"};
+        QTest::newRow("delete one") << QStringList{"delete", "--locale", "fr-FR", "@", "war3map.wts"} << 0 << QByteArray()
+                                    << all.mid(0, 2) << QStringList{};
+        QTest::newRow("delete neutral") << QStringList{"delete", "@", "war3map.wts"} << 0 << QByteArray() << all.mid(1)
+                                        << QStringList{};
+        QTest::newRow("rename one") << QStringList{"rename", "--locale", "de-DE", "@", "war3map.wts", "new.wts"} << 0
+                                    << QByteArray()
+                                    << QStringList{all[0], "new.wts\twts\t6\t|de-DE", all[2]} << QStringList{};
+        QTest::newRow("a variant not stored") << QStringList{"delete", "--locale", "it-IT", "@", "war3map.wts"} << 4
+                                              << QByteArray("war3map.wts [it-IT]: not stored") << all << QStringList{};
+        QTest::newRow("no such locale") << QStringList{"delete", "--locale", "xx-YY", "@", "war3map.wts"} << 1
+                                        << QByteArray("xx-YY: no such locale; give a tag (") << all << QStringList{};
+    }
+    void localeVariants()
+    {
+        QFETCH(QStringList, command);
+        QFETCH(int, status);
+        QFETCH(QByteArray, said);
+        QFETCH(QStringList, listed);
+        QFETCH(QStringList, written);
+        const QString f = dir.filePath(QStringLiteral("locales-%1").arg(QTest::currentDataTag()).replace(' ', '-'));
+        const QString archive = f + "/map.w3x", out = f + "/out";
+        const QStringList ini{"--ini", f + "/none.ini"};
+        for (const auto &[locale, text] : {std::pair{"neutral", "neutral"}, {"de-DE", "german"}, {"fr-FR", "french"}}) {
+            WriteFile(f + "/in/war3map.wts", text);
+            QCOMPARE(Cli(ini + QStringList{"add", "--locale", locale, archive, f + "/in/war3map.wts"}).status, 0);
+        }
+        for (QString &argument : command) argument = argument == "@" ? archive : argument == "%" ? out : argument;
+        const CliRun run = Cli(ini + command);
+        QCOMPARE(run.status, status);
+        QVERIFY2(run.err.contains(said), run.err.constData());
+        const QList<QByteArray> lines = Cli(ini + QStringList{"list", archive}).out.split('\n');
+        QCOMPARE(lines.size() - 2, listed.size());  // "(listfile)" and the last line's end besides
+        for (const QString &line : listed) {
+            const QStringList parts = line.split('|');
+            QVERIFY2(std::any_of(lines.begin(), lines.end(),
+                                 [&](const QByteArray &l) { return l.startsWith(parts[0].toUtf8()) && l.endsWith("\t" + parts[1].toUtf8()); }),
+                     qPrintable(line));
+        }
+        QCOMPARE(QDir(out).entryList({"*.wts"}, QDir::Files).size(), written.size());
+        for (const QString &file : written) QCOMPARE(ReadFile(out + "/" + file.section('=', 0, 0)), file.section('=', 1).toUtf8());
     }
 };
 

@@ -592,8 +592,8 @@ private slots:
         const QString archive = dir.filePath(QString("compact %1.mpq").arg(nameless));
         QByteArray noise(60000, Qt::Uninitialized);
         QRandomGenerator(3).fillRange(reinterpret_cast<quint32 *>(noise.data()), noise.size() / 4);
-        if (nameless)
-            WriteFile(archive, HandMadeArchive(8, {{"a.bin", noise}}));
+        if (nameless)  // behind a deleted file, encrypted with a key that follows its place
+            WriteFile(archive, HandMadeArchive(8, {{"gone.bin", "g", 0xFFFFFFFE, 0}, {"a.bin", noise, 0xFFFFFFFF, 0x80030000}}));
         else
             QVERIFY(MakeArchive(archive, {{"a.bin", noise}, {"b.bin", noise.left(100)}}, dir.filePath("compact-src")));
         auto window = Start(archive);
@@ -636,6 +636,30 @@ private slots:
         QVERIFY(written.remove("(listfile)"));  // the archive's own list is a stored file too
         QCOMPARE(written, (QMap<QString, QByteArray>{{"top.txt", "t"}, {"units/", "<dir>"}, {"units/a.mdx", "a"},
                                                        {"units/deep/", "<dir>"}, {"units/deep/b.blp", "b"}}));
+    }
+
+    // The open archive unpacked to a folder with its manifest, the folder
+    // packed into a new archive, which opens with the same rows; a folder
+    // with files refused for the unpack.
+    void unpackAndPackBack()
+    {
+        const QString archive = ArchiveIn(dir.path(), "unpack.mpq", {{"top.txt", "t"}, {"units\\a.mdx", "a"}});
+        auto window = Start(archive);
+        const QStringList rows = Names(*window);
+        ScriptedDialogs dialogs;
+        const QString folder = dir.filePath("unpacked"), packed = dir.filePath("packed.mpq");
+        dialogs.answers = {{dir.path()}, {folder}, {folder}, {packed}};
+        window->mnuUnpack_Click();  // the test folder holds files
+        window->mnuUnpack_Click();
+        QCOMPARE(Asked(dialogs).filter("message: "),
+                 QStringList({"message: La cartella " + dir.path() + " non è vuota: scegline una vuota o nuova.",
+                              "message: File estratti con il manifesto: 2"}));
+        QVERIFY(QFileInfo::exists(folder + "/.arcavera-manifest"));
+        QCOMPARE(ReadFile(folder + "/units/a.mdx"), QByteArray("a"));
+        window->mnuPack_Click();
+        QCOMPARE(window->Session().FileName, packed);
+        QCOMPARE(Names(*window), rows);
+        QCOMPARE(StatusText(*window), QStringLiteral("Archivio creato con 2 file"));
     }
 
     // A stored file opened with a double click and saved in another program
@@ -877,6 +901,32 @@ private slots:
         list->header()->resizeSection(2, 30);  // as the user drags it
         window->mnuRefresh_Click();
         QCOMPARE(list->columnWidth(2), 30);
+    }
+
+    // A name stored in two locales: the Locale column is there while a variant is, and a
+    // delete reaches the selected variant alone.
+    void localeVariantsHaveTheirColumn()
+    {
+        const QString archive =
+            ArchiveIn(dir.path(), "variants.mpq", {{"a.txt", "neutral"}, {QByteArray("a.txt\0" "0407", 10), "german"}});
+        auto window = Start(archive);
+        const ArchiveListModel *model = window->Model();
+        QCOMPARE(model->columnCount(), ListRow::ColumnCount + 1);
+        QCOMPARE(model->headerData(ListRow::Locale, Qt::Horizontal, Qt::DisplayRole).toString(), QStringLiteral("Lingua"));
+        int german = -1;
+        for (int row = 0; row < model->rowCount(); ++row)
+            if (model->index(row, ListRow::Locale).data().toString() == QLatin1String("de-DE")) german = row;
+        QVERIFY(german >= 0);
+        QCOMPARE(model->index(german, ListRow::Name).data().toString(), QStringLiteral("a.txt"));
+        ScriptedDialogs dialogs;
+        dialogs.messageAnswers = {MessageButton::Yes};
+        window->List()->selectionModel()->setCurrentIndex(model->index(german, 0),
+                                                          QItemSelectionModel::ClearAndSelect | QItemSelectionModel::Rows);
+        window->mnuDelete_Click();
+        window->mnuRefresh_Click();
+        QCOMPARE(Names(*window), QStringList{"a.txt"});
+        QCOMPARE(model->columnCount(), int(ListRow::ColumnCount));
+        QCOMPARE(model->index(IndexOf(*window, "a.txt").row(), ListRow::Size).data().toString(), QStringLiteral("7"));
     }
 
     // Qt's own buttons speak the program's language, Qt's English when Qt has no translation for it.

@@ -34,7 +34,7 @@ struct MessageStrings {
     QString MenuPopupOpen, MenuPopupExtract, MenuPopupRename, MenuPopupDelete, MenuPopupInfoFile,
         MenuPopupCreateDir;
     // Column
-    QString ColumnName, ColumnExt, ColumnSize, ColumnCompressed, ColumnRatio, ColumnAttribute;
+    QString ColumnName, ColumnExt, ColumnSize, ColumnCompressed, ColumnRatio, ColumnAttribute, ColumnLocale;
     // ToolBar: caption and tool tip of each button
     QString ToolBarNew, ToolBarNewToolTip, ToolBarOpen, ToolBarOpenToolTip, ToolBarInfoMPQ,
         ToolBarInfoMPQToolTip, ToolBarAdd, ToolBarAddToolTip, ToolBarExtract, ToolBarExtractToolTip,
@@ -56,6 +56,11 @@ struct MessageStrings {
     QString MessageDelete, MessageRemoveFileList, MessageCreateDir;
     // Compaction: the menu entry, its status texts and why it was not done.
     QString MenuCompact, StatusBarCompacting, StatusBarCompacted, MessageCompactNameless;
+    // An archive as a folder and back: the menu entries, the status texts,
+    // and why a folder was not packed ("%v": the line or the path).
+    QString MenuUnpack, MenuPack, StatusBarUnpacked, StatusBarPacked, MessageFolderNotEmpty, MessageFolderBadLine,
+        MessageFolderUnknownLocale, MessageFolderClimbs, MessageFolderMissing, MessageFolderUnlisted,
+        MessageFolderCaseClash, MessageFolderBadFront, MessageFolderUnreadable, MessagePackFailed;
     // Extract all: the menu entry and the lines of its summary.
     QString MenuExtractAll, MessageExtractedAll, MessageExtractNotRead, MessageExtractDamaged, MessageExtractOutside, MessageExtractLinked,
         MessageExtractStopped;
