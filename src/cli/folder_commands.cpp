@@ -38,7 +38,7 @@ QString ProblemText(const FolderProblem &p)
 {
     const QString line = QStringLiteral("%1, line %2").arg(QLatin1String(kManifestFile)).arg(p.line);
     switch (p.kind) {
-    case FolderProblem::None: break;
+    case FolderProblem::Fits: break;
     case FolderProblem::BadLine: return line + QStringLiteral(": does not parse");
     case FolderProblem::UnknownLocale: return line + QStringLiteral(": no such locale");
     case FolderProblem::Climbs: return (p.path.isEmpty() ? line : p.path) + QStringLiteral(": the path climbs out of the folder");
@@ -105,7 +105,7 @@ int PackCommand(const QStringList &arguments, const AppConfig &config, bool verb
         PrintError(QStringLiteral("%1: no such folder").arg(arguments[0]));
         return ExitStatus(Refusal::Missing);
     }
-    if (report.problem.kind != FolderProblem::None) {
+    if (report.problem.kind != FolderProblem::Fits) {
         PrintError(ProblemText(report.problem) + QStringLiteral("; no archive was written"));
         return kFolderStatus;
     }

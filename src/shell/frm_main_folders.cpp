@@ -55,7 +55,7 @@ void frmMain::mnuPack_Click()
     }
     const MessageStrings &t = Texts();
     QString problem;
-    if (report.problem.kind != FolderProblem::None) problem = FolderProblemText(report.problem);
+    if (report.problem.kind != FolderProblem::Fits) problem = FolderProblemText(report.problem);
     else if (report.archive == Refusal::ArchiveNotWritten) problem = ReplaceValue(t.MessagePackFailed, report.engineWhy);
     else if (report.archive != Refusal::None) problem = UnchangedArchiveText(report.archive, archive);
     if (!problem.isEmpty()) {

@@ -122,8 +122,19 @@ bool ParseDecimal(const QByteArray &text, std::uint32_t &value)
 
 }  // namespace
 
+namespace {
+
+// Printable ASCII but "%": what a field or a path level keeps as it is.
+bool Plain(const QByteArray &bytes)
+{
+    return std::all_of(bytes.begin(), bytes.end(), [](char c) { return c >= 0x20 && c < 0x7F && c != '%'; });
+}
+
+}  // namespace
+
 QByteArray EscapeField(const QByteArray &bytes)
 {
+    if (Plain(bytes)) return bytes;
     const bool utf8 = ValidUtf8(bytes);
     QByteArray out;
     out.reserve(bytes.size());
@@ -290,6 +301,12 @@ bool ReadManifest(const QByteArray &text, Manifest &m, FolderProblem &problem)
 
 QString PathForName(const QByteArray &name)
 {
+    // Most names: printable levels that are neither empty nor dots.
+    if (Plain(name) && !name.contains('/') && !name.startsWith(".arcavera-") && !name.startsWith('\\') &&
+        !name.endsWith('\\') && !name.contains("\\\\") && name != "." && name != ".." && !name.startsWith(".\\") &&
+        !name.startsWith("..\\") && !name.contains("\\.\\") && !name.contains("\\..\\") && !name.endsWith("\\.") &&
+        !name.endsWith("\\.."))
+        return QString::fromLatin1(name).replace(QLatin1Char('\\'), QLatin1Char('/'));
     const bool utf8 = ValidUtf8(name);
     QStringList levels;
     const QByteArrayList parts = name.split('\\');

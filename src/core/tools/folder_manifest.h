@@ -84,7 +84,7 @@ struct Manifest {
 // What is wrong with a manifest or the folder it stands in, and where.
 struct FolderProblem {
     enum Kind {
-        None,
+        Fits,           // nothing is wrong
         BadLine,        // `line` does not parse
         UnknownLocale,  // `line` names a locale that does not exist
         Climbs,         // `line` (or the folder's file `path`) has a path that climbs out of the folder
@@ -94,7 +94,7 @@ struct FolderProblem {
         BadFront,       // the data in front (`path`) is missing, or not a whole number of 512-byte blocks
         Unreadable,     // `path` cannot be read
     };
-    Kind kind = None;
+    Kind kind = Fits;
     int line = 0;
     QString path, other;
 };

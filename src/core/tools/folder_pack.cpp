@@ -180,7 +180,7 @@ QString FolderProblemText(const FolderProblem &problem)
     const MessageStrings &t = Texts();
     const QString line = QString::number(problem.line);
     switch (problem.kind) {
-    case FolderProblem::None: return {};
+    case FolderProblem::Fits: return {};
     case FolderProblem::BadLine: return ReplaceValue(t.MessageFolderBadLine, line);
     case FolderProblem::UnknownLocale: return ReplaceValue(t.MessageFolderUnknownLocale, line);
     case FolderProblem::Climbs:

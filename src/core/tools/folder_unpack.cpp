@@ -83,9 +83,12 @@ bool ReadShape(const QString &archivePath, const mpq::FileList &records, mpq::Ar
 // taken already, blind to case, gets a number.
 QStringList PathsFor(const mpq::ArchiveShape &shape)
 {
+    // Only variants can meet another file's path.
+    const bool variants = std::any_of(shape.files.begin(), shape.files.end(), [](const mpq::FileShape &f) { return f.locale != 0; });
     QSet<QByteArray> hasPlain;
     QSet<QString> taken;
     QStringList paths;
+    paths.reserve(static_cast<qsizetype>(shape.files.size()));
     auto plainFirst = [&](const QByteArray &name) {
         const QByteArray key = name.toUpper();
         if (hasPlain.contains(key)) return false;
@@ -93,8 +96,9 @@ QStringList PathsFor(const mpq::ArchiveShape &shape)
         return true;
     };
     // The neutral variants claim the plain paths before the others.
-    for (const mpq::FileShape &f : shape.files)
-        if (f.named && f.locale == 0) plainFirst(BareName(QByteArray::fromStdString(f.name)));
+    if (variants)
+        for (const mpq::FileShape &f : shape.files)
+            if (f.named && f.locale == 0) plainFirst(BareName(QByteArray::fromStdString(f.name)));
     for (const mpq::FileShape &f : shape.files) {
         const QByteArray stored = QByteArray::fromStdString(f.name);
         QString path;
@@ -108,12 +112,16 @@ QStringList PathsFor(const mpq::ArchiveShape &shape)
                        .arg(ext);
             path = VariantPath(path, f.locale);
         } else {
-            const QByteArray bare = BareName(stored);
+            const QByteArray bare = f.locale != 0 ? BareName(stored) : stored;
             path = PathForName(bare);
             if (f.locale != 0 && !plainFirst(bare)) path = VariantPath(path, f.locale);
         }
+        if (!variants) {
+            paths << path;
+            continue;
+        }
         QString unique = path;
-        for (int n = 2; taken.contains(unique.toLower()); ++n) unique = VariantPath(path, 0) + QStringLiteral("~%1").arg(n);
+        for (int n = 2; taken.contains(unique.toLower()); ++n) unique = path + QStringLiteral("~%1").arg(n);
         taken.insert(unique.toLower());
         paths << unique;
     }

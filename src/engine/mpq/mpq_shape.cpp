@@ -11,6 +11,7 @@
 #include "mpq/mpq_storm.h"
 #include "mpq/whole_io.h"
 
+#include <fcntl.h>
 #include <strings.h>
 
 #include <algorithm>
@@ -128,6 +129,52 @@ Compressions ReadCompressions(int fd, HANDLE stormFile)
     return found;
 }
 
+// Where a file's stored bytes begin in the archive's file: in format 1 the
+// position wraps at 4 GiB, as StormLib reckons it.
+std::uint64_t RawPosition(const stormlib::ArchiveFacts &facts, std::uint64_t offset)
+{
+    const std::uint64_t at = facts.headerAt + offset;
+    return facts.formatVersion == 0 ? static_cast<std::uint32_t>(at) : at;
+}
+
+// The masks of a file stored neither encrypted nor as a patch, read from its
+// stored bytes at `at` in the file without opening it: its sector table is
+// plain, and the first few of its positions say where the sectors lie.
+// False when those positions do not make sense or hold no compressed
+// sector, and the file is then opened to be sure.
+bool PlainCompressions(int fd, std::uint64_t at, const stormlib::Entry &entry, std::uint32_t sectorSize,
+                       Compressions &found)
+{
+    found = {};
+    const std::uint32_t stored = entry.storedSize, full = entry.fullSize;
+    if (entry.flags & MPQ_FILE_SINGLE_UNIT) {
+        if (stored == 0 || stored >= full) return true;  // stored as it is
+        found.first = MaskAt(fd, at, stored, false, 0);
+        return true;
+    }
+    if (sectorSize == 0 || full == 0) return false;
+    constexpr std::uint32_t kLooked = 16;  // positions read; a file with more sectors stored plain is opened
+    const std::uint32_t count = (full - 1) / sectorSize + 1;
+    const std::uint32_t positions = std::min(count + 1, kLooked);
+    unsigned char bytes[4 * kLooked];
+    if (std::uint64_t{positions} * 4 > stored || !ReadAllAt(fd, bytes, positions * 4, at)) return false;
+    bool seen = false;
+    for (std::uint32_t i = 0; i + 1 < positions; ++i) {
+        const std::uint32_t begins = Le32(bytes + 4 * i), ends = Le32(bytes + 4 * i + 4);
+        const std::uint32_t unpacked = std::min(sectorSize, full - i * sectorSize);
+        if (ends < begins || ends > stored) return false;
+        if (ends == begins || ends - begins >= unpacked) continue;
+        const std::uint8_t mask = MaskAt(fd, at + begins, ends - begins, false, 0);
+        if (seen) {
+            if (mask != found.first) found.next = mask;
+            return true;
+        }
+        found.first = mask;
+        seen = true;
+    }
+    return seen && positions == count + 1;
+}
+
 // The key an encrypted file is read with, before its adjustment by its
 // place; 0 when StormLib does not find it. A key that no name gives is
 // found from the sector table as it loads, or else from the first bytes as
@@ -199,6 +246,7 @@ bool ReadArchiveShape(const std::string &path, const FileList &names, ArchiveSha
     const std::uint32_t entries = facts.blockTableSize != 0 ? std::min(facts.blockTableSize, facts.fileTableSize)
                                                             : facts.fileTableSize;
     const Attributes attributes = ReadAttributes(archive.get(), entries);
+    if (archive->fd < 0) archive->fd = ::open(archive->path.c_str(), O_RDONLY | O_CLOEXEC);
     read.attributes = attributes.flags;
     for (std::size_t k = 0; k < placed.size(); ++k) {
         const Placed &at = placed[k];
@@ -224,6 +272,24 @@ bool ReadArchiveShape(const std::string &path, const FileList &names, ArchiveSha
         file.fullSize = at.entry.fullSize;
         file.offset = at.entry.offset;
         file.fileTime = at.index < attributes.times.size() ? attributes.times[at.index] : 0;
+        // A file stored plain, or compressed without encryption, tells its
+        // compression without being opened: a million small files unpack
+        // at the pace of their writes.
+        Compressions plain;
+        const bool compressed = (file.flags & MPQ_FILE_COMPRESS) != 0;
+        if (!compressed && (file.flags & MPQ_FILE_IMPLODE) == 0 && (!(file.flags & MPQ_FILE_ENCRYPTED) || file.named)) {
+            read.files.push_back(std::move(file));
+            Beat();
+            continue;
+        }
+        if (compressed && (file.flags & (MPQ_FILE_ENCRYPTED | MPQ_FILE_PATCH_FILE)) == 0 &&
+            PlainCompressions(archive->fd, RawPosition(facts, at.entry.offset), at.entry, facts.sectorSize, plain)) {
+            file.compression = plain.first;
+            file.nextCompression = plain.next;
+            read.files.push_back(std::move(file));
+            Beat();
+            continue;
+        }
         if (const StoredFile opened = SFileOpenFileEx(archive.get(), file.name)) {
             const Compressions compressions = (file.flags & MPQ_FILE_IMPLODE) ? Compressions{}
                                                                                 : ReadCompressions(archive->fd, opened->storm);
