@@ -4,6 +4,9 @@
 #include <QSaveFile>
 #include <QSet>
 
+#include <algorithm>
+#include <numeric>
+
 #include "boundary/child_work.h"
 #include "editing/extract_files.h"
 #include "listing/classic_listing.h"
@@ -164,9 +167,20 @@ FolderReport UnpackArchive(const QString &archivePath, const QString &folderGive
         return report;
     }
     const QStringList paths = PathsFor(shape);
+    // Written in the order of their paths, so that the files of one folder
+    // follow each other; the manifest keeps the archive's order.
+    std::vector<qsizetype> order(static_cast<std::size_t>(paths.size()));
+    std::iota(order.begin(), order.end(), qsizetype{0});
+    std::sort(order.begin(), order.end(), [&](qsizetype a, qsizetype b) { return paths[a] < paths[b]; });
     QList<QByteArray> names;
-    for (const mpq::FileShape &f : shape.files) names << QByteArray::fromStdString(f.name);
-    const ExtractReport extracted = ExtractFilesTo(archivePath, names, paths, folder, status, events);
+    QStringList sortedPaths;
+    names.reserve(paths.size());
+    sortedPaths.reserve(paths.size());
+    for (const qsizetype i : order) {
+        names << QByteArray::fromStdString(shape.files[static_cast<std::size_t>(i)].name);
+        sortedPaths << paths[i];
+    }
+    const ExtractReport extracted = ExtractFilesTo(archivePath, names, sortedPaths, folder, status, events);
     report.refused = extracted.refused;
     report.failedPath = extracted.failedPath;
     report.cancelled = extracted.cancelled;
