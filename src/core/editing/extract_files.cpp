@@ -8,9 +8,14 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <functional>
+#include <mutex>
 #include <string>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -107,8 +112,6 @@ public:
     // `base` ends in "/".
     explicit FolderWalk(const QString &base) : base_(base) {}
 
-    const QString &BasePath() const { return base_; }
-
     // The chosen folder, which may be reached through links; -1 when it does
     // not open.
     int Base()
@@ -134,7 +137,8 @@ public:
     // Opens `levels` below the base, from the top down, making the missing
     // ones; Ready with the last of them in Fd(). Else `failed` is the disk
     // path of the level that is a link or could not be opened or made.
-    Placed Reach(const QStringList &levels, QString &failed)
+    // `lastMissing`: the last level is known not to be there.
+    Placed Reach(const QStringList &levels, QString &failed, bool lastMissing = false)
     {
         if (current_.valid() && levels == reached_) return Placed::Ready;
         current_ = Descriptor();
@@ -146,7 +150,7 @@ public:
         // call; the levels below it are made. A link or anything else in
         // the way, or no such call: level by level from the top, each told
         // apart.
-        qsizetype there = levels.size();
+        qsizetype there = lastMissing && !levels.isEmpty() ? levels.size() - 1 : levels.size();
         Descriptor level;
         for (; there > 0; --there) {
             level = Descriptor(OpenBelow(PathBytes(levels.first(there).join(QLatin1Char('/'))),
@@ -185,34 +189,28 @@ enum class Streamed { Written, NotRead, Link, Failed };
 // whatever a file's size.
 constexpr std::uint32_t kChunk = 1u << 20;
 
-// One stored file on its way out: read whole into `chunk` already when it
-// fits there, else read from `file` a chunk at a time as it is written.
+// One stored file on its way out: read whole already, or read from `file`
+// a chunk at a time as it is written.
 struct Outgoing {
-    mpq::MpqHandle file;
     std::uint32_t size;
     bool whole;
-    std::vector<char> &chunk;
+    const char *bytes;         // the whole file
+    mpq::MpqHandle file;       // else the file to read, through `chunk`
+    std::vector<char> *chunk;
 };
-
-// Reads the whole of a file that fits the chunk; false when it does not
-// read to its end.
-bool ReadWhole(const Outgoing &out)
-{
-    std::uint32_t read = 0;
-    return out.size == 0 || (mpq::SFileReadFile(out.file, out.chunk.data(), out.size, &read, nullptr) && read == out.size);
-}
 
 // Moves the file's bytes into the open file `fd`. `beat` hears of each chunk
 // of a file read as it goes.
 Streamed Pour(const Outgoing &out, int fd, EventQueue &beat)
 {
-    if (out.whole) return mpq::WriteAll(fd, out.chunk.data(), out.size) ? Streamed::Written : Streamed::Failed;
+    if (out.whole) return mpq::WriteAll(fd, out.bytes, out.size) ? Streamed::Written : Streamed::Failed;
+    if (out.chunk->empty()) out.chunk->resize(kChunk);
     for (std::uint32_t done = 0; done < out.size;) {
         const std::uint32_t wanted = std::min(kChunk, out.size - done);
         std::uint32_t read = 0;
-        if (!mpq::SFileReadFile(out.file, out.chunk.data(), wanted, &read, nullptr) || read != wanted)
+        if (!mpq::SFileReadFile(out.file, out.chunk->data(), wanted, &read, nullptr) || read != wanted)
             return Streamed::NotRead;
-        if (!mpq::WriteAll(fd, out.chunk.data(), read)) return Streamed::Failed;
+        if (!mpq::WriteAll(fd, out.chunk->data(), read)) return Streamed::Failed;
         done += read;
         beat.Wait();
     }
@@ -224,7 +222,7 @@ Streamed Pour(const Outgoing &out, int fd, EventQueue &beat)
 // is removed again, unless another has taken its place since.
 Streamed FillNew(Descriptor fd, int dirfd, const QByteArray &path, const Outgoing &out)
 {
-    const bool written = mpq::WriteAll(fd.get(), out.chunk.data(), out.size);
+    const bool written = mpq::WriteAll(fd.get(), out.bytes, out.size);
     struct stat made {};
     const bool known = !written && ::fstat(fd.get(), &made) == 0;
     if (fd.Close() && written) return Streamed::Written;
@@ -280,27 +278,176 @@ Streamed WriteFileAt(int dirfd, const QByteArray &name, const Outgoing &out, Eve
     return result;
 }
 
-// Writes the stored file `file`, `size` bytes, to `relative` ("/" between
-// levels) below the chosen folder, making its folders. A file that fits the
-// chunk is read before anything is made for it; the common case, a new file
-// in a folder that is there, then takes one call to make. When the disk
-// fails at a folder, `failed` is its disk path; at the file, it stays empty.
-Streamed PlaceFile(FolderWalk &walk, const QString &relative, mpq::MpqHandle file, std::uint32_t size,
-                   std::vector<char> &chunk, EventQueue &beat, QString &failed)
+// The path below the folder that DiskPathBelow gives for `path`, found
+// without taking it apart when it is plain: no empty, "." or ".." level, no
+// drive, no NUL, nothing absolute.
+QString RelativePath(const QString &path)
 {
-    if (chunk.empty()) chunk.resize(kChunk);
-    const Outgoing out{file, size, size <= kChunk, chunk};
-    if (out.whole && !ReadWhole(out)) return Streamed::NotRead;
-    const QByteArray path = PathBytes(relative);
+    bool plain = !path.isEmpty();
+    for (qsizetype i = 0, start = 0; plain && i <= path.size(); ++i) {
+        const QChar c = i < path.size() ? path[i] : kStoredSeparator;
+        if (c == QChar(0)) {
+            plain = false;
+        } else if (c == kStoredSeparator || c == u'/') {
+            const QStringView level = QStringView(path).sliced(start, i - start);
+            plain = !level.isEmpty() && level != u"." && level != u".." && !(start == 0 && level.contains(u':'));
+            start = i + 1;
+        }
+    }
+    if (!plain) return DiskPathBelow(QString(), path);
+    QString relative = path;
+    return relative.replace(kStoredSeparator, u'/');
+}
+
+// One name of a batch as the reading leaves it for the writing.
+struct ReadName {
+    QString status;           // the status text that names it
+    QString relative;         // its path below the folder; empty: it would climb out
+    QByteArray path;          // the same, as the file system takes it
+    std::int64_t size = -1;   // -1: not stored, or it did not open
+    bool whole = false;       // it fits a chunk, and `bytes` holds it all
+    std::vector<char> bytes;
+    mpq::StoredFile file;     // a larger file, open for the writing to read as it writes
+};
+
+// Reads the names of a batch in order. With `ahead`, a thread of its own
+// reads a few names ahead of the writing, so that the engine's work on one
+// name and the disk's on another overlap; without, each name is read when
+// asked for (and an engine that fails on a name fails in the asking). Only
+// one file of the archive is open at a time: a file larger than a chunk is
+// handed over open, and the reading waits until the writing has closed it.
+class NameReader {
+public:
+    NameReader(mpq::MpqHandle archive, const QList<QByteArray> &names, const QStringList &paths, bool ahead)
+        : archive_(archive), names_(names), paths_(paths), extracting_(Texts().StatusBarExtract)
+    {
+        try {
+            if (ahead && names.size() > 1) thread_ = std::thread([this] { ReadAhead(); });
+        } catch (const std::system_error &) {
+            // No thread to be had: each name is read when asked for.
+        }
+    }
+    NameReader(const NameReader &) = delete;
+    NameReader &operator=(const NameReader &) = delete;
+    ~NameReader()
+    {
+        {
+            const std::lock_guard<std::mutex> hold(lock_);
+            stopped_ = true;
+        }
+        room_.notify_one();
+        if (thread_.joinable()) thread_.join();
+    }
+
+    // The next name of the batch.
+    ReadName Next()
+    {
+        if (!thread_.joinable()) return Read(next_++);
+        std::unique_lock<std::mutex> hold(lock_);
+        if (ready_.empty()) {
+            writerWaits_ = true;
+            readable_.wait(hold, [this] { return !ready_.empty(); });
+            writerWaits_ = false;
+        }
+        ReadName name = std::move(ready_.front());
+        ready_.pop_front();
+        held_ -= name.bytes.size();
+        if (readerWaits_ && HalfEmpty()) room_.notify_one();
+        return name;
+    }
+
+    // The writing has closed the file it was handed: the reading goes on.
+    void Closed()
+    {
+        const std::lock_guard<std::mutex> hold(lock_);
+        lent_ = false;
+        if (readerWaits_ && HalfEmpty()) room_.notify_one();
+    }
+
+private:
+    // Names read ahead, and their bytes, at most. A reading that is that far
+    // ahead waits until the writing has taken half of them: the two threads
+    // wake each other seldom, not at every name.
+    static constexpr std::size_t kAhead = 64, kAheadBytes = std::size_t{8} << 20;
+    bool HalfEmpty() const { return !lent_ && ready_.size() <= kAhead / 2 && held_ <= kAheadBytes / 2; }
+
+    ReadName Read(qsizetype i) const
+    {
+        ReadName name;
+        const QString shown = DecodeBytes(BareName(names_[i]));
+        name.status = ReplaceValue(extracting_, shown);
+        // Only paths that stay below the folder are written; "..", "\x" and
+        // "C:x" would reach elsewhere. Their files are not even opened.
+        name.relative = RelativePath(i < paths_.size() ? paths_[i] : shown);
+        if (name.relative.isEmpty()) return name;
+        name.path = PathBytes(name.relative);
+        mpq::StoredFile file = mpq::SFileOpenFileEx(archive_, names_[i].toStdString());
+        name.size = mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE);
+        if (name.size > kChunk) name.file = std::move(file);
+        if (name.size < 0 || name.size > kChunk) return name;
+        const auto size = static_cast<std::uint32_t>(name.size);
+        name.bytes.resize(size);
+        std::uint32_t read = 0;
+        name.whole = size == 0 || (mpq::SFileReadFile(file.get(), name.bytes.data(), size, &read, nullptr) && read == size);
+        return name;
+    }
+
+    void ReadAhead()
+    {
+        for (qsizetype i = 0; i < names_.size(); ++i) {
+            {
+                std::unique_lock<std::mutex> hold(lock_);
+                if (lent_ || ready_.size() >= kAhead || held_ >= kAheadBytes) {
+                    readerWaits_ = true;
+                    room_.wait(hold, [this] { return stopped_ || HalfEmpty(); });
+                    readerWaits_ = false;
+                }
+                if (stopped_) return;
+            }
+            ReadName name = Read(i);
+            const std::lock_guard<std::mutex> hold(lock_);
+            lent_ = name.file != nullptr;
+            held_ += name.bytes.size();
+            ready_.push_back(std::move(name));
+            if (writerWaits_) readable_.notify_one();
+        }
+    }
+
+    const mpq::MpqHandle archive_;
+    const QList<QByteArray> &names_;
+    const QStringList &paths_;
+    const QString extracting_;
+    qsizetype next_ = 0;  // without a thread: the name asked for next
+    std::mutex lock_;
+    std::condition_variable readable_, room_;
+    std::deque<ReadName> ready_;
+    std::size_t held_ = 0;  // bytes in `ready_`
+    bool lent_ = false;     // a file is open with the writing
+    bool stopped_ = false;
+    bool writerWaits_ = false, readerWaits_ = false;
+    std::thread thread_;
+};
+
+// Writes the name read to its path ("/" between levels) below the chosen
+// folder, making its folders; the common case, a new file read whole in a
+// folder that is there, takes one call to make. When the disk fails at a
+// folder, `failed` is its disk path; at the file, it stays empty.
+Streamed PlaceFile(FolderWalk &walk, const ReadName &name, std::vector<char> &chunk, EventQueue &beat,
+                   QString &failed)
+{
+    if (name.size < 0 || (!name.whole && !name.file)) return Streamed::NotRead;
+    const Outgoing out{static_cast<std::uint32_t>(name.size), name.whole, name.bytes.data(), name.file.get(), &chunk};
+    bool folderMissing = false;
     if (out.whole) {
-        Descriptor fd(walk.OpenBelow(path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-        if (fd.valid()) return FillNew(std::move(fd), walk.Base(), path, out);
+        Descriptor fd(walk.OpenBelow(name.path, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+        if (fd.valid()) return FillNew(std::move(fd), walk.Base(), name.path, out);
+        folderMissing = errno == ENOENT;
     }
     // A missing folder, a file there already, a link, or no such call: level
     // by level, each told apart.
-    QStringList levels = relative.split(QLatin1Char('/'));
+    QStringList levels = name.relative.split(QLatin1Char('/'));
     const QString leaf = levels.takeLast();
-    const Placed placed = walk.Reach(levels, failed);
+    const Placed placed = walk.Reach(levels, failed, folderMissing);
     if (placed != Placed::Ready) return placed == Placed::Link ? Streamed::Link : Streamed::Failed;
     return WriteFileAt(walk.Fd(), PathBytes(leaf), out, beat);
 }
@@ -309,7 +456,8 @@ Streamed PlaceFile(FolderWalk &walk, const QString &relative, mpq::MpqHandle fil
 // written) and, for a failed disk, the path that failed.
 QByteArray ItemOutcome(Refusal why, const QString &failedPath)
 {
-    return QByteArray(1, static_cast<char>(why)) + failedPath.toUtf8();
+    static const QByteArray written(1, static_cast<char>(Refusal::None));  // the common one, made once
+    return why == Refusal::None ? written : QByteArray(1, static_cast<char>(why)) + failedPath.toUtf8();
 }
 
 // Where the name at `i` goes below the folder, "\" or "/" between levels:
@@ -320,9 +468,10 @@ QString PathOf(const QList<QByteArray> &names, const QStringList &paths, qsizety
 }
 
 // The extraction itself, in this process: each name's outcome goes to
-// `onItem` (None when it was written) as it is known, once per name.
+// `onItem` (None when it was written) as it is known, once per name. With
+// `ahead`, the names are read ahead of the writing (NameReader).
 ExtractReport ExtractHere(const QString &archivePath, const QList<QByteArray> &names, const QStringList &paths,
-                          const QString &base, StatusPanel &status, EventQueue &events,
+                          const QString &base, bool ahead, StatusPanel &status, EventQueue &events,
                           const std::function<void()> &onOpened,
                           const std::function<void(Refusal, const QString &)> &onItem)
 {
@@ -334,37 +483,32 @@ ExtractReport ExtractHere(const QString &archivePath, const QList<QByteArray> &n
     else report.archive = Refusal::NotAnArchive;
 
     FolderWalk walk(base);
-    std::vector<char> chunk;  // made at the first file, reused by the others
-    const QString extracting = Texts().StatusBarExtract;
-    for (qsizetype i = 0; i < names.size(); ++i) {
-        const QByteArray &name = names[i];
+    std::vector<char> chunk;  // made at the first large file, reused by the others
+    NameReader reader(archive.get(), names, paths, ahead);
+    for (const QByteArray &name : names) {
         // The user may stop the batch between two files.
         if (events.Cancelled()) {
             report.cancelled = true;
             break;
         }
-        const QString shown = DecodeBytes(BareName(name));
-        status.SetStatusText(ReplaceValue(extracting, shown));
-        // Only paths that stay below the folder are written; "..", "\x" and
-        // "C:x" would reach elsewhere.
-        const QString relative = DiskPathBelow(QString(), i < paths.size() ? paths[i] : shown);
-        if (relative.isEmpty()) {
+        ReadName read = reader.Next();
+        status.SetStatusText(read.status);
+        if (read.relative.isEmpty()) {
             report.refused.append({name, Refusal::OutsideFolder});
             onItem(Refusal::OutsideFolder, {});
             events.Yield();
             continue;
         }
-
-        const mpq::StoredFile file = mpq::SFileOpenFileEx(archive.get(), name.toStdString());
-        const std::int64_t size = mpq::SFileGetFileInfo(file.get(), mpq::SFILE_INFO_SIZE);
         QString failedPath;
-        const Streamed streamed =
-            size < 0 ? Streamed::NotRead
-                     : PlaceFile(walk, relative, file.get(), static_cast<std::uint32_t>(size), chunk, events, failedPath);
+        const Streamed streamed = PlaceFile(walk, read, chunk, events, failedPath);
+        if (read.file) {
+            read.file.reset();
+            reader.Closed();
+        }
         if (streamed == Streamed::Failed) {
             // The disk ends the batch. The status keeps this entry's text,
             // so the user sees where it stopped.
-            if (failedPath.isEmpty()) failedPath = base + relative;
+            if (failedPath.isEmpty()) failedPath = base + read.relative;
             report.refused.append({name, Refusal::DiskFailure});
             report.failedPath = failedPath;
             onItem(Refusal::DiskFailure, failedPath);
@@ -426,7 +570,7 @@ ExtractReport ExtractFilesTo(const QString &archivePath, const QList<QByteArray>
             [&](ChildPorts &ports) {
                 ports.SetItemsAtOnce(careful);
                 const ExtractReport part = ExtractHere(
-                    archivePath, batch, batchPaths, base, ports, ports, [&] { ports.ItemDone({}); },
+                    archivePath, batch, batchPaths, base, !careful, ports, ports, [&] { ports.ItemDone({}); },
                     [&](Refusal why, const QString &failedPath) { ports.ItemDone(ItemOutcome(why, failedPath)); });
                 return part.cancelled ? 1 : part.archive == Refusal::NotAnArchive ? 2 : 0;
             },

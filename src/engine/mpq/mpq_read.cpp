@@ -11,11 +11,17 @@ StoredFile SFileOpenFileEx(MpqHandle archive, const std::string &storedName)
 {
     const StoredName stored(storedName);
     if (StormArchive(archive) == nullptr || !stored.valid) return nullptr;
-    const std::string engineName = EngineName(archive, stored.name);
     HANDLE storm = nullptr;
     {
         const LocaleScope scope(stored.locale);
-        if (!::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) return nullptr;
+        // By its name, one look in the hash table; a name that is not stored
+        // may stand for a file-table entry ("~unknowns").
+        if (!::SFileOpenFileEx(archive->storm, stored.name.c_str(), SFILE_OPEN_FROM_MPQ, &storm)) {
+            const std::string engineName = EngineName(archive, stored.name);
+            if (engineName == stored.name ||
+                !::SFileOpenFileEx(archive->storm, engineName.c_str(), SFILE_OPEN_FROM_MPQ, &storm))
+                return nullptr;
+        }
     }
     if (!IsVariant(storm, stored.locale)) {
         ::SFileCloseFile(storm);
