@@ -46,17 +46,7 @@ std::size_t ReadAt(int fd, std::uint64_t offset, void *buffer, std::size_t size)
     return done;
 }
 
-void Decrypt(std::vector<std::uint32_t> &words, std::uint32_t key)
-{
-    const auto &table = CryptTable();
-    std::uint32_t seed = 0xEEEEEEEE;
-    for (std::uint32_t &word : words) {
-        seed += table[0x400 + (key & 0xFF)];
-        word ^= key + seed;
-        key = ((~key << 0x15) + 0x11111111) | (key >> 0x0B);
-        seed = word + seed + (seed << 5) + 3;
-    }
-}
+void Decrypt(std::vector<std::uint32_t> &words, std::uint32_t key) { DecryptWords(words, key); }
 
 // The work runs in a child process (mpq_isolation.h): a crash there ends
 // only the child.
