@@ -13,7 +13,7 @@
 #include <cstdio>
 #include <functional>
 
-#include "editing/helpers/dialogs.h"
+#include "dialogs/dialogs.h"
 #include "shell/archive_list_model.h"
 #include "shell/archive_list_view.h"
 #include "bench_window.h"

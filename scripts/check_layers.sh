@@ -27,6 +27,19 @@ forbid "$(sources src/engine)" 'Q[A-Za-z]|qt' "the engine uses no Qt"
 forbid "$(sources src/core)" 'QtWidgets|QtGui|Q(Widget|Dialog|Application|Action|Menu|Label|Icon|Pixmap|Painter|Color|Font)\b' \
   "the core uses Qt Core only"
 forbid "$(sources src/cli)" 'mpq/' "the command-line tool goes through the core, not the engine"
+
+# Inside the core each folder may include only itself and the folders before
+# it: base (text encoding, paths, refusals, reports, folder walks, scratch
+# folders), the child process boundary, the listing, the settings, editing,
+# the previews, the tools, then the properties and the session.
+core_order=(base boundary listing config editing preview tools properties session)
+for ((i = 0; i < ${#core_order[@]}; i++)); do
+  above=$(IFS='|'; echo "${core_order[*]:i+1}")
+  [ -z "$above" ] || forbid "$(sources "src/core/${core_order[i]}")" "($above)/" \
+    "src/core/${core_order[i]} includes a part of the core above it"
+done
+unlisted=$(comm -23 <(ls src/core | grep -v CMakeLists.txt | sort) <(printf '%s\n' "${core_order[@]}" | sort))
+[ -z "$unlisted" ] || complain "core folders without a place in the order: $unlisted"
 forbid "$(sources src/engine src/core src/forms src/cli)" 'shell/' "only the window includes src/shell"
 
 # StormLib's own structures, laid out as one version lays them, and the

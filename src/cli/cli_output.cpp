@@ -6,7 +6,7 @@
 
 #include "exit_status.h"
 #include "listing/locale_tags.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 void PrintError(const QString &message)
 {

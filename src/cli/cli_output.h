@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "listing/list_row.h"
 #include "listing/row_order.h"  // a listing's records, as the core sorts them
 

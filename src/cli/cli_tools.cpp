@@ -5,7 +5,7 @@
 
 #include "cli_output.h"
 #include "exit_status.h"
-#include "editing/helpers/paths.h"
+#include "base/paths.h"
 #include "tools/embed_archive.h"
 #include "tools/mpq_header.h"
 

@@ -1,7 +1,7 @@
 // arcavera-cli's exit status for each reason the core gives for a refusal.
 #pragma once
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "tools/embed_archive.h"
 
 // Bad usage: an unknown option or command, an argument too many or too few.

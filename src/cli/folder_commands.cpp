@@ -10,7 +10,7 @@
 #include "editing/archive_check.h"
 #include "exit_status.h"
 #include "listing/listing_options.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "tools/folder_pack.h"
 
 namespace {

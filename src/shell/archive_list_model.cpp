@@ -4,7 +4,7 @@
 
 #include "config/catalogue.h"
 #include "listing/row_order.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 namespace {
 

@@ -7,7 +7,7 @@
 #include <QProgressDialog>
 
 #include "config/catalogue.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "shell/window_ports.h"
 
 BatchProgress::BatchProgress(QWidget *parent, StatusReport &status, int count) : parent_(parent), status_(status)

@@ -6,7 +6,7 @@
 #include <QMouseEvent>
 #include <QStyle>
 
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "shell/frm_main_icons.h"
 
 namespace {

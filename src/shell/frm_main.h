@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "config/app_config.h"
-#include "editing/helpers/dialogs.h"
+#include "dialogs/dialogs.h"
 #include "session/archive_session.h"
 #include "shell/archive_list_model.h"
 #include "shell/commands.h"

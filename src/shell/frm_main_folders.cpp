@@ -5,9 +5,9 @@
 #include "config/catalogue.h"
 #include "config/listing_setup.h"
 #include "editing/archive_update.h"
-#include "editing/helpers/dialogs.h"
-#include "editing/helpers/paths.h"
-#include "listing/text_encoding.h"
+#include "dialogs/dialogs.h"
+#include "base/paths.h"
+#include "base/text_encoding.h"
 #include "shell/batch_progress.h"
 #include "tools/folder_pack.h"
 

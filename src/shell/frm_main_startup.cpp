@@ -20,7 +20,7 @@
 #include "config/frm_config.h"
 #include "config/registry.h"
 #include "config/startup.h"
-#include "editing/helpers/paths.h"
+#include "base/paths.h"
 #include "editing/helpers/shell_open.h"
 #include "editing/window_scratch.h"
 #include "layout/twips.h"

@@ -5,7 +5,7 @@
 #include <QProgressBar>
 #include <QStatusBar>
 
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "shell/folder_tree_widget.h"
 
 StatusReport::StatusReport(QWidget *client, int panel1MinWidth, int panel2Width)

@@ -6,9 +6,9 @@
 #include <QTest>
 
 #include "editing/find_pattern.h"
-#include "editing/helpers/dialogs.h"
-#include "editing/helpers/file_walk.h"
-#include "editing/helpers/paths.h"
+#include "dialogs/dialogs.h"
+#include "base/file_walk.h"
+#include "base/paths.h"
 #include "support/archive_factory.h"
 #include "support/scripted_dialogs.h"
 

@@ -13,7 +13,7 @@
 #include "listing/explorer_listing.h"
 #include "listing/name_sources.h"
 #include "listing/row_order.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "support/archive_factory.h"
 #include "support/damaged_data.h"
 #include "support/recording_ports.h"

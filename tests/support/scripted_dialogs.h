@@ -6,7 +6,7 @@
 #include <QList>
 #include <QStringList>
 
-#include "editing/helpers/dialogs.h"
+#include "dialogs/dialogs.h"
 
 struct ScriptedDialogs final : DialogProvider {
     struct Question {

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "mpq/mpq_library.h"
 
 namespace {

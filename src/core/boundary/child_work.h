@@ -13,7 +13,7 @@
 #include <functional>
 #include <optional>
 
-#include "listing/reporting.h"
+#include "base/reporting.h"
 #include "mpq/mpq_isolation.h"
 
 // The ports of work in a child: each call becomes a record for the parent.

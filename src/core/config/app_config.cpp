@@ -2,7 +2,8 @@
 
 #include "config/ini_file.h"
 #include "config/startup.h"
-#include "editing/drag_drop.h"
+#include "base/paths.h"
+#include "base/scratch_folder.h"
 
 #include <QDir>
 #include <QFile>
@@ -102,12 +103,6 @@ qsizetype NumberedCount(const IniDocument &doc, const QString &section, const QS
         if (ok && n > highest && n <= *count && digits == QString::number(n)) highest = n;
     }
     return static_cast<qsizetype>(highest);
-}
-
-bool IsFile(const QString &path)
-{
-    const QFileInfo info(path);
-    return !path.isEmpty() && info.exists() && !info.isDir();
 }
 
 QString Flag(bool on) { return on ? QStringLiteral("1") : QStringLiteral("0"); }

@@ -9,7 +9,7 @@
 #include <QTranslator>
 
 #include "config/ini_file.h"
-#include "editing/helpers/file_walk.h"
+#include "base/file_walk.h"
 #include "config/startup.h"
 
 namespace {

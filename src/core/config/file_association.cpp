@@ -3,7 +3,7 @@
 #include "config/ini_file.h"
 #include "config/registry.h"
 #include "config/startup.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 #include <QFile>
 #include <QFileInfo>

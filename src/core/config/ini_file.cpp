@@ -1,6 +1,6 @@
 #include "config/ini_file.h"
 
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 #include <QDir>
 #include <QFile>

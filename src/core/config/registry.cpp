@@ -1,7 +1,7 @@
 #include "config/registry.h"
 
 #include "config/ini_file.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -9,9 +9,9 @@
 #include "config/app_config.h"
 #include "config/catalogue.h"
 #include "editing/archive_update.h"
-#include "editing/helpers/paths.h"
+#include "base/paths.h"
 #include "mpq/mpq_library.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 namespace {
 

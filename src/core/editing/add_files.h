@@ -7,7 +7,7 @@
 
 #include <cstdint>
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "listing/reporting.h"
 
 struct AppConfig;

@@ -3,8 +3,8 @@
 #include <QFileInfo>
 
 #include "boundary/child_work.h"
-#include "editing/helpers/paths.h"
-#include "listing/text_encoding.h"
+#include "base/paths.h"
+#include "base/text_encoding.h"
 #include "mpq/mpq_library.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <QList>
 #include <QString>
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "listing/classic_listing.h"
 #include "mpq/mpq_library.h"
 

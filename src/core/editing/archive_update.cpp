@@ -8,7 +8,7 @@
 
 #include "config/catalogue.h"
 #include "editing/archive_check.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "mpq/mpq_journal.h"
 
 namespace {

@@ -9,7 +9,7 @@
 
 #include <QString>
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "boundary/child_work.h"
 #include "mpq/mpq_isolation.h"
 #include "mpq/mpq_library.h"

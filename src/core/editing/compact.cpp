@@ -9,7 +9,7 @@
 
 #include "editing/archive_check.h"
 #include "listing/classic_listing.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "mpq/mpq_library.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include <QList>
 #include <QString>
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "listing/listing_options.h"
 #include "listing/reporting.h"
 

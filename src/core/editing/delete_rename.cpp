@@ -8,7 +8,7 @@
 #include "editing/archive_update.h"
 #include "listing/locale_tags.h"
 #include "mpq/mpq_library.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <QList>
 #include <QString>
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "listing/reporting.h"
 
 // What a delete did, for faces that report it. The window looks at none of

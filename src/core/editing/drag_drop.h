@@ -6,7 +6,8 @@
 #include <QString>
 #include <QStringList>
 
-#include "listing/reporting.h"
+#include "base/reporting.h"
+#include "base/scratch_folder.h"
 
 // What a drop on the list adds: names relative to `baseFolder`, as AddFiles
 // takes them.
@@ -24,19 +25,6 @@ struct DropBatch {
 // them. The items go in the opposite order: the last dropped first. A path
 // that is gone gives an empty entry.
 DropBatch BuildDropBatch(const QStringList &droppedPaths);
-
-// Whether `path` is a folder of this user's own, itself no link: the only
-// kind of scratch folder that is ever written to or emptied, so that a link
-// or a folder another user put in its place is never followed.
-bool IsOwnFolder(const QString &path);
-// Makes the scratch folder when it is missing, for this user only. False
-// when there is no folder of this user's own at `path` afterwards.
-bool EnsureScratchFolder(const QString &path);
-
-// Removes everything below the scratch folder, hidden entries too; links
-// are removed, never followed. What cannot be removed stays. The folder
-// itself stays. A path that is no folder of this user's own is left alone.
-void EmptyScratchFolder(const QString &path);
 
 // What a drag out hands to the place it is dropped on: the scratch folder
 // `tempPath` is emptied (made when missing), the stored files `names` are

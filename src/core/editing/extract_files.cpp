@@ -27,10 +27,10 @@
 #include "boundary/child_work.h"
 #include "config/catalogue.h"
 #include "listing/locale_tags.h"
-#include "editing/helpers/paths.h"
+#include "base/paths.h"
 #include "mpq/mpq_library.h"
 #include "mpq/whole_io.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 namespace {
 

@@ -6,7 +6,7 @@
 #include <QString>
 #include <QStringList>
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "listing/reporting.h"
 
 // What an extraction did, for faces that report it.

@@ -1,6 +1,6 @@
 #include "editing/find_pattern.h"
 
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 bool LikePattern::Token::Fits(char16_t c) const
 {

@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "editing/drag_drop.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 namespace {
 

@@ -12,9 +12,9 @@
 #include "boundary/child_work.h"
 
 #include "listing/name_sources.h"
-#include "listing/names.h"
+#include "base/paths.h"
 #include "listing/slot_progress.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 namespace {
 

@@ -6,9 +6,9 @@
 
 #include "listing/classic_listing.h"
 #include "listing/name_sources.h"
-#include "listing/names.h"
+#include "base/paths.h"
 #include "listing/slot_progress.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <array>
 
 #include "listing/locale_tags.h"
-#include "listing/names.h"
-#include "listing/text_encoding.h"
+#include "base/paths.h"
+#include "base/text_encoding.h"
 #include "mpq/mpq_library.h"
 
 namespace {

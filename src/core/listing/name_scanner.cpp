@@ -12,8 +12,8 @@
 #include <unordered_set>
 
 #include "listing/name_sources.h"
-#include "listing/names.h"
-#include "listing/text_encoding.h"
+#include "base/paths.h"
+#include "base/text_encoding.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 
 #include "listing/content_type.h"
 #include "listing/name_scanner.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "listing/type_detection.h"
 
 std::string FormListText(bool internalListFound, std::string internalList, qint16 useLists,

@@ -1,5 +1,7 @@
 #include "preview/map_preview.h"
 
+#include "listing/reporting.h"
+
 #include <QImage>
 #include <QSaveFile>
 

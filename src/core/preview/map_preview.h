@@ -9,8 +9,8 @@
 
 #include <optional>
 
-#include "editing/refusal.h"
-#include "listing/reporting.h"
+#include "base/refusal.h"
+#include "base/reporting.h"
 #include "preview/image_reader.h"
 #include "preview/map_details.h"
 

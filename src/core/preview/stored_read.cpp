@@ -5,8 +5,9 @@
 #include <algorithm>
 
 #include "boundary/child_work.h"
-#include "editing/helpers/paths.h"
-#include "listing/text_encoding.h"
+#include "listing/reporting.h"
+#include "base/paths.h"
+#include "base/text_encoding.h"
 #include "mpq/mpq_library.h"
 #include "mpq/whole_io.h"
 

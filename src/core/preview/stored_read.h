@@ -7,8 +7,8 @@
 #include <QList>
 #include <QString>
 
-#include "editing/refusal.h"
-#include "listing/reporting.h"
+#include "base/refusal.h"
+#include "base/reporting.h"
 
 // How much of a stored file a look takes.
 struct LookLimits {

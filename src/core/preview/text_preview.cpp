@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 namespace {
 

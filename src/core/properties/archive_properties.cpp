@@ -7,7 +7,8 @@
 #include <cstring>
 
 #include "boundary/child_work.h"
-#include "listing/text_encoding.h"
+#include "listing/reporting.h"
+#include "base/text_encoding.h"
 #include "preview/map_preview.h"
 #include "mpq/mpq_library.h"
 #include "tools/mpq_header.h"

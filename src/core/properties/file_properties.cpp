@@ -4,8 +4,8 @@
 
 #include "config/catalogue.h"
 #include "config/registry.h"
-#include "editing/helpers/paths.h"
-#include "listing/text_encoding.h"
+#include "base/paths.h"
+#include "base/text_encoding.h"
 
 QString GameFileTypeName(const QString &name)
 {

@@ -3,7 +3,7 @@
 #include <QFile>
 
 #include "config/listing_setup.h"
-#include "editing/helpers/paths.h"
+#include "base/paths.h"
 #include "listing/classic_listing.h"
 #include "listing/explorer_listing.h"
 

@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "tools/mpq_header.h"
 
 namespace {

@@ -8,9 +8,9 @@
 #include <QList>
 #include <QString>
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "listing/listing_options.h"
-#include "listing/reporting.h"
+#include "base/reporting.h"
 #include "tools/folder_manifest.h"
 
 struct AppConfig;

@@ -11,7 +11,7 @@
 #include "editing/extract_files.h"
 #include "listing/classic_listing.h"
 #include "listing/locale_tags.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "mpq/mpq_library.h"
 #include "mpq/mpq_shape.h"
 #include "tools/folder_pack.h"

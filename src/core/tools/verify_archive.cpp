@@ -1,9 +1,9 @@
 #include "tools/verify_archive.h"
 
 #include "editing/archive_check.h"
-#include "editing/helpers/paths.h"
+#include "base/paths.h"
 #include "listing/classic_listing.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "mpq/mpq_library.h"
 
 namespace {

@@ -7,9 +7,9 @@
 #include <QList>
 #include <QString>
 
-#include "editing/refusal.h"
+#include "base/refusal.h"
 #include "listing/listing_options.h"
-#include "listing/reporting.h"
+#include "base/reporting.h"
 
 // What is wrong with a stored file, as bits: a file may have several faults.
 enum FileFault : quint32 {

@@ -13,7 +13,7 @@
 
 #include "config/catalogue.h"
 #include "config/file_association.h"
-#include "editing/helpers/dialogs.h"
+#include "dialogs/dialogs.h"
 
 namespace {
 

@@ -15,7 +15,7 @@
 
 #include <memory>
 
-#include "editing/helpers/dialogs.h"
+#include "dialogs/dialogs.h"
 
 class QWidget;
 

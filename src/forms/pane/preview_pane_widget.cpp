@@ -23,7 +23,7 @@
 #include <atomic>
 
 #include "config/catalogue.h"
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 #include "pane/code_highlighter.h"
 #include "preview/map_preview.h"
 #include "properties/file_properties.h"

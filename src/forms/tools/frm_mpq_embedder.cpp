@@ -9,7 +9,7 @@
 #include <QPushButton>
 
 #include "config/catalogue.h"
-#include "editing/helpers/dialogs.h"
+#include "dialogs/dialogs.h"
 #include "tools/archive_drum_widget.h"
 #include "tools/embed_archive.h"
 #include "tools/mpq_header.h"

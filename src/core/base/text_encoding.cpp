@@ -1,4 +1,4 @@
-#include "listing/text_encoding.h"
+#include "base/text_encoding.h"
 
 #include <QFile>
 

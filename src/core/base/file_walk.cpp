@@ -1,4 +1,4 @@
-#include "editing/helpers/file_walk.h"
+#include "base/file_walk.h"
 
 #include <QDir>
 #include <QFile>
@@ -7,7 +7,7 @@
 
 #include <algorithm>
 
-#include "editing/helpers/paths.h"
+#include "base/paths.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "editing/helpers/dialogs.h"
+#include "dialogs/dialogs.h"
 
 #include <QDir>
 
