@@ -4,42 +4,38 @@
 #include <string>
 #include <string_view>
 
+#include <QDir>
+#include <QFileInfo>
+
+#include "config/catalogue.h"
+#include "editing/archive_check.h"
 #include "exit_status.h"
+#include "listing/classic_listing.h"
 #include "listing/locale_tags.h"
 #include "base/text_encoding.h"
 
-void PrintError(const QString &message)
+QString ExistingArchive(const QString &argument, int &status)
 {
-    std::fprintf(stderr, "arcavera-cli: %s\n", EscapeControls(message).toUtf8().constData());
+    const QString path = QFileInfo(argument).absoluteFilePath();
+    status = Refuse(CheckPath(path), About::Archive, path);
+    return status ? QString() : path;
 }
 
-// Why `path` is no archive to read or change, said on standard error, as
-// its exit status; 0 when it is one.
-int ReportArchiveCheck(const QString &path, Refusal why)
+QString CleanAbsolutePath(const QString &path) { return QDir::cleanPath(QFileInfo(path).absoluteFilePath()); }
+
+std::vector<ListRow> ListedRows(const QString &path, const ListingOptions &options, qint64 &totalSize, int &status)
 {
-    switch (why) {
-    case Refusal::Missing:
-        PrintError(QStringLiteral("%1: no such file").arg(path));
-        break;
-    case Refusal::WrongKind:
-        PrintError(QStringLiteral("%1: is a folder, not an archive").arg(path));
-        break;
-    case Refusal::EmptyFile:
-        PrintError(QStringLiteral("%1: is empty, it holds no MPQ archive; left as it is").arg(path));
-        break;
-    case Refusal::NotAnArchive:
-        PrintError(QStringLiteral("%1: holds no MPQ archive").arg(path));
-        break;
-    case Refusal::Damaged:
-        PrintError(QStringLiteral("%1: damaged, reading it stopped the engine").arg(path));
-        break;
-    case Refusal::Malformed:
-        PrintError(QStringLiteral("%1: a malformed archive (a protected map): it can be read, never changed").arg(path));
-        break;
-    default:
-        break;
-    }
-    return ExitStatus(why);
+    CollectingPorts ports;
+    totalSize = 0;
+    status = Refuse(WhyNotRead(ListArchiveRows(path, options, ports, ports, ports, &totalSize)), About::Archive, path);
+    return std::move(ports.rows);
+}
+
+void VerbosePanel::SetStatusText(const QString &text)
+{
+    if (!verbose || text == Texts().StatusBarReady) return;
+    std::fputs(EscapeControls(text).toUtf8().constData(), stdout);
+    std::fputc('\n', stdout);
 }
 
 namespace {
@@ -61,13 +57,6 @@ void AppendColumn(Buffer &out, const QString &text)
 }
 
 }  // namespace
-
-QString ShownName(const QByteArray &storedName)
-{
-    const std::uint16_t locale = NameLocale(storedName);
-    const QString text = DecodeBytes(BareName(storedName));
-    return locale == 0 ? text : QStringLiteral("%1 [%2]").arg(text, LocaleTag(locale));
-}
 
 QByteArray RowLine(const ListRow &row)
 {

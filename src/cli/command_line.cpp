@@ -2,6 +2,8 @@
 
 #include <QFileInfo>
 
+#include "cli_commands.h"
+
 namespace {
 
 bool TakesValue(const QString &name)
@@ -11,17 +13,27 @@ bool TakesValue(const QString &name)
            name == QLatin1String("--max-files") || name == QLatin1String("--size") || name == QLatin1String("--locale");
 }
 
-bool IsKnown(const QString &name)
+// Every command takes these.
+bool IsGeneral(const QString &name)
 {
-    return TakesValue(name) || name == QLatin1String("-h") || name == QLatin1String("--help") ||
-           name == QLatin1String("-v") || name == QLatin1String("--verbose") || name == QLatin1String("--no-scan") ||
-           name == QLatin1String("--version") ||
-           name.startsWith(QLatin1String("--ini="));
+    for (const char *general : {"--ini", "-v", "--verbose", "--no-scan", "-h", "--help", "--version"})
+        if (name == QLatin1String(general)) return true;
+    return name.startsWith(QLatin1String("--ini="));
 }
 
-QString UnknownOption(const QString &name)
+bool Owns(const CliCommand &command, const QString &name)
 {
-    return QStringLiteral("unknown option %1 (put -- before names that begin with -)").arg(name);
+    for (const char *option : command.options)
+        if (option && name == QLatin1String(option)) return true;
+    return false;
+}
+
+bool IsKnown(const QString &name)
+{
+    if (IsGeneral(name)) return true;
+    for (const CliCommand &command : Commands())
+        if (Owns(command, name)) return true;
+    return false;
 }
 
 }  // namespace
@@ -74,34 +86,31 @@ QString IniOption(const CommandLine &line)
     return ini;
 }
 
-QString GeneralUsageError(const CommandLine &line)
+std::optional<OptionProblem> CheckOptions(const CommandLine &line, const CliCommand *command)
 {
     for (const CommandLine::Option &option : line.options) {
-        if (!option.known || option.name == QLatin1String("--exe") || option.name == QLatin1String("--mpq"))
-            return UnknownOption(option.name);
-        if (TakesValue(option.name) && !option.value)
-            return option.name + (option.name == QLatin1String("--ini")  ? QStringLiteral(" needs a file")
-                                  : option.name == QLatin1String("--to") ? QStringLiteral(" needs a folder")
-                                                                         : QStringLiteral(" needs a value"));
+        if (!option.known)
+            return OptionProblem{Say::UnknownOption, option.name, {}};
+        if (TakesValue(option.name) && (!option.value || (option.value->isEmpty() && option.name != QLatin1String("--prefix"))))
+            return OptionProblem{option.name == QLatin1String("--to") ? Say::NeedsFolder
+                                 : option.name == QLatin1String("--ini") || option.name == QLatin1String("--exe") ||
+                                         option.name == QLatin1String("--mpq")
+                                     ? Say::NeedsFile
+                                     : Say::NeedsValue,
+                                 option.name, {}};
     }
-    return {};
-}
-
-QString SplitUsageError(const CommandLine &line)
-{
-    bool exeGiven = false, mpqGiven = false;
-    for (const CommandLine::Option &option : line.options) {
-        if (!option.known) return UnknownOption(option.name);
-        if (option.name == QLatin1String("--exe") || option.name == QLatin1String("--mpq")) {
-            bool &given = option.name == QLatin1String("--exe") ? exeGiven : mpqGiven;
-            if (!option.value || option.value->isEmpty()) return option.name + QStringLiteral(" needs a file");
-            if (given) return option.name + QStringLiteral(" is given twice");
-            given = true;
-        } else if (option.name == QLatin1String("--to")) {
-            return QStringLiteral("--to belongs to extract");
-        } else if (option.name == QLatin1String("--prefix")) {
-            return QStringLiteral("--prefix belongs to add");
+    if (!command) return std::nullopt;
+    for (qsizetype n = 0; n < line.options.size(); ++n) {
+        const QString &name = line.options[n].name;
+        if (IsGeneral(name)) continue;
+        if (!Owns(*command, name)) {
+            QStringList owners;
+            for (const CliCommand &other : Commands())
+                if (Owns(other, name)) owners.append(QLatin1String(other.name));
+            return OptionProblem{Say::BelongsTo, name, owners.join(QStringLiteral(", "))};
         }
+        for (qsizetype m = 0; m < n; ++m)
+            if (line.options[m].name == name) return OptionProblem{Say::GivenTwice, name, {}};
     }
-    return {};
+    return std::nullopt;
 }

@@ -1,6 +1,7 @@
 // The one reading of arcavera-cli's command line: the options, wherever
-// they stand, and the command with its arguments. Each command then takes
-// the options it owns and refuses the others.
+// they stand, and the command with its arguments. The general options go
+// with every command; the others belong to the commands that the command
+// table names as their owners.
 #pragma once
 
 #include <QList>
@@ -8,6 +9,8 @@
 #include <QStringList>
 
 #include <optional>
+
+#include "cli_words.h"
 
 struct CommandLine {
     // An option as it stood, in the order of the command line.
@@ -26,20 +29,25 @@ struct CommandLine {
     bool Has(const QString &name) const;
 };
 
-// Reads `argv` (the program first). --ini, --to, --prefix, --exe and --mpq
-// take the next word as their value, whatever it looks like.
+// Reads `argv` (the program first). An option that takes a value (--ini,
+// --to, --prefix, --exe, --mpq, --format, --max-files, --size, --locale)
+// takes the next word, whatever it looks like.
 CommandLine ReadCommandLine(const QStringList &argv);
 
 // The settings file the command line names (--ini FILE or --ini=FILE, made
 // absolute), or empty.
 QString IniOption(const CommandLine &line);
 
-// The first usage error of a command other than split, in the order of the
-// command line: an unknown option (--exe and --mpq among them) or one that
-// lacks its value. Empty when there is none.
-QString GeneralUsageError(const CommandLine &line);
+struct CliCommand;
 
-// The first usage error of split, whose options --exe and --mpq are its own:
-// one of them without a file or given twice, --to or --prefix, an unknown
-// option. Empty when there is none.
-QString SplitUsageError(const CommandLine &line);
+// What is wrong with the options of a command line: its words and values.
+struct OptionProblem {
+    Say what;
+    QString first, second;
+};
+
+// The first problem of the options, in the order of the command line: an
+// unknown option, one that lacks its value; then, once the command is known
+// (`command` not null), an option that belongs to another command, or one of
+// its own given twice.
+std::optional<OptionProblem> CheckOptions(const CommandLine &line, const CliCommand *command);

@@ -287,6 +287,33 @@ private slots:
         for (const auto &[system, item] : {std::pair{"de_CH", 3}, {"de-AT", 1}, {"fr_FR", 0}, {"C", 0}}) QCOMPARE(LanguageOfLocale(list, system), item);
     }
 
+    // The command-line tool's language: the settings' when they name one, else the terminal's, else English.
+    void commandLineLanguage_data()
+    {
+        QTest::addColumn<QString>("settings");  // the settings file's text; empty for no file
+        QTest::addColumn<QString>("locale");
+        QTest::addColumn<QString>("spoken");    // the language file's name; empty for the built-in Italian
+        QTest::newRow("named by the settings") << "[Config]\nLanguage=De.lng\n" << "C" << "De.lng";
+        QTest::newRow("the built-in, named") << "[Config]\nLanguage=\n" << "en_US.UTF-8" << "";
+        QTest::newRow("settings without it") << "[Config]\nSortKey=1\n" << "it_IT.UTF-8" << "";
+        QTest::newRow("a language that ships") << "" << "de_AT.UTF-8@euro" << "De.lng";
+        QTest::newRow("C") << "" << "C" << "English.lng";
+        QTest::newRow("no locale") << "" << "" << "English.lng";
+        QTest::newRow("a language that does not ship") << "" << "fr_FR.UTF-8" << "English.lng";
+    }
+    void commandLineLanguage()
+    {
+        QFETCH(QString, settings);
+        QFETCH(QString, locale);
+        QFETCH(QString, spoken);
+        const QString folder = Path("cli-languages");
+        WriteFile(folder + "/English.lng", "[Language]\nQtLocale=en\n");
+        WriteFile(folder + "/De.lng", "[Language]\nQtLocale=de\n");
+        const QString ini = Path(QStringLiteral("cli-%1.ini").arg(QTest::currentDataTag()));
+        if (!settings.isEmpty()) WriteFile(ini, settings.toUtf8());
+        QCOMPARE(CommandLineLanguage(folder, ini, locale), LanguageFilePath(folder, spoken));
+    }
+
     // The English file that ships translates every text; placeholders and patterns stay.
     void englishTranslatesEveryText()
     {

@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "config/registry.h"
+#include "listing/locale_tags.h"
 #include "properties/archive_properties.h"
 #include "support/archive_factory.h"
 #include "support/damaged_data.h"
@@ -20,6 +21,8 @@
 #include "tools/verify_archive.h"
 
 using namespace fixtures;
+
+Q_DECLARE_METATYPE(VerifyReport)
 
 namespace {
 
@@ -247,6 +250,41 @@ private slots:
         const VerifyReport report = VerifyArchive(archive, ListingOptions{}, ports, ports, events);
         QTEST(Findings(report), "findings");
         QCOMPARE(ReadFile(archive), bytes);
+    }
+
+    // The report's lines: what was checked, each faulty file by its name (a variant's with its locale)
+    // and its faults, those past the shown ones counted, then the signature or what a stop left.
+    void verifyReportLines_data()
+    {
+        QTest::addColumn<VerifyReport>("report");
+        QTest::addColumn<qsizetype>("shown");
+        QTest::addColumn<QStringList>("lines");
+        const QList<FaultyFile> faulty{{"a.txt", FaultCrc32 | FaultMd5},
+                                       {VariantName("war3map.wts", 0x0407), FaultNotRead | FaultRawMd5},
+                                       {"b.txt", FaultSectorChecksum}};
+        const auto report = [](qint64 checked, const QList<FaultyFile> &files, SignatureVerdict signature, qint64 left = 0) {
+            return VerifyReport{Refusal::None, checked, files, signature, left};
+        };
+        QTest::newRow("sound") << report(3, {}, SignatureVerdict::StrongValid) << qsizetype(20)
+                               << QStringList{"File controllati: 3", "File con difetti: 0", "Firma: forte, valida"};
+        QTest::newRow("all shown, a variant") << report(5, faulty, SignatureVerdict::None) << qsizetype(-1)
+            << QStringList{"File controllati: 5", "File con difetti: 3",
+                           "a.txt: CRC32 diverso da (attributes); MD5 diverso da (attributes)",
+                           "war3map.wts [de-DE]: non si legge per intero; MD5 dei dati memorizzati errato",
+                           "b.txt: checksum di un settore errato", "Firma: nessuna"};
+        QTest::newRow("more than shown") << report(5, faulty, SignatureVerdict::Mismatch) << qsizetype(1)
+            << QStringList{"File controllati: 5", "File con difetti: 3",
+                           "a.txt: CRC32 diverso da (attributes); MD5 diverso da (attributes)", "... e altri 2",
+                           "Firma: non corrisponde all'archivio"};
+        QTest::newRow("stopped") << report(2, {}, SignatureVerdict::WeakValid, 7) << qsizetype(20)
+            << QStringList{"File controllati: 2", "File con difetti: 0",
+                           "Verifica interrotta: 7 file e la firma non sono stati controllati"};
+    }
+    void verifyReportLines()
+    {
+        QFETCH(VerifyReport, report);
+        QFETCH(qsizetype, shown);
+        QTEST(VerifyReportLines(report, shown), "lines");
     }
 
     // A WarCraft III map's header gives its name and flags only when they are there whole.

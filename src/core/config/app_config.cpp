@@ -1,5 +1,6 @@
 #include "config/app_config.h"
 
+#include "config/catalogue.h"
 #include "config/ini_file.h"
 #include "config/startup.h"
 #include "base/paths.h"
@@ -220,6 +221,19 @@ void WritePreviewShown(bool shown, const QString &iniPath)
 QString ReadLanguage(const QString &iniPath)
 {
     return ReadIni(kSectionConfig, QStringLiteral("Language"), iniPath, {});
+}
+
+QString CommandLineLanguage(const QString &languagesFolder, const QString &iniPath, const QString &locale)
+{
+    if (const std::optional<QString> named = IniDocument::Load(iniPath).Value(kSectionConfig, QStringLiteral("Language")))
+        return LanguageFilePath(languagesFolder, *named);
+    const LanguageList languages = ListLanguages(languagesFolder, {});
+    const QString name = locale.section(u'.', 0, 0).section(u'@', 0, 0);
+    qsizetype chosen = LanguageOfLocale(languages, name);
+    const QString spoken = languages.items.value(chosen).locale.section(u'_', 0, 0);
+    if (spoken.compare(name.section(u'_', 0, 0), Qt::CaseInsensitive) != 0)
+        chosen = LanguageOfLocale(languages, QStringLiteral("en"));
+    return LanguageFilePath(languagesFolder, languages.items.value(chosen).tag);
 }
 
 QStringList ExistingFiles(const QStringList &paths)

@@ -77,6 +77,13 @@ void SaveAppConfig(const AppConfig &config, const QStringList &listPaths, bool a
 // The keys of section Config that AppConfig does not hold.
 bool ReadAssociate(const QString &iniPath);    // "Associate", default false
 QString ReadLanguage(const QString &iniPath);  // "Language", default empty (built-in texts)
+// The language file a run of the command-line tool speaks: the one the
+// settings file `iniPath` names when it has the key (empty: the built-in
+// Italian), else the one of the terminal's locale `locale` (as LC_ALL,
+// LC_MESSAGES or LANG give it: "it_IT.UTF-8", "C"): the built-in Italian for
+// Italian, the file of another language when one ships, and English for the
+// rest ("C" and no locale among them), as terminal tools speak by default.
+QString CommandLineLanguage(const QString &languagesFolder, const QString &iniPath, const QString &locale);
 // The preview pane beside the list: section "Preview", key "Shown", off when
 // absent. Written only once the pane has been shown.
 bool ReadPreviewShown(const QString &iniPath);

@@ -68,14 +68,16 @@ AddReport AddHere(const QString &archivePath, const QStringList &names, const QS
             report.cancelled = true;
             break;
         }
-        status.SetStatusText(ReplaceValue(Texts().StatusBarAdd, name));
+        // The file is announced by the name it is stored under.
+        const QByteArray storedName = prefix + PathBytes(StoredNameFromRelativePath(name));
+        status.SetStatusText(ReplaceValue(Texts().StatusBarAdd, DecodeBytes(storedName)));
         const AddMethod method = ChooseAddMethod(name, config);
         if (method.kind == AddMethod::Skip) {
             report.refused.append({name, Refusal::UnknownCompression});
         } else {
             // A folder ending in "/" gives "//", which the file system reads as one.
             const std::string source = PathBytes(sourceFolder + QLatin1Char('/') + name).toStdString();
-            const std::string stored = mpq::LocaleVariant((prefix + PathBytes(StoredNameFromRelativePath(name))).toStdString(), locale);
+            const std::string stored = mpq::LocaleVariant(storedName.toStdString(), locale);
             const bool added =
                 method.kind == AddMethod::Wave
                     ? mpq::MpqAddWaveToArchive(update.get(), source, stored, method.flags,

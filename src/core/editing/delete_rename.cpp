@@ -23,11 +23,14 @@ DeleteReport DeleteHere(const QString &archivePath, const QList<QByteArray> &nam
     }
     QList<QByteArray> notDeleted;
     for (const QByteArray &name : names) {
-        status.SetStatusText(ReplaceValue(Texts().StatusBarDelete, DecodeBytes(name)));
-        if (mpq::MpqDeleteFile(update.get(), name.toStdString()))
+        // Announced once gone, so that a name the archive does not store is
+        // never said to be deleted.
+        if (mpq::MpqDeleteFile(update.get(), name.toStdString())) {
+            status.SetStatusText(ReplaceValue(Texts().StatusBarDelete, DecodeBytes(name)));
             ++report.deleted;
-        else
+        } else {
             notDeleted.append(name);
+        }
     }
     const bool written = update.Close();
     if (!written) {

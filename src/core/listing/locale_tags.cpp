@@ -3,6 +3,7 @@
 #include <array>
 #include <string_view>
 
+#include "base/text_encoding.h"
 #include "mpq/mpq_library.h"
 
 namespace {
@@ -91,4 +92,11 @@ QString VariantPath(const QString &path, std::uint16_t locale)
     const qsizetype dot = path.lastIndexOf(QLatin1Char('.'));
     const QString tag = QLatin1Char('.') + LocaleTag(locale);
     return dot <= level + 1 ? path + tag : path.left(dot) + tag + path.mid(dot);
+}
+
+QString ShownName(const QByteArray &storedName)
+{
+    const std::uint16_t locale = NameLocale(storedName);
+    const QString text = DecodeBytes(BareName(storedName));
+    return locale == 0 ? text : QStringLiteral("%1 [%2]").arg(text, LocaleTag(locale));
 }

@@ -24,6 +24,9 @@ QStringList KnownLocaleTags();
 // locale (0 for a neutral name).
 QByteArray BareName(const QByteArray &storedName);
 std::uint16_t NameLocale(const QByteArray &storedName);
+// A stored name as messages and reports name it: its text, and the tag of a
+// locale variant in brackets after it ("war3map.wts [de-DE]").
+QString ShownName(const QByteArray &storedName);
 // The stored name of the variant `locale` of `name`.
 QByteArray VariantName(const QByteArray &name, std::uint16_t locale);
 // The path of a locale variant that cannot have its name's own path: the

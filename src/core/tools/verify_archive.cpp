@@ -1,8 +1,12 @@
 #include "tools/verify_archive.h"
 
+#include <algorithm>
+
+#include "config/catalogue.h"
 #include "editing/archive_check.h"
 #include "base/paths.h"
 #include "listing/classic_listing.h"
+#include "listing/locale_tags.h"
 #include "base/text_encoding.h"
 #include "mpq/mpq_library.h"
 
@@ -74,4 +78,28 @@ VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, S
     report.signature = VerdictOf(verdict.signature);
     if (verdict.stopped) report.filesLeft = static_cast<qint64>(names.size()) - report.filesChecked;
     return report;
+}
+
+QStringList VerifyReportLines(const VerifyReport &report, qsizetype shownFiles)
+{
+    const MessageStrings &t = Texts();
+    QStringList lines{ReplaceValue(t.MessageVerifyChecked, QString::number(report.filesChecked)),
+                      ReplaceValue(t.MessageVerifyFaulty, QString::number(report.faulty.size()))};
+    const std::pair<FileFault, const QString *> kinds[] = {
+        {FaultNotOpened, &t.FaultNotOpened}, {FaultNotRead, &t.FaultNotRead}, {FaultSectorChecksum, &t.FaultSectorChecksum},
+        {FaultCrc32, &t.FaultCrc32},         {FaultMd5, &t.FaultMd5},         {FaultRawMd5, &t.FaultRawMd5},
+        {FaultEngine, &t.FaultEngine}};
+    const qsizetype shown = shownFiles < 0 ? report.faulty.size() : std::min(shownFiles, report.faulty.size());
+    for (const FaultyFile &file : report.faulty.first(shown)) {
+        QStringList faults;
+        for (const auto &[bit, text] : kinds)
+            if (file.faults & bit) faults.append(*text);
+        lines.append(ShownName(file.name) + QStringLiteral(": ") + faults.join(QStringLiteral("; ")));
+    }
+    if (shown < report.faulty.size())
+        lines.append(ReplaceValue(t.MessageVerifyMore, QString::number(report.faulty.size() - shown)));
+    const QString *signature[] = {&t.SignatureNone, &t.SignatureWeak, &t.SignatureStrong, &t.SignatureMismatch};
+    lines.append(report.filesLeft > 0 ? ReplaceValue(t.MessageVerifyStopped, QString::number(report.filesLeft))
+                                      : *signature[static_cast<int>(report.signature)]);
+    return lines;
 }

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include "base/refusal.h"
 #include "listing/listing_options.h"
@@ -54,3 +55,11 @@ struct VerifyReport {
 // cancel of `events` stops it between two files. Reads only.
 VerifyReport VerifyArchive(const QString &path, const ListingOptions &options, StatusPanel &status,
                            ProgressBar &progress, EventQueue &events);
+
+// The report of a check that took place (`archive` None) as the user reads
+// it, a line each, in the catalogue's texts: the files checked, the faulty
+// files counted, each faulty file by its stored name ("name [de-DE]" for a
+// locale variant) with its faults, the first `shownFiles` of them (all of
+// them when negative) and the rest counted in one line after; last the
+// signature, or what a stopped check left unchecked.
+QStringList VerifyReportLines(const VerifyReport &report, qsizetype shownFiles);
