@@ -1,6 +1,9 @@
+// The main window's composition: its controls and their layout, the events
+// of the list, the tree and the splitter, the ports it hands the session
+// and the core, drops on the window and the opening of a stored file. The
+// menus' commands are in the files frm_main.h names.
 #include "shell/frm_main.h"
 
-#include <QAction>
 #include <QCoreApplication>
 #include <QDir>
 #include <QHeaderView>
@@ -9,26 +12,21 @@
 #include <QMenuBar>
 #include <QMimeData>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QProgressBar>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QUrl>
 
 #include "config/catalogue.h"
-#include "config/listing_setup.h"
 #include "editing/add_files.h"
-#include "editing/archive_update.h"
-#include "editing/delete_rename.h"
 #include "editing/drag_drop.h"
 #include "editing/window_scratch.h"
-#include "editing/extract_files.h"
-#include "editing/find_pattern.h"
 #include "dialogs/dialogs.h"
 #include "base/paths.h"
 #include "editing/helpers/shell_open.h"
 #include "layout/twips.h"
 #include "listing/explorer_listing.h"
-#include "listing/locale_tags.h"
 #include "base/text_encoding.h"
 #include "pane/preview_pane_widget.h"
 #include "shell/archive_list_model.h"
@@ -203,42 +201,6 @@ void frmMain::lblSplitter_MouseMove(int button, int /*shift*/, float x, float /*
     Place(lwMPQ_, layout_.list);
 }
 
-void frmMain::mnuTools_Click()
-{
-    tbMenu_->setVisible(tbMenu_->isHidden());
-    MenuEntry(QStringLiteral("mnuTools"))->setChecked(!tbMenu_->isHidden());
-    Form_Resize();
-}
-
-void frmMain::mnuPreview_Click()
-{
-    preview_->setVisible(preview_->isHidden());
-    MenuEntry(QStringLiteral("mnuPreview"))->setChecked(!preview_->isHidden());
-    Form_Resize();
-    if (preview_->isHidden()) preview_->Clear();
-    else UpdatePreview();
-}
-
-void frmMain::UpdatePreview()
-{
-    if (preview_->isHidden()) return;
-    if (session_.FileName.isEmpty()) {
-        preview_->Clear();
-        return;
-    }
-    const int row = CurrentRow();
-    if (row < 0) preview_->ShowArchive(session_.FileName);
-    else preview_->ShowStoredFile(session_.FileName, model_->Row(row).Tag);
-}
-
-void frmMain::mnuStatus_Click()
-{
-    QStatusBar *statusBar = reports_->Bar();
-    statusBar->setVisible(statusBar->isHidden());
-    MenuEntry(QStringLiteral("mnuStatus"))->setChecked(!statusBar->isHidden());
-    Form_Resize();
-}
-
 bool frmMain::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == client_ && event->type() == QEvent::Resize) {
@@ -273,60 +235,8 @@ void frmMain::ShowSession()
     UpdatePreview();
 }
 
-void frmMain::OpenArchive(const QString &path)
-{
-    mnuClose_Click();  // find next ends with the archive, whatever comes next
-    BatchProgress listing(this, *reports_);  // a long listing can be stopped
-    session_.Open(path, config_, Ports(&listing));
-    ShowSession();
-}
-
-void frmMain::mnuClose_Click()
-{
-    session_.Close(Ports());
-    ShowSession();
-}
-
-void frmMain::mnuNew_Click()
-{
-    QString path = SaveFileDialog(this, kSaveFileTitle, Texts().FilterArchives);
-    if (path.isEmpty()) return;
-    if (GetExtension(path).toLower() != QLatin1String("mpq")) {
-        path += QStringLiteral(".mpq");
-        // The dialog asked about the name as typed, not about this one.
-        if (IsFile(path) &&
-            ShowMessageBox(this, ReplaceValue(Texts().MessageFileExists, path), QString(),
-                           MessageButton::Yes | MessageButton::No, MessageIcon::Exclamation,
-                           MessageButton::No) != MessageButton::Yes)
-            return;
-    }
-    if (!session_.CreateEmpty(path, Ports())) return;  // nowhere to make it: nothing changes
-    // The archive itself is made at the first add, as the user asks here;
-    // a cancel leaves the settings' table room and format 1.
-    newArchive_ = AskNewArchive(this, NewArchiveChoice{true, 1, config_.DefaultMaxFiles});
-    newArchivePath_ = newArchive_.accepted ? path : QString();
-    ShowSession();
-    tvMPQ_->Node(UpperKey(session_.FileName))->setSelected(true);
-}
-
-void frmMain::mnuOpen_Click()
-{
-    mnuClose_Click();
-    OpenArchive(OpenFileDialog(this, kOpenFileTitle, Texts().FilterArchives, QString(), false));
-}
-
-// A path that is gone closes the window and stays listed.
-void frmMain::mnuRecents_Click(int index)
-{
-    if (index < 1 || index > session_.RecentFiles.size()) return;
-    OpenArchive(session_.RecentFiles[index - 1]);
-}
-
-void frmMain::mnuRefresh_Click()
-{
-    BatchProgress listing(this, *reports_);
-    session_.Refresh(config_, Ports(&listing));
-}
+// ---------------------------------------------------------------------------
+// Drops on the window, the tree, the popups, the toolbar
 
 Qt::DropAction frmMain::Form_OLEDragOver(const QMimeData *drag) const
 {
@@ -367,25 +277,6 @@ void frmMain::dropEvent(QDropEvent *event)
     Form_OLEDragDrop(event->mimeData());
 }
 
-// ---------------------------------------------------------------------------
-// The styles, the tree, the popups, the toolbar
-
-void frmMain::SetStyle(bool explorer)
-{
-    session_.ExplorerStyle = explorer;
-    tvMPQ_->setVisible(explorer);
-    MenuEntry(QStringLiteral("mnuClassicStyle"))->setChecked(!explorer);
-    MenuEntry(QStringLiteral("mnuExplorerStyle"))->setChecked(explorer);
-    // Out of reach behind the list in Classic style.
-    if (explorer) lblSplitter_->raise();
-    else lblSplitter_->lower();
-    Form_Resize();
-    mnuRefresh_Click();
-}
-
-void frmMain::mnuClassicStyle_Click() { SetStyle(false); }
-void frmMain::mnuExplorerStyle_Click() { SetStyle(true); }
-
 void frmMain::tvMPQ_NodeClick(QTreeWidgetItem *node)
 {
     if (!node) return;
@@ -411,7 +302,7 @@ void frmMain::lwMPQ_MouseUp(int button, int /*shift*/, QPoint position)
 void frmMain::tbMenu_ButtonClick(const QString &key) { commands_.RunTool(*this, key); }
 
 // ---------------------------------------------------------------------------
-// Delete, rename, new folder
+// The rows, the ports of drag and drop on the list, opening a stored file
 
 int frmMain::CurrentRow() const
 {
@@ -434,184 +325,9 @@ QList<QByteArray> frmMain::SelectedTags() const
     return tags;
 }
 
-void frmMain::mnuDelete_Click()
-{
-    if (CurrentRow() < 0) return;
-    if (ShowMessageBox(this, Texts().MessageDelete, QString(), MessageButton::Yes | MessageButton::No,
-                       MessageIcon::Question, MessageButton::No) != MessageButton::Yes)
-        return;
-    std::vector<int> rows = SelectedRows();
-    QList<QByteArray> tags = SelectedTags();
-    const int current = CurrentRow();
-    const DeleteReport report = DeleteStoredFiles(session_.FileName, tags, config_.DefaultMaxFiles, *reports_);
-    if (!report.written()) return;  // the rows stay as the archive does
-    // A name the archive did not let go of keeps its row, and the status bar says why.
-    if (!report.refused.isEmpty()) {
-        const Refused<QByteArray> &first = report.refused.front();
-        reports_->SetStatusText(UnchangedFileText(first.why, first.name));
-        for (const Refused<QByteArray> &kept : report.refused) {
-            const qsizetype at = tags.indexOf(kept.name);
-            if (at < 0) continue;
-            tags.removeAt(at);
-            rows.erase(rows.begin() + at);
-        }
-    }
-    if (rows.empty()) return;
-    model_->RemoveRows(rows);
-    session_.Folders.Remove(tags);
-    // The current row is the one that now stands in its place.
-    if (model_->rowCount() == 0) return;
-    const auto above = std::lower_bound(rows.begin(), rows.end(), current) - rows.begin();
-    const int place = std::min(current - static_cast<int>(above), model_->rowCount() - 1);
-    lwMPQ_->selectionModel()->setCurrentIndex(model_->index(place, ListRow::Name), QItemSelectionModel::NoUpdate);
-}
-
-void frmMain::mnuRename_Click()
-{
-    const QModelIndex current = lwMPQ_->currentIndex();
-    if (!current.isValid()) return;
-    const QModelIndex name = model_->index(current.row(), ListRow::Name);
-    lwMPQ_->scrollTo(name);
-    lwMPQ_->edit(name);
-}
-
-void frmMain::lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString)
-{
-    const int row = CurrentRow();
-    if (row < 0) {
-        cancel = true;
-        return;
-    }
-    const QString oldName = model_->Row(row).text();
-    const QString question = QStringLiteral("Vuoi rinominare il file \"%1\" in \"%2\"?")
-                                 .arg(MarkControls(oldName), MarkControls(newString));
-    if (ShowMessageBox(this, question, QString(), MessageButton::Yes | MessageButton::No, MessageIcon::Question,
-                       MessageButton::Yes) != MessageButton::Yes) {
-        cancel = true;
-        return;
-    }
-    // A locale variant is renamed within its locale.
-    const QByteArray newTag = VariantName(EncodeText(newString), NameLocale(model_->Row(row).Tag));
-    const Refusal why = RenameStoredFile(session_.FileName, model_->Row(row).Tag, newTag, config_.DefaultMaxFiles);
-    switch (why) {
-    default:  // the archive could not be opened for update, or not written at the end
-        reports_->SetStatusText(UnchangedArchiveText(why, session_.FileName));
-        cancel = true;
-        return;
-    case Refusal::NameInUse:
-        ShowMessageBox(this, QStringLiteral("Impossibile rinominare il file! File gia esistente"), QString(),
-                       MessageButton::OK, MessageIcon::Exclamation, MessageButton::OK);
-        cancel = true;
-        return;
-    case Refusal::NotStored:
-    case Refusal::EngineRefused:  // the row stays as the archive does
-        reports_->SetStatusText(UnchangedFileText(why, model_->Row(row).Tag));
-        cancel = true;
-        return;
-    case Refusal::None: break;
-    }
-    session_.Folders.Rename(model_->Row(row).Tag, newTag);
-    model_->RenameRow(row, newTag);
-}
-
-void frmMain::mnuPopupCreateDir_Click()
-{
-    const InputAnswer answer = ShowInputBox(this, Texts().MessageCreateDir, QString(), QString());
-    if (answer.text.isEmpty()) return;
-    QTreeWidgetItem *parent = tvMPQ_->SelectedNode();
-    if (parent == nullptr) return;
-    const QString parentKey = FolderTreeWidget::Key(parent);
-    const bool isRoot = parentKey == FolderTreeWidget::Key(tvMPQ_->topLevelItem(0));
-    const QString key = (isRoot ? QString() : parentKey) + UpperKey(answer.text) + QLatin1Char('\\');
-    if (tvMPQ_->NodeExists(key)) return;
-    tvMPQ_->AddFolderNode(isRoot ? QString() : parentKey, key, answer.text);
-    // The node stands until the next listing; files dropped on it could not go in.
-    if (!ArchiveWritable(session_.FileName)) reports_->SetStatusText(Texts().StatusBarNotWritable);
-}
-
-// ---------------------------------------------------------------------------
-// Selection, find, sort order
-
-void frmMain::SelectRowRange(int first, int last, QItemSelectionModel::SelectionFlags how)
-{
-    if (first > last) return;
-    const QItemSelection rows(model_->index(first, 0), model_->index(last, model_->columnCount() - 1));
-    lwMPQ_->selectionModel()->select(rows, how | QItemSelectionModel::Rows);
-}
-
-void frmMain::mnuSelectAll_Click() { SelectRowRange(0, model_->rowCount() - 1, QItemSelectionModel::Select); }
-
-void frmMain::mnuDeselectAll_Click() { lwMPQ_->selectionModel()->clearSelection(); }
-
-void frmMain::mnuReverse_Click() { SelectRowRange(0, model_->rowCount() - 1, QItemSelectionModel::Toggle); }
-
-void frmMain::FindFrom(int start)
-{
-    mnuDeselectAll_Click();
-    const LikePattern pattern = FindPattern(session_.FindText);
-    if (!pattern.IsValid()) return;
-    for (int row = std::max(start, 0); row < model_->rowCount(); ++row) {
-        if (!StoredNameMatches(pattern, model_->Row(row).Tag)) continue;
-        const QModelIndex found = model_->index(row, ListRow::Name);
-        lwMPQ_->selectionModel()->setCurrentIndex(found, QItemSelectionModel::Select | QItemSelectionModel::Rows);
-        lwMPQ_->scrollTo(found);
-        return;
-    }
-}
-
-void frmMain::mnuFind_Click()
-{
-    session_.FindText = ShowInputBox(this, QStringLiteral("Trova:"), QString(), session_.FindText).text;
-    if (!session_.FindText.isEmpty()) MenuEntry(QStringLiteral("mnuFindNext"))->setEnabled(true);
-    FindFrom(0);
-}
-
-void frmMain::mnuFindNext_Click()
-{
-    // Past the last row nothing is selected and the current row stays.
-    const int current = CurrentRow();
-    mnuDeselectAll_Click();
-    if (current < 0) return;
-    FindFrom(current + 1);
-}
-
-void frmMain::mnuArrange_Click(int index)
-{
-    if (index < 0 || index >= ListRow::ColumnCount) return;
-    // The column in force turns its order; another column sorts ascending.
-    const bool turn = model_->SortKey() == index && model_->SortOrder() == 0;
-    model_->sort(index, turn ? Qt::DescendingOrder : Qt::AscendingOrder);
-    ShowSortOrder();
-}
-
-void frmMain::lwMPQ_ColumnClick(int column) { mnuArrange_Click(column - 1); }
-
-// The mark of the menu entry and the arrow of the header follow the list.
-void frmMain::ShowSortOrder()
-{
-    if (QAction *entry = MenuEntry(QStringLiteral("mnuArrange%1").arg(model_->SortKey()))) entry->setChecked(true);
-    lwMPQ_->header()->setSortIndicator(model_->SortKey(),
-                                       model_->SortOrder() == 1 ? Qt::DescendingOrder : Qt::AscendingOrder);
-}
-
-// ---------------------------------------------------------------------------
-// Drag and drop on the list, opening a stored file
-
 QString frmMain::TransferScratchFolder() const { return scratch_ ? scratch_->DragFolder() : QString(); }
 StatusPanel &frmMain::TransferStatus() { return *reports_; }
 EventQueue &frmMain::TransferEvents() { return *reports_; }
-
-void frmMain::AddDroppedFiles(const DropBatch &batch)
-{
-    QByteArray prefix;
-    if (session_.ExplorerStyle) {
-        QTreeWidgetItem *node = tvMPQ_->SelectedNode();
-        const QString key = node ? FolderTreeWidget::Key(node) : QString();
-        if (node && key != FolderTreeWidget::Key(tvMPQ_->topLevelItem(0))) prefix = EncodeText(key);
-    }
-    BatchProgress progress(this, *reports_, int(batch.names.size()));
-    ListAfterAdd(AddToArchive(batch.names, batch.baseFolder, prefix, progress, progress));
-}
 
 void frmMain::lwMPQ_DblClick()
 {
@@ -620,5 +336,30 @@ void frmMain::lwMPQ_DblClick()
     const QString copy = ExtractForViewing(session_.FileName, model_->Row(row).Tag, scratch_->OpenFolder(), *reports_, *reports_);
     if (copy.isEmpty()) return;
     writeBack_->Watch(copy, session_.FileName, model_->Row(row).Tag);
-    ShellOpen(QUrl::fromLocalFile(copy));
+    // The desktop may answer after the window is gone.
+    ShellOpen(QUrl::fromLocalFile(copy), [window = QPointer<frmMain>(this), shown = model_->Row(row).text()] {
+        if (window) window->reports_->SetStatusText(ReplaceValue(Texts().StatusBarNoProgram, shown));
+    });
+}
+
+void frmMain::WriteBack(const QString &copy)
+{
+    const WriteBackWatcher::Origin *origin = writeBack_->OriginOf(copy);
+    if (!origin) return;
+    const QString shown = DecodeBytes(origin->storedName);
+    // Another archive, or this one changed by another command: a silent
+    // write could undo that change.
+    if (!session_.IsOpen() || session_.FileName != origin->archive || !writeBack_->ArchiveUnchanged(copy)) {
+        ShowMessageBox(this, ReplaceValue(Texts().MessageWriteBackStale, shown), QString(), MessageButton::OK,
+                       MessageIcon::Exclamation, MessageButton::OK);
+        return;
+    }
+    if (ShowMessageBox(this, ReplaceValue(Texts().MessageWriteBack, shown), QString(),
+                       MessageButton::Yes | MessageButton::No, MessageIcon::Question,
+                       MessageButton::Yes) != MessageButton::Yes)
+        return;
+    const QByteArray folder = origin->storedName.left(origin->storedName.lastIndexOf('\\') + 1);
+    const QFileInfo file(copy);
+    ListAfterAdd(AddToArchive({file.fileName()}, file.absolutePath(), folder, *reports_, *reports_));
+    writeBack_->Rebase(copy);
 }

@@ -4,6 +4,21 @@
 // chose, hand it to the core and show what came back; which archive is open
 // is the session's (session/archive_session.h), the menus and the toolbar
 // come from the command table (commands.h), the measures from main_layout.h.
+//
+// Where the handlers are, one file a menu of the command table:
+//   frm_main_file.cpp     File: new, open, close, recent archives, exit
+//   frm_main_edit.cpp     Edit: the selection, find, find next
+//   frm_main_view.cpp     View: the bars, the preview pane, the styles, the
+//                         sort order (and a click on a header), refresh
+//   frm_main_actions.cpp  Action: add, extract, rename, delete, compact,
+//                         unpack, pack; the popups' new folder, the
+//                         properties of a file and of the archive (buttons)
+//   frm_main_tools.cpp    Tools: make EXE, verify, the embedder
+//   frm_main_options.cpp  Options and "?": configuration, home page, about
+//   frm_main.cpp          the controls, the layout, the events, the ports,
+//                         drops on the window, opening a stored file (the
+//                         popup's Open, a double click) and its write-back
+//   frm_main_startup.cpp  start-up, shutdown and the window's settings
 #pragma once
 
 #include <QItemSelectionModel>
@@ -61,78 +76,88 @@ public:
     void Form_Load(const QString &commandLine);
     void Form_Unload();
 
-    // Which archive is open; a drop of a file on the window with none open.
+    // File (frm_main_file.cpp): which archive is open.
     void mnuNew_Click();
     void mnuOpen_Click();
     void mnuClose_Click();
     void mnuRecents_Click(int index);  // 1 to 4
-    void mnuRefresh_Click();
-    Qt::DropAction Form_OLEDragOver(const QMimeData *drag) const;
-    void Form_OLEDragDrop(const QMimeData *drag);
+    void mnuExit_Click();
 
-    // Files in and out; changes to the rows: delete the selection, rename the
-    // current row in place, a new folder in the tree.
-    void mnuAdd_Click();
-    void mnuAddDir_Click();
-    void mnuExtract_Click();
-    void mnuDelete_Click();
-    void mnuCompact_Click();
-    void mnuExtractAll_Click();
-    void mnuVerify_Click();
-    // An archive to a folder with its manifest, and a folder into an archive.
-    void mnuUnpack_Click();
-    void mnuPack_Click();
-    // A stored file opened with a double click and saved since in another
-    // program: asks whether to put it back under its stored name.
-    void WriteBack(const QString &copy);
-    WriteBackWatcher *WriteBacks() const { return writeBack_; }
-    void mnuRename_Click();
-    // The end of an in-place edit of the current row's name with `newString`;
-    // `cancel` comes back true when the row keeps its old name.
-    void lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString);
-    void mnuPopupCreateDir_Click();
-
-    // Selection, find and the sort order.
+    // Edit (frm_main_edit.cpp): the selection and find.
     void mnuSelectAll_Click();
     void mnuDeselectAll_Click();
     void mnuReverse_Click();
     void mnuFind_Click();
     void mnuFindNext_Click();
-    void mnuArrange_Click(int index);     // 0 to 5
-    void lwMPQ_ColumnClick(int column);   // the header's index, from 1
 
-    // Drag and drop on the list (the model carries them), and opening a
-    // stored file.
-    QString TransferArchive() const override { return session_.FileName; }
-    QString TransferScratchFolder() const override;
-    StatusPanel &TransferStatus() override;
-    EventQueue &TransferEvents() override;
-    // Into the folder selected in the tree, in Explorer style.
-    void AddDroppedFiles(const DropBatch &batch) override;
-    void lwMPQ_DblClick();
-
-    // Properties of the current row and of the archive, the tools, the view.
-    void mnuPopupInfoFile_Click();
-    void ShowArchiveProperties();
-    void mnuMakeEXE_Click();
-    void mnuMPQEm_Click();
-    void Form_Resize();
-    // A drag of the splitter: `x` twips from its left edge; button 1 alone drags.
-    void lblSplitter_MouseMove(int button, int shift, float x, float y);
+    // View (frm_main_view.cpp): the bars, the preview pane, the styles, the
+    // sort order, a new listing.
     void mnuTools_Click();
     void mnuStatus_Click();
     // Shows or hides the preview pane beside the list.
     void mnuPreview_Click();
     void mnuClassicStyle_Click();
     void mnuExplorerStyle_Click();
+    void mnuArrange_Click(int index);     // 0 to 5
+    void lwMPQ_ColumnClick(int column);   // the header's index, from 1
+    void mnuRefresh_Click();
+
+    // Action (frm_main_actions.cpp): files in and out; changes to the rows:
+    // delete the selection, rename the current row in place, a new folder in
+    // the tree; the properties of the current row and of the archive.
+    void mnuAdd_Click();
+    void mnuAddDir_Click();
+    // Into the folder selected in the tree, in Explorer style.
+    void AddDroppedFiles(const DropBatch &batch) override;
+    void mnuExtract_Click();
+    void mnuExtractAll_Click();
+    void mnuRename_Click();
+    // The end of an in-place edit of the current row's name with `newString`;
+    // `cancel` comes back true when the row keeps its old name.
+    void lwMPQ_AfterLabelEdit(bool &cancel, const QString &newString);
+    void mnuDelete_Click();
+    void mnuCompact_Click();
+    // An archive to a folder with its manifest, and a folder into an archive.
+    void mnuUnpack_Click();
+    void mnuPack_Click();
+    void mnuPopupCreateDir_Click();
+    void mnuPopupInfoFile_Click();
+    void ShowArchiveProperties();
+
+    // Tools (frm_main_tools.cpp).
+    void mnuMakeEXE_Click();
+    void mnuVerify_Click();
+    void mnuMPQEm_Click();
+
+    // Options and "?" (frm_main_options.cpp).
+    void mnuConfig_Click();
+    void mnuHomePage_Click();
+    void mnuAbout_Click();
+
+    // The window's events (frm_main.cpp): a drop of a file on the window
+    // with no archive open, the layout, the splitter, the tree, the popups,
+    // the toolbar.
+    Qt::DropAction Form_OLEDragOver(const QMimeData *drag) const;
+    void Form_OLEDragDrop(const QMimeData *drag);
+    void Form_Resize();
+    // A drag of the splitter: `x` twips from its left edge; button 1 alone drags.
+    void lblSplitter_MouseMove(int button, int shift, float x, float y);
     void tbMenu_ButtonClick(const QString &key);
     void tvMPQ_NodeClick(QTreeWidgetItem *node);
     void tvMPQ_MouseUp(int button, int shift, QPoint position);
     void lwMPQ_MouseUp(int button, int shift, QPoint position);
-    void mnuExit_Click();
-    void mnuHomePage_Click();
-    void mnuConfig_Click();
-    void mnuAbout_Click();
+
+    // Drag and drop on the list (the model carries them), and opening a
+    // stored file: a double click, the popup's Open, the view button.
+    QString TransferArchive() const override { return session_.FileName; }
+    QString TransferScratchFolder() const override;
+    StatusPanel &TransferStatus() override;
+    EventQueue &TransferEvents() override;
+    void lwMPQ_DblClick();
+    // A stored file opened with a double click and saved since in another
+    // program: asks whether to put it back under its stored name.
+    void WriteBack(const QString &copy);
+    WriteBackWatcher *WriteBacks() const { return writeBack_; }
 
     ArchiveSession &Session() { return session_; }
     AppConfig &Config() { return config_; }

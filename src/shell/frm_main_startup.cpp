@@ -14,14 +14,11 @@
 #include <QScreen>
 #include <QStatusBar>
 #include <QToolBar>
-#include <QUrl>
 
-#include "about/frm_credits.h"
 #include "config/frm_config.h"
 #include "config/registry.h"
 #include "config/startup.h"
 #include "base/paths.h"
-#include "editing/helpers/shell_open.h"
 #include "editing/window_scratch.h"
 #include "layout/twips.h"
 #include "pane/preview_pane_widget.h"
@@ -128,16 +125,4 @@ void frmMain::closeEvent(QCloseEvent *event)
 {
     Form_Unload();
     event->accept();
-}
-
-void frmMain::mnuExit_Click() { close(); }
-
-void frmMain::mnuHomePage_Click() { ShellOpen(QUrl(QString::fromLatin1(kHomePage))); }
-
-void frmMain::mnuConfig_Click() { config_dialog_->exec(); }
-
-void frmMain::mnuAbout_Click()
-{
-    frmCredits credits(this);
-    credits.exec();
 }

@@ -12,10 +12,22 @@
 
 int main(int argc, char *argv[])
 {
-    // Answered before the window system is asked for anything, so it works
-    // without a display too.
+    // Answered before the window system is asked for anything, so they work
+    // without a display too. Another word, or more than one, is the command
+    // line of the window, as it always was.
     if (argc == 2 && std::strcmp(argv[1], "--version") == 0) {
         std::printf("arcavera %s\n", ARCAVERA_VERSION);
+        return 0;
+    }
+    if (argc == 2 && std::strcmp(argv[1], "--help") == 0) {
+        std::fputs("Usage: arcavera [ARCHIVE]\n"
+                   "Opens ARCHIVE, an MPQ archive or a map, in the window.\n"
+                   "\n"
+                   "  --help     shows this help\n"
+                   "  --version  shows the version\n"
+                   "\n"
+                   "For the command line: arcavera-cli --help.\n",
+                   stdout);
         return 0;
     }
     QApplication app(argc, argv);

@@ -264,7 +264,7 @@ private slots:
     {
         LoadLanguage(WriteFile(Path("filters.lng"), "[Filter]\nmpq=Archives\nall=Everything\nexe=*.com\n"));
         QCOMPARE(Texts().FilterEXE.split(QChar(0)), QStringList({"*.com", "*.exe", "Everything", "*.*"}));
-        QCOMPARE(Texts().FilterArchives.split(QChar(0)).value(11), QStringLiteral("*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n"));
+        QCOMPARE(Texts().FilterArchives.split(QChar(0)).value(11), QStringLiteral("*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n;*.SC2Replay;*.SC2Map;*.s2ma"));
         QCOMPARE(ReplaceValue("%v: %V %v", "a.txt"), QStringLiteral("a.txt: %V a.txt"));
     }
 

@@ -194,11 +194,11 @@ const CatalogueEntry kCatalogue[] = {
     {"Filter", "mpq", &M::FilterMpqText, "Archivi MPQ (*.mpq)"},
     {"Filter", "all", &M::FilterAllText, "Tutti i files (*.*)"},
     {"Filter", "exe", &M::FilterExeText, "File eseguibili (*.exe)"},
-    {"Filter", "scm", &M::FilterScmText, "Mappe di StarCraft (*.scm;*.scx)"},
+    {"Filter", "scm", &M::FilterScmText, "Mappe di StarCraft (*.scm;*.scx;*.SC2Map;*.s2ma)"},
     {"Filter", "w3m", &M::FilterW3mText, "Mappe di WarCraft3 (*.w3m;*.w3x)"},
     {"Filter", "w3n", &M::FilterW3nText, "Campagne di WarCraft3 (*.w3n)"},
     {"Filter", "allmpq", &M::FilterAllMpqText,
-     "Tutti gli archivi MPQ (*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n)"},
+     "Tutti gli archivi MPQ (*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n;*.SC2Replay;*.SC2Map;*.s2ma)"},
 
     {"MPQEmbedder", "OpenFailed", &M::EmbedderOpenFailed, "Impossibile aprire il file \"%v\"."},
     {"MPQEmbedder", "ReadFailed", &M::EmbedderReadFailed, "Impossibile leggere il file \"%v\"."},
@@ -220,6 +220,7 @@ const CatalogueEntry kCatalogue[] = {
     {"StatusBar", "NotStored", &M::StatusBarNotStored, "%v non è nell'archivio: nulla è stato cambiato."},
     {"StatusBar", "Kept", &M::StatusBarKept,
      "%v non si può eliminare né rinominare: l'archivio lo tiene per sé."},
+    {"StatusBar", "NoProgram", &M::StatusBarNoProgram, "Nessun programma apre %v: estrailo e aprilo con un programma a scelta."},
     {"StatusBar", "Compacting", &M::StatusBarCompacting, "Compattazione dell'archivio..."},
     {"StatusBar", "Compacted", &M::StatusBarCompacted, "Archivio compattato: %v byte recuperati"},
     {"Message", "CompactNameless", &M::MessageCompactNameless,
@@ -354,11 +355,11 @@ void MessageStrings::BuildFilters()
     FilterMPQ = Filter({{&FilterMpqText, "*.mpq"}, {&FilterAllText, "*.*"}});
     FilterEXE = Filter({{&FilterExeText, "*.exe"}, {&FilterAllText, "*.*"}});
     FilterArchives = Filter({{&FilterMpqText, "*.mpq"},
-                             {&FilterScmText, "*.scm;*.scx"},
+                             {&FilterScmText, "*.scm;*.scx;*.SC2Map;*.s2ma"},
                              {&FilterW3mText, "*.w3m;*.w3x"},
                              {&FilterW3nText, "*.w3n"},
                              {&FilterExeText, "*.exe"},
-                             {&FilterAllMpqText, "*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n"},
+                             {&FilterAllMpqText, "*.mpq;*.exe;*.snp;*.scm;*.scx;*.w3m;*.w3x;*.w3n;*.SC2Replay;*.SC2Map;*.s2ma"},
                              {&FilterAllText, "*.*"}});
 }
 

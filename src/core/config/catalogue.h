@@ -51,7 +51,8 @@ struct MessageStrings {
         StatusBarListingStopped,  // "%v": the path, whose listing the user stopped
         StatusBarNotAdded,     // "%v": how many files of an add did not go in
         StatusBarNotStored,    // "%v": a name the archive does not store (any more)
-        StatusBarKept;         // "%v": a stored name the archive keeps for itself
+        StatusBarKept,         // "%v": a stored name the archive keeps for itself
+        StatusBarNoProgram;    // "%v": a stored name whose copy no program on the desktop opens
     // Message
     QString MessageDelete, MessageRemoveFileList, MessageCreateDir;
     // Compaction: the menu entry, its status texts and why it was not done.

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <QDesktopServices>
 #include <QDir>
+#include <QProcess>
 #include <QPushButton>
 #include <QWidget>
 
@@ -225,5 +226,34 @@ void InstallQtDialogs()
 {
     static QtDialogProvider provider;
     SetDialogProvider(&provider);
-    SetShellOpener([](const QUrl &url) { QDesktopServices::openUrl(url); });
+    SetShellOpener(OpenOnDesktop);
+}
+
+void OpenOnDesktop(const QUrl &url, const NoProgram &noProgram)
+{
+    const auto sayNoProgram = [noProgram] {
+        if (noProgram) noProgram();
+    };
+    if (!url.isLocalFile()) {
+        if (!QDesktopServices::openUrl(url)) sayNoProgram();
+        return;
+    }
+    // Kept by the application, not by a window: a window that closes leaves
+    // xdg-open at work; at the program's end xdg-open is stopped, and a
+    // program it ran and waits for lives on.
+    auto *xdgOpen = new QProcess(QCoreApplication::instance());
+    xdgOpen->setProcessChannelMode(QProcess::ForwardedChannels);
+    xdgOpen->setStandardInputFile(QProcess::nullDevice());
+    QObject::connect(xdgOpen, &QProcess::finished, xdgOpen,
+                     [xdgOpen, sayNoProgram](int code, QProcess::ExitStatus how) {
+                         xdgOpen->deleteLater();
+                         if (how == QProcess::NormalExit && (code == 3 || code == 4)) sayNoProgram();
+                     });
+    QObject::connect(xdgOpen, &QProcess::errorOccurred, xdgOpen,
+                     [xdgOpen, url, sayNoProgram](QProcess::ProcessError error) {
+                         if (error != QProcess::FailedToStart) return;  // the end comes through finished
+                         xdgOpen->deleteLater();
+                         if (!QDesktopServices::openUrl(url)) sayNoProgram();
+                     });
+    xdgOpen->start(QStringLiteral("xdg-open"), {url.toLocalFile()});
 }

@@ -16,6 +16,7 @@
 #include <memory>
 
 #include "dialogs/dialogs.h"
+#include "editing/helpers/shell_open.h"
 
 class QWidget;
 
@@ -60,3 +61,14 @@ public:
 // Installs one QtDialogProvider for the life of the process, and the
 // desktop's opener of files and addresses.
 void InstallQtDialogs();
+
+// The desktop's opener (shell_open.h). A local file goes to xdg-open, as
+// Qt's own openUrl sends it too; but openUrl answers true once xdg-open has
+// started, while xdg-open's end tells whether a program took the file: it
+// exits 3 when the desktop knows no program for the file's type, 4 when the
+// desktop's own opener failed, and both say "no program". Its end comes
+// through a signal, the window never waits for it; a desktop without an
+// opener of its own has xdg-open run the program and end with it. Without
+// xdg-open, and for other addresses, Qt's openUrl decides, its false saying
+// "no program".
+void OpenOnDesktop(const QUrl &url, const NoProgram &noProgram);

@@ -14,7 +14,7 @@ ShellOpener &Installed()
 
 ShellOpener SetShellOpener(ShellOpener opener) { return std::exchange(Installed(), std::move(opener)); }
 
-void ShellOpen(const QUrl &url)
+void ShellOpen(const QUrl &url, const NoProgram &noProgram)
 {
-    if (Installed()) Installed()(url);
+    if (Installed()) Installed()(url, noProgram);
 }
