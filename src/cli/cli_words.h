@@ -7,7 +7,8 @@
 // the terminal's locale (CommandLineLanguage): so the lines of -v, which the
 // core's status texts give, and the errors never mix two languages.
 //
-// In the texts "%1", "%2" stand for the values, in their order.
+// In the texts "%1", "%2" stand for the values, in their order. The keys
+// of the section are the names of Say.
 #pragma once
 
 #include <QString>
