@@ -6,6 +6,8 @@ set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config qt6-base-dev qt6-qpa-plugins libstorm-dev libtomcrypt-dev smpq xvfb xauth
           fonts-dejavu-core xdg-utils shared-mime-info libfile-mimeinfo-perl
           desktop-file-utils appstream groff-base  # the installed desktop files checked
+          libglib2.0-bin            # gio, which reads a file's type as GNOME does
+          dpkg-dev lintian          # the Debian package: its dependencies (dpkg-shlibdeps), its check
           qt6-translations-l10n     # Qt's own texts (Yes, No, the file dialogs) in the program's language
           libjpeg-dev               # the JPEG of BLP1 textures, alpha and all
           qt6-multimedia-dev gstreamer1.0-plugins-good  # sounds played in the preview (WAV, MP3, Ogg)

@@ -410,7 +410,8 @@ private slots:
         WriteAssociation(folder, "arcavera");
         QCOMPARE(ReadFile(Store()), store);
         QByteArray ours;
-        for (const char *type : {"x-mpq", "x-warcraft3-map", "x-warcraft3-campaign", "x-starcraft-map"})
+        for (const char *type : {"x-mpq", "x-warcraft3-map", "x-warcraft3-campaign", "x-starcraft-map", "x-starcraft2-map",
+                                 "x-starcraft2-replay"})
             ours += QByteArray("application/") + type + "=io.github.arcavera.Arcavera.desktop\n";
         QCOMPARE(ReadFile(apps), mine + ours + rest);
         QStringList values;
