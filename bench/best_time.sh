@@ -46,3 +46,27 @@ keep_best() {
   fi
   if [ "$3" -gt "${!peak_var:-0}" ]; then printf -v "$peak_var" '%s' "$3"; fi
 }
+
+# work_folder NAME: $work, a new folder below BENCH_DIR (default /dev/shm,
+# where a million small files come and go at the speed of memory; /tmp when
+# that cannot be written), removed when the script ends; and $ini, a
+# settings file there that holds the defaults.
+work_folder() {
+  local bench_dir=${BENCH_DIR:-/dev/shm}
+  [ -d "$bench_dir" ] && [ -w "$bench_dir" ] || bench_dir=/tmp
+  work=$(mktemp -d "$bench_dir/arcavera-$1-XXXXXX")
+  trap 'rm -rf "$work"' EXIT
+  ini="$work/bench.ini"
+  : > "$ini"
+}
+
+# fingerprint FOLDER [FIND TESTS...]: "COUNT CHECKSUM" of the files below
+# FOLDER that pass the tests: their relative names in order, then their
+# contents in that order. Uses $work.
+fingerprint() {
+  local folder=$1
+  shift
+  (cd "$folder" && find . -type f "$@" | LC_ALL=C sort > "$work/names"
+   { cat "$work/names"; xargs -d '\n' cat < "$work/names"; } | md5sum | cut -d' ' -f1 > "$work/sum"
+   echo "$(wc -l < "$work/names") $(cat "$work/sum")")
+}

@@ -21,24 +21,11 @@ runs=${RUNS:-3}
 build_dir=${BUILD_DIR:-build-bench}
 BUILD_DIR="$build_dir" BUILD_TYPE=${BUILD_TYPE:-Release} bash scripts/build.sh >/dev/null
 command -v /usr/bin/time >/dev/null || { echo "needs GNU time (Debian package time)" >&2; exit 1; }
-bench_dir=${BENCH_DIR:-/dev/shm}
-[ -d "$bench_dir" ] && [ -w "$bench_dir" ] || bench_dir=/tmp
-work=$(mktemp -d "$bench_dir/arcavera-extract-all-XXXXXX")
-trap 'rm -rf "$work"' EXIT
-ini="$work/bench.ini"   # the defaults
-: > "$ini"
+source bench/best_time.sh
+work_folder extract-all
 archive="$work/big.mpq"
 dest="$work/out"   # not "out": best_with_memory has a variable of that name
 "$build_dir/bench/arcavera-bench-make" "$archive" "$files"
-source bench/best_time.sh
-
-# "COUNT CHECKSUM" of the files below $1: their relative names in order, then
-# their contents in that order.
-fingerprint() {
-  (cd "$1" && find . -type f | LC_ALL=C sort > "$work/names"
-   { cat "$work/names"; xargs -d '\n' cat < "$work/names"; } | md5sum | cut -d' ' -f1 > "$work/sum"
-   echo "$(wc -l < "$work/names") $(cat "$work/sum")")
-}
 
 prepare() { rm -rf "$dest"; }
 # The two take turns, run by run, so that both meet the same load of the

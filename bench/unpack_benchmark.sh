@@ -16,41 +16,30 @@ files=${FILES:-1000000}
 runs=${RUNS:-3}
 build_dir=${BUILD_DIR:-build-bench}
 BUILD_DIR="$build_dir" BUILD_TYPE=${BUILD_TYPE:-Release} bash scripts/build.sh >/dev/null
-bench_dir=${BENCH_DIR:-/dev/shm}
-[ -d "$bench_dir" ] && [ -w "$bench_dir" ] || bench_dir=/tmp
-work=$(mktemp -d "$bench_dir/arcavera-unpack-XXXXXX")
-trap 'rm -rf "$work"' EXIT
-ini="$work/bench.ini"
-: > "$ini"
-archive="$work/big.mpq"
-dest="$work/out"
-"$build_dir/bench/arcavera-bench-make" "$archive" "$files" > /dev/null
+command -v /usr/bin/time >/dev/null || { echo "needs GNU time (Debian package time)" >&2; exit 1; }
 source bench/best_time.sh
-
-# "COUNT CHECKSUM" of the stored files below $1: names in order, then contents.
-fingerprint() {
-  (cd "$1" && find . -type f ! -name .arcavera-manifest ! -name '(listfile)' | LC_ALL=C sort > "$work/names"
-   { cat "$work/names"; xargs -d '\n' cat < "$work/names"; } | md5sum | cut -d' ' -f1 > "$work/sum"
-   echo "$(wc -l < "$work/names") $(cat "$work/sum")")
-}
+work_folder unpack
+archive="$work/big.mpq"
+dest="$work/out"   # not "out": best_with_memory has a variable of that name
+"$build_dir/bench/arcavera-bench-make" "$archive" "$files" > /dev/null
 
 prepare() { rm -rf "$dest"; }
-plain_s="" ours_s=""
+# The two take turns, run by run, so that both meet the same load of the
+# machine; each keeps its best time and its highest peak. The manifest and
+# the internal list are left out of the comparison.
+plain_s="" plain_kb=0 ours_s="" ours_kb=0
 for turn in $(seq "$runs"); do
-  t=$(runs=1 best "$build_dir/bench/arcavera-bench-plain-extract" "$archive" "$dest")
-  [ -z "$plain_s" ] || awk -v t="$t" -v b="$plain_s" 'BEGIN { exit !(t >= b) }' || plain_s=$t
-  [ -n "$plain_s" ] || plain_s=$t
-  [ "$turn" = "$runs" ] && plain_print=$(fingerprint "$dest")
-  t=$(runs=1 best "$build_dir/arcavera-cli" --ini "$ini" unpack "$archive" "$dest")
-  [ -z "$ours_s" ] || awk -v t="$t" -v b="$ours_s" 'BEGIN { exit !(t >= b) }' || ours_s=$t
-  [ -n "$ours_s" ] || ours_s=$t
-  [ "$turn" = "$runs" ] && ours_print=$(fingerprint "$dest") && manifest_lines=$(wc -l < "$dest/.arcavera-manifest")
+  keep_best plain $(runs=1 best_with_memory "$build_dir/bench/arcavera-bench-plain-extract" "$archive" "$dest")
+  [ "$turn" = "$runs" ] && plain_print=$(fingerprint "$dest" ! -name '(listfile)')
+  keep_best ours $(runs=1 best_with_memory "$build_dir/arcavera-cli" --ini "$ini" unpack "$archive" "$dest")
+  [ "$turn" = "$runs" ] && ours_print=$(fingerprint "$dest" ! -name .arcavera-manifest ! -name '(listfile)') &&
+    manifest_lines=$(wc -l < "$dest/.arcavera-manifest")
 done
 prepare
 [ "$ours_print" = "$plain_print" ] && same=yes || same=NO
 printf 'files: %s stored; written: %s by the floor, %s by arcavera-cli unpack (manifest of %s lines); identical: %s\n' \
   "$files" "${plain_print%% *}" "${ours_print%% *}" "$manifest_lines" "$same"
-printf '%-24s %10s\n' what seconds
-awk -v s="$plain_s" 'BEGIN { printf "%-24s %10.3f\n", "plain loop (floor)", s }'
-awk -v s="$ours_s" 'BEGIN { printf "%-24s %10.3f\n", "arcavera-cli unpack", s }'
+printf '%-24s %10s %10s\n' what seconds MB
+awk -v s="$plain_s" -v k="$plain_kb" 'BEGIN { printf "%-24s %10.3f %10.1f\n", "plain loop (floor)", s, k / 1024 }'
+awk -v s="$ours_s" -v k="$ours_kb" 'BEGIN { printf "%-24s %10.3f %10.1f\n", "arcavera-cli unpack", s, k / 1024 }'
 awk -v a="$ours_s" -v b="$plain_s" 'BEGIN { printf "ratio: %.2f (target: 1.1 or less)\n", a / b }'
